@@ -1,0 +1,22 @@
+#pragma once
+
+// What happens to one selected message on its way to the target: delays, header stripping, routing.
+
+#include <cstdint>
+
+#include "common/text.h"
+#include "mq/mqi.h"
+
+struct Parameters;
+struct QueueElement;
+
+// The reference of the relative delay.
+struct ReplayState {
+  std::uint32_t ReplayStartTick = 0;  // 0: no reference yet
+  char ReplayPutDate[8]{};
+  char ReplayPutTime[8]{};
+};
+
+// Delays, strips headers and hands the message in hand to the statistics, the backout queue, the output queues or the
+// output file. Returns the result of the step it was routed to.
+MQLONG HandleMessage(Parameters& run, QueueElement* queue);

@@ -1,0 +1,37 @@
+#pragma once
+
+// Statistics of the messages of a summary run, collected per message and shown by display/summary.h.
+
+#include <cstdint>
+
+#include "mq/mqi.h"
+
+struct Parameters;
+
+inline constexpr int kAgeBuckets = 12;
+inline constexpr int kSizeBuckets = 8;
+
+struct SummaryState {
+  std::int64_t OldestAge = 0, OldestAgeCentis = 0;
+  MQBYTE24 OldestMsgId{}, OldestCorrelId{};
+  std::int64_t YoungestAge = 0, YoungestAgeCentis = 0;
+  MQBYTE24 YoungestMsgId{}, YoungestCorrelId{};
+  std::int64_t AgeSumCentis = 0;
+  MQLONG BiggestSize = 0;
+  MQBYTE24 BiggestMsgId{}, BiggestCorrelId{};
+  MQLONG SmallestSize = 0;
+  MQBYTE24 SmallestMsgId{}, SmallestCorrelId{};
+  std::int32_t SizeCounts[kSizeBuckets]{};
+  std::int32_t AgeCounts[kAgeBuckets]{};
+};
+
+// A bucket: its label and the bound that a value must stay below; the last bucket of a table has no bound (0).
+struct Bucket {
+  const char* Label;
+  std::uint32_t Bound;
+};
+extern const Bucket kAgeTable[kAgeBuckets];    // seconds
+extern const Bucket kSizeTable[kSizeBuckets];  // bytes
+
+// Adds the message in hand.
+void CollectSummary(Parameters& run);

@@ -1,0 +1,22 @@
+#pragma once
+
+// Ending units of work. The file's bytes are on the disk before a unit that removed messages is committed; the output
+// queue manager is committed before the input queue manager.
+
+#include "mq/mqi.h"
+
+struct Parameters;
+struct QMgrConn;
+
+struct UnitOfWork {
+  bool SyncpointActive = false;  // the transfer works in units of work
+  int UowCount = 0;              // messages handled in the open unit
+};
+
+// MQCMIT on one queue manager. Anything but MQCC_OK is a failure: MessageText, Finished, and the reason.
+MQLONG Commit(Parameters& run, QMgrConn& conn);
+// MQBACK on one queue manager. Returns the reason of a failure; a message that MessageText already holds is kept.
+MQLONG Backout(Parameters& run, QMgrConn& conn);
+// Flushes the output file to disk when the unit removed messages, commits the open unit on the output queue manager
+// and, where it is another one and messages are removed, on the input queue manager; resets the uncommitted counters.
+MQLONG CommitAll(Parameters& run);

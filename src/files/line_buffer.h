@@ -1,0 +1,22 @@
+#pragma once
+
+// The current line of a text input: read by blocks, kept until it is consumed, counted for error messages.
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "files/streams.h"
+#include "mq/mqi.h"
+
+struct Parameters;
+
+struct ReaderState {
+  InputFile In;
+  std::string_view Line;               // the current line without its line end; empty: none. Valid until the next read
+  std::size_t LineCapacity = 0;        // the room granted to a line: starts at 1024, doubles when a line does not fit
+  std::int64_t LineNumber = 0;         // physical lines of the current file read so far, the first being 1
+  std::int64_t FileBytes = 0;          // bytes read from the current input file
+  std::int64_t FinishedFileBytes = 0;  // bytes of the input files already finished
+  std::size_t TokenEnd = 0;            // dump tokenizer: where the last token ended in the current line
+};

@@ -1,0 +1,59 @@
+#pragma once
+
+// File names from templates, opening input and output files, rolling output over at its limits, walking through sets of
+// input files. The names "stdout" and "null" are special outputs.
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "common/text.h"
+#include "mq/mqi.h"
+
+struct Parameters;
+struct QueueElement;
+
+struct FileNaming {
+  Text<255> InputName;                    // the expanded name of the input file in use (or last used)
+  std::atomic<std::int64_t> OpenTime{0};  // when the output file was opened, seconds
+  std::set<std::string> Written;          // output files of this run, which a roll-over must never open again
+  // Generic naming: directory (with its trailing separator), base name (the queue's) and file type.
+  std::string Directory;
+  std::string BaseName;
+  std::string FileType;
+};
+
+// What a template's inserts stand for at the moment of opening.
+struct InsertValues {
+  std::tm Local{};
+  int MessageOrdinal = 0;   // %i %I
+  int FileNumber = 0;       // %n %N
+  int SelectedOrdinal = 0;  // %o %O
+};
+// Expands the inserts of a template. The result may be longer than a file name may be; the caller refuses it then.
+std::string ExpandTemplate(std::string_view text, const InsertValues& values);
+
+// "Q1$2.tvo": directory, base name, '$', index, file type.
+std::string IndexedName(const FileNaming& naming, int index);
+
+// Opens the next input file (when asked, a template exists and none is open) and the next output file (likewise).
+// `mayAsk` allows the overwrite question. Returns 0, or MQRC_FILE_SYSTEM_ERROR with MessageText; without a text when a
+// later file of an indexed input set does not exist (the end of the set).
+struct OpenRequest {
+  bool MayAsk = false;
+  bool Input = false;
+  bool Output = false;
+};
+MQLONG OpenFiles(Parameters& run, OpenRequest request);
+
+// Before a message of `length` bytes is written: closes an output file that has no room for it, and opens the next one
+// with its header when none is open. `source` names the queue in the header and may be null.
+MQLONG CheckFileLimits(Parameters& run, MQLONG length, const QueueElement* source, bool mayAsk);
+// After a message was written: closes an output file that has reached a limit.
+MQLONG RollOverAfterMessage(Parameters& run);
+
+// Closes the input file. The next one is another file of the set, or the first again.
+void CloseInputFile(Parameters& run);

@@ -1,0 +1,93 @@
+#pragma once
+
+// Buffered streams of the file formats: blocks of 256 KiB over the C library's streams (which bring text mode on
+// Windows). Formatters write straight into the block and line readers see lines in place, so that nothing is copied
+// twice and no call is made per byte.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+
+inline constexpr std::size_t kStreamBlock = 256 * 1024;
+
+class OutputFile {
+ public:
+  OutputFile() = default;
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  // Opens with a C library mode ("w", "wb", "ab"...). Returns 0, or errno.
+  int Open(const char* name, const char* mode);
+  // Writes to standard output, which Close leaves open.
+  void UseStandardOutput();
+  bool is_open() const { return file_ != nullptr; }
+
+  // Room for `bytes` (at most kStreamBlock) contiguous bytes; what was filled is kept by Advance. Null when the block
+  // had to be written out for it and that failed (error() tells).
+  char* Reserve(std::size_t bytes);
+  void Advance(std::size_t bytes) { used_ += bytes; }
+  // Appends any number of bytes. False when a write failed.
+  bool Append(std::string_view bytes);
+
+  // Bytes in the file as the program counts them: what stood there before (append mode) plus what was written since.
+  std::int64_t position() const { return written_ + static_cast<std::int64_t>(used_); }
+
+  // Hands everything to the operating system; with `toDisk` also forces it onto the disk. Returns 0, or errno. An error
+  // stays: every later call fails with it too.
+  int Flush(bool toDisk);
+  // Flushes and closes. Returns 0, or errno of the first failure since the file was opened.
+  int Close(bool toDisk);
+  int error() const { return error_; }
+
+ private:
+  bool WriteBlock();
+  std::FILE* file_ = nullptr;
+  std::unique_ptr<char[]> block_;
+  std::size_t used_ = 0;
+  std::int64_t written_ = 0;
+  int error_ = 0;
+};
+
+class InputFile {
+ public:
+  InputFile() = default;
+  ~InputFile();
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  // Returns 0, or errno; a directory is refused with EISDIR.
+  int Open(const char* name, const char* mode);
+  void Close();
+  bool is_open() const { return file_ != nullptr; }
+  std::FILE* stream() { return file_; }
+
+  // Size in bytes, -1 when it has none (a pipe).
+  std::int64_t Size() const;
+  // Back to the first byte. Returns 0, or errno.
+  int Rewind();
+
+  // The next line including its line end, as a view that stays valid until the next call; empty at the end of the file
+  // or after a read error (error() tells which). A line of any length is returned whole: one that does not fit the
+  // block makes the block grow. Throws nothing; std::bad_alloc becomes ENOMEM in error().
+  std::string_view NextLine();
+  // Reads raw bytes, at most `bytes`. 0 at the end or after an error.
+  std::size_t Read(void* buffer, std::size_t bytes);
+  int error() const { return error_; }
+  // Bytes consumed from this file so far, as the C library delivers them.
+  std::int64_t consumed() const { return consumed_; }
+
+ private:
+  bool Fill();
+  std::FILE* file_ = nullptr;
+  std::unique_ptr<char[]> block_;
+  std::size_t capacity_ = 0;
+  std::size_t begin_ = 0;  // first byte not consumed
+  std::size_t end_ = 0;    // end of the bytes held
+  bool ended_ = false;
+  std::int64_t consumed_ = 0;
+  int error_ = 0;
+};

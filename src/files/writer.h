@@ -1,0 +1,39 @@
+#pragma once
+
+// The message file writer: turns the message in hand into the lines of docs/file-format.md on the current output file.
+// It formats into the stream's block; per message there is no allocation and no formatted printing.
+
+#include <cstdint>
+
+#include "common/text.h"
+#include "files/streams.h"
+#include "mq/mqi.h"
+
+struct Parameters;
+struct QueueElement;
+
+struct WriterState {
+  OutputFile Out;
+  Text<255> FileName;        // the expanded name of the output file
+  Text<32> CreationTime;     // taken once per run, at the first header
+  int MsgsInFile = 0;        // messages in the current file
+  int MsgsSinceFlush = 0;    // messages that may not be on the disk yet; never outlives its file
+  MQLONG LastLength = 0;     // length of the last message
+  bool LastWritten = false;  // a message was handed to the writer
+};
+
+// The file header, or nothing with -dH. `source` may be null; its names are shown when its handle is usable.
+MQLONG WriteFileHeader(Parameters& run, const QueueElement* source);
+// The message in hand as a message block (or its time on queue, or nothing for the null output and for counting), then
+// the counters. Returns 0, MQRC_RESOURCE_PROBLEM with MessageText, or MQRC_FILE_SYSTEM_ERROR for a time-on-queue entry.
+MQLONG WriteFileMessage(Parameters& run);
+
+// Upper bound of the bytes that the message in hand takes in the file, for the layout in force.
+std::int64_t WorstCaseSize(const Parameters& run, MQLONG messageLength);
+
+// Hands the output to the system and, when `toDisk`, onto the disk, before a unit of work is committed. Returns 0, or
+// MQRC_RESOURCE_PROBLEM with MessageText. Nothing to do without an open file.
+MQLONG FlushOutputFile(Parameters& run, bool toDisk);
+// Flushes, syncs to disk and closes the output file, if one is open. Returns 0, or MQRC_RESOURCE_PROBLEM with
+// MessageText (a first message is kept).
+MQLONG CloseOutputFile(Parameters& run);

@@ -1,0 +1,43 @@
+#pragma once
+
+// Connecting to the queue managers of a run and opening its output side.
+
+#include <string>
+
+#include "common/text.h"
+#include "mq/api.h"
+
+struct Parameters;
+
+// One queue manager of the run.
+struct QMgrConn {
+  const char* LibraryName = nullptr;  // -l, null when not given
+  MqApiTable Api;                     // filled when the queue manager is connected
+  Text<48> QMgrName;                  // as given, then as the queue manager reports itself
+  MQHCONN Hconn = MQHC_UNUSABLE_HCONN;
+  MQLONG CommandLevel = 0;  // 0: not known
+  MQLONG Platform = 0;
+  const char* UserId = nullptr;    // -u
+  const char* Password = nullptr;  // -U, or what was typed at the prompt
+  std::string TypedPassword;       // owns a prompted password
+  // Something was got or put under syncpoint on this connection since its last commit or backout. A disconnect would
+  // commit it, so a failed run backs it out first.
+  bool UnitOpen = false;
+};
+
+// Loads the library, connects (once more with older connect options when they are refused) and asks the queue manager
+// for its name, command level and platform. Returns 0, the reason of the failed connect (reported), the reason of a
+// connect that ended with a warning, or MQRC_ENVIRONMENT_ERROR when the library cannot be loaded.
+MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn);
+
+// Disconnects when connected. A unit of work that is still open is backed out first; when that fails, the connection is
+// left to the end of the process, at which the queue manager backs it out, and a line says so.
+void DisconnectQMgr(Parameters& run, QMgrConn& conn);
+
+// Opens the queue, the distribution list or the individual queues of the output side, and for an adaptive rate the
+// inquire handle of the target queue. Returns 0 or the reason (reported).
+MQLONG OpenOutputs(Parameters& run);
+
+// The queue manager of the input queues and the one of the output queues (the same for most runs).
+QMgrConn& InputConn(Parameters& run);
+QMgrConn& OutputConn(Parameters& run);

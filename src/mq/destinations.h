@@ -1,0 +1,77 @@
+#pragma once
+
+// Queue arguments and destination files: turning texts into queue manager and queue names, and the lists that hold
+// several input or output queues.
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/cs.h"
+#include "common/paths.h"
+#include "common/text.h"
+#include "mq/mqi.h"
+
+struct Parameters;
+
+// One opened queue.
+struct QueueElement {
+  MQHOBJ Hobj = MQHO_UNUSABLE_HOBJ;
+  Text<48> QueueName;
+  bool EmptySeen = false;  // consumer: has reported "no message available"
+  bool Active = false;     // consumer: has delivered a message since it last reported empty
+  MQCHAR48 BackoutQueueName{};
+  MQLONG BackoutThreshold = 0;  // 0 when there is no backout queue
+  MQHOBJ BackoutHobj = MQHO_UNUSABLE_HOBJ;
+  MQLONG MaxDepth = 0;      // 0: not known
+  MQLONG MaxMsgLength = 0;  // 0: not known
+  MQLONG FileSize = 0;      // megabytes, 0: not known
+  MQLONG MaxFileSize = 0;   // megabytes, 0: not known
+};
+
+enum class ListKind { Output = 0, Input = 1 };
+
+inline constexpr std::size_t kFirstListCapacity = 10;
+
+// The queues of one side of the run. The entries have the layout of a distribution list's object records, so the output
+// list serves as one. Adding an entry may move them: take an entry by its index, after every call that can add.
+struct QueueList {
+  std::vector<MQOR, CSAllocator<MQOR>> Entries;
+  std::vector<MQRR, CSAllocator<MQRR>> Responses;                 // output: one per entry, set at open
+  std::vector<QueueElement, CSAllocator<QueueElement>> Elements;  // individually opened queues, input queues
+  int QueuesEmptied = 0;                                          // input: queues that have reported empty
+  int QueuesActive = 0;                                           // input: queues delivering since then
+
+  MQLONG Count() const { return static_cast<MQLONG>(Entries.size()); }
+};
+
+// A destination file that is being read, linked to the file that includes it.
+struct IncludeRecord {
+  IncludeRecord* Including = nullptr;
+  IncludedPath Path;
+  int LineNumber = 0;
+};
+
+// Where a queue name and a queue manager name go: 48 bytes each, NUL-padded.
+struct QueueNames {
+  MQCHAR48 QMgr{};
+  MQCHAR48 Queue{};
+};
+
+// Splits `text` at the separator (`separator`, or when 0 the first of '#', ',', '\' and '/' that occurs). A text in
+// single quotes sets FLAG2_QUOTED_NAME. "file:<name>" reads that destination file into the list of `kind` and leaves
+// the queue name empty. Returns false after printing why.
+bool SplitQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names, ListKind kind);
+// The same for a reply queue: no "file:", no quoted flag, its own messages.
+bool SplitReplyQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names);
+// Adds the queue of `text` (or the queues of the file it names) to the list of `kind`. False after printing why.
+bool AddDestination(Parameters& run, std::string_view text, ListKind kind);
+// Makes room for one more entry: 10 at first, doubled when full. False after printing why.
+bool GrowQueueList(Parameters& run, std::unique_ptr<QueueList>& list);
+
+// The -vd listing.
+void ShowDestinations(Parameters& run);
+
+// A destination as users write it: "QMGR/QUEUE", or "QUEUE" when the queue manager name is empty.
+std::string DestinationText(const MQCHAR48 qmgr, const MQCHAR48 queue);

@@ -1,0 +1,317 @@
+// Proves the declarations of mqi.h against the published layout: every field's offset and size, every structure's size.
+
+#include <cstddef>
+
+#include "mq/mqi.h"
+
+namespace {
+
+#define TARVO_FIELD(structure, field, offset, bytes)               \
+  static_assert(offsetof(structure, field) == (offset), "offset"); \
+  static_assert(sizeof(structure::field) == (bytes), "size")
+#define TARVO_SIZE(structure, bytes) static_assert(sizeof(structure) == (bytes), "size")
+
+TARVO_FIELD(MQMD, StrucId, 0, 4);
+TARVO_FIELD(MQMD, Version, 4, 4);
+TARVO_FIELD(MQMD, Report, 8, 4);
+TARVO_FIELD(MQMD, MsgType, 12, 4);
+TARVO_FIELD(MQMD, Expiry, 16, 4);
+TARVO_FIELD(MQMD, Feedback, 20, 4);
+TARVO_FIELD(MQMD, Encoding, 24, 4);
+TARVO_FIELD(MQMD, CodedCharSetId, 28, 4);
+TARVO_FIELD(MQMD, Format, 32, 8);
+TARVO_FIELD(MQMD, Priority, 40, 4);
+TARVO_FIELD(MQMD, Persistence, 44, 4);
+TARVO_FIELD(MQMD, MsgId, 48, 24);
+TARVO_FIELD(MQMD, CorrelId, 72, 24);
+TARVO_FIELD(MQMD, BackoutCount, 96, 4);
+TARVO_FIELD(MQMD, ReplyToQ, 100, 48);
+TARVO_FIELD(MQMD, ReplyToQMgr, 148, 48);
+TARVO_FIELD(MQMD, UserIdentifier, 196, 12);
+TARVO_FIELD(MQMD, AccountingToken, 208, 32);
+TARVO_FIELD(MQMD, ApplIdentityData, 240, 32);
+TARVO_FIELD(MQMD, PutApplType, 272, 4);
+TARVO_FIELD(MQMD, PutApplName, 276, 28);
+TARVO_FIELD(MQMD, PutDate, 304, 8);
+TARVO_FIELD(MQMD, PutTime, 312, 8);
+TARVO_FIELD(MQMD, ApplOriginData, 320, 4);
+TARVO_FIELD(MQMD, GroupId, 324, 24);
+TARVO_FIELD(MQMD, MsgSeqNumber, 348, 4);
+TARVO_FIELD(MQMD, Offset, 352, 4);
+TARVO_FIELD(MQMD, MsgFlags, 356, 4);
+TARVO_FIELD(MQMD, OriginalLength, 360, 4);
+TARVO_SIZE(MQMD, 364);
+
+TARVO_FIELD(MQMD1, StrucId, 0, 4);
+TARVO_FIELD(MQMD1, Version, 4, 4);
+TARVO_FIELD(MQMD1, Report, 8, 4);
+TARVO_FIELD(MQMD1, MsgType, 12, 4);
+TARVO_FIELD(MQMD1, Expiry, 16, 4);
+TARVO_FIELD(MQMD1, Feedback, 20, 4);
+TARVO_FIELD(MQMD1, Encoding, 24, 4);
+TARVO_FIELD(MQMD1, CodedCharSetId, 28, 4);
+TARVO_FIELD(MQMD1, Format, 32, 8);
+TARVO_FIELD(MQMD1, Priority, 40, 4);
+TARVO_FIELD(MQMD1, Persistence, 44, 4);
+TARVO_FIELD(MQMD1, MsgId, 48, 24);
+TARVO_FIELD(MQMD1, CorrelId, 72, 24);
+TARVO_FIELD(MQMD1, BackoutCount, 96, 4);
+TARVO_FIELD(MQMD1, ReplyToQ, 100, 48);
+TARVO_FIELD(MQMD1, ReplyToQMgr, 148, 48);
+TARVO_FIELD(MQMD1, UserIdentifier, 196, 12);
+TARVO_FIELD(MQMD1, AccountingToken, 208, 32);
+TARVO_FIELD(MQMD1, ApplIdentityData, 240, 32);
+TARVO_FIELD(MQMD1, PutApplType, 272, 4);
+TARVO_FIELD(MQMD1, PutApplName, 276, 28);
+TARVO_FIELD(MQMD1, PutDate, 304, 8);
+TARVO_FIELD(MQMD1, PutTime, 312, 8);
+TARVO_FIELD(MQMD1, ApplOriginData, 320, 4);
+TARVO_SIZE(MQMD1, 324);
+
+TARVO_FIELD(MQCHARV, VSPtr, 0, 8);
+TARVO_FIELD(MQCHARV, VSOffset, 8, 4);
+TARVO_FIELD(MQCHARV, VSBufSize, 12, 4);
+TARVO_FIELD(MQCHARV, VSLength, 16, 4);
+TARVO_FIELD(MQCHARV, VSCCSID, 20, 4);
+TARVO_SIZE(MQCHARV, 24);
+
+TARVO_FIELD(MQOD, StrucId, 0, 4);
+TARVO_FIELD(MQOD, Version, 4, 4);
+TARVO_FIELD(MQOD, ObjectType, 8, 4);
+TARVO_FIELD(MQOD, ObjectName, 12, 48);
+TARVO_FIELD(MQOD, ObjectQMgrName, 60, 48);
+TARVO_FIELD(MQOD, DynamicQName, 108, 48);
+TARVO_FIELD(MQOD, AlternateUserId, 156, 12);
+TARVO_FIELD(MQOD, RecsPresent, 168, 4);
+TARVO_FIELD(MQOD, KnownDestCount, 172, 4);
+TARVO_FIELD(MQOD, UnknownDestCount, 176, 4);
+TARVO_FIELD(MQOD, InvalidDestCount, 180, 4);
+TARVO_FIELD(MQOD, ObjectRecOffset, 184, 4);
+TARVO_FIELD(MQOD, ResponseRecOffset, 188, 4);
+TARVO_FIELD(MQOD, ObjectRecPtr, 192, 8);
+TARVO_FIELD(MQOD, ResponseRecPtr, 200, 8);
+TARVO_FIELD(MQOD, AlternateSecurityId, 208, 40);
+TARVO_FIELD(MQOD, ResolvedQName, 248, 48);
+TARVO_FIELD(MQOD, ResolvedQMgrName, 296, 48);
+TARVO_FIELD(MQOD, ObjectString, 344, 24);
+TARVO_FIELD(MQOD, SelectionString, 368, 24);
+TARVO_FIELD(MQOD, ResObjectString, 392, 24);
+TARVO_FIELD(MQOD, ResolvedType, 416, 4);
+TARVO_SIZE(MQOD, 424);
+
+TARVO_FIELD(MQOR, ObjectName, 0, 48);
+TARVO_FIELD(MQOR, ObjectQMgrName, 48, 48);
+TARVO_SIZE(MQOR, 96);
+
+TARVO_FIELD(MQRR, CompCode, 0, 4);
+TARVO_FIELD(MQRR, Reason, 4, 4);
+TARVO_SIZE(MQRR, 8);
+
+TARVO_FIELD(MQGMO, StrucId, 0, 4);
+TARVO_FIELD(MQGMO, Version, 4, 4);
+TARVO_FIELD(MQGMO, Options, 8, 4);
+TARVO_FIELD(MQGMO, WaitInterval, 12, 4);
+TARVO_FIELD(MQGMO, Signal1, 16, 4);
+TARVO_FIELD(MQGMO, Signal2, 20, 4);
+TARVO_FIELD(MQGMO, ResolvedQName, 24, 48);
+TARVO_FIELD(MQGMO, MatchOptions, 72, 4);
+TARVO_FIELD(MQGMO, GroupStatus, 76, 1);
+TARVO_FIELD(MQGMO, SegmentStatus, 77, 1);
+TARVO_FIELD(MQGMO, Segmentation, 78, 1);
+TARVO_FIELD(MQGMO, Reserved1, 79, 1);
+TARVO_FIELD(MQGMO, MsgToken, 80, 16);
+TARVO_FIELD(MQGMO, ReturnedLength, 96, 4);
+TARVO_FIELD(MQGMO, Reserved2, 100, 4);
+TARVO_FIELD(MQGMO, MsgHandle, 104, 8);
+TARVO_SIZE(MQGMO, 112);
+
+TARVO_FIELD(MQPMO, StrucId, 0, 4);
+TARVO_FIELD(MQPMO, Version, 4, 4);
+TARVO_FIELD(MQPMO, Options, 8, 4);
+TARVO_FIELD(MQPMO, Timeout, 12, 4);
+TARVO_FIELD(MQPMO, Context, 16, 4);
+TARVO_FIELD(MQPMO, KnownDestCount, 20, 4);
+TARVO_FIELD(MQPMO, UnknownDestCount, 24, 4);
+TARVO_FIELD(MQPMO, InvalidDestCount, 28, 4);
+TARVO_FIELD(MQPMO, ResolvedQName, 32, 48);
+TARVO_FIELD(MQPMO, ResolvedQMgrName, 80, 48);
+TARVO_FIELD(MQPMO, RecsPresent, 128, 4);
+TARVO_FIELD(MQPMO, PutMsgRecFields, 132, 4);
+TARVO_FIELD(MQPMO, PutMsgRecOffset, 136, 4);
+TARVO_FIELD(MQPMO, ResponseRecOffset, 140, 4);
+TARVO_FIELD(MQPMO, PutMsgRecPtr, 144, 8);
+TARVO_FIELD(MQPMO, ResponseRecPtr, 152, 8);
+TARVO_FIELD(MQPMO, OriginalMsgHandle, 160, 8);
+TARVO_FIELD(MQPMO, NewMsgHandle, 168, 8);
+TARVO_FIELD(MQPMO, Action, 176, 4);
+TARVO_FIELD(MQPMO, PubLevel, 180, 4);
+TARVO_SIZE(MQPMO, 184);
+
+TARVO_FIELD(MQCNO, StrucId, 0, 4);
+TARVO_FIELD(MQCNO, Version, 4, 4);
+TARVO_FIELD(MQCNO, Options, 8, 4);
+TARVO_FIELD(MQCNO, ClientConnOffset, 12, 4);
+TARVO_FIELD(MQCNO, ClientConnPtr, 16, 8);
+TARVO_FIELD(MQCNO, ConnTag, 24, 128);
+TARVO_FIELD(MQCNO, SSLConfigPtr, 152, 8);
+TARVO_FIELD(MQCNO, SSLConfigOffset, 160, 4);
+TARVO_FIELD(MQCNO, ConnectionId, 164, 24);
+TARVO_FIELD(MQCNO, SecurityParmsOffset, 188, 4);
+TARVO_FIELD(MQCNO, SecurityParmsPtr, 192, 8);
+TARVO_FIELD(MQCNO, CCDTUrlPtr, 200, 8);
+TARVO_FIELD(MQCNO, CCDTUrlOffset, 208, 4);
+TARVO_FIELD(MQCNO, CCDTUrlLength, 212, 4);
+TARVO_FIELD(MQCNO, Reserved, 216, 8);
+TARVO_FIELD(MQCNO, ApplName, 224, 28);
+TARVO_FIELD(MQCNO, Reserved2, 252, 4);
+TARVO_FIELD(MQCNO, BalanceParmsPtr, 256, 8);
+TARVO_FIELD(MQCNO, BalanceParmsOffset, 264, 4);
+TARVO_FIELD(MQCNO, Reserved3, 268, 4);
+TARVO_SIZE(MQCNO, 272);
+
+TARVO_FIELD(MQCSP, StrucId, 0, 4);
+TARVO_FIELD(MQCSP, Version, 4, 4);
+TARVO_FIELD(MQCSP, AuthenticationType, 8, 4);
+TARVO_FIELD(MQCSP, Reserved1, 12, 4);
+TARVO_FIELD(MQCSP, CSPUserIdPtr, 16, 8);
+TARVO_FIELD(MQCSP, CSPUserIdOffset, 24, 4);
+TARVO_FIELD(MQCSP, CSPUserIdLength, 28, 4);
+TARVO_FIELD(MQCSP, Reserved2, 32, 8);
+TARVO_FIELD(MQCSP, CSPPasswordPtr, 40, 8);
+TARVO_FIELD(MQCSP, CSPPasswordOffset, 48, 4);
+TARVO_FIELD(MQCSP, CSPPasswordLength, 52, 4);
+TARVO_FIELD(MQCSP, Reserved3, 56, 8);
+TARVO_FIELD(MQCSP, InitialKeyPtr, 64, 8);
+TARVO_FIELD(MQCSP, InitialKeyOffset, 72, 4);
+TARVO_FIELD(MQCSP, InitialKeyLength, 76, 4);
+TARVO_FIELD(MQCSP, Reserved4, 80, 8);
+TARVO_FIELD(MQCSP, TokenPtr, 88, 8);
+TARVO_FIELD(MQCSP, TokenOffset, 96, 4);
+TARVO_FIELD(MQCSP, TokenLength, 100, 4);
+TARVO_SIZE(MQCSP, 104);
+
+TARVO_FIELD(MQCBD, StrucId, 0, 4);
+TARVO_FIELD(MQCBD, Version, 4, 4);
+TARVO_FIELD(MQCBD, CallbackType, 8, 4);
+TARVO_FIELD(MQCBD, Options, 12, 4);
+TARVO_FIELD(MQCBD, CallbackArea, 16, 8);
+TARVO_FIELD(MQCBD, CallbackFunction, 24, 8);
+TARVO_FIELD(MQCBD, CallbackName, 32, 128);
+TARVO_FIELD(MQCBD, MaxMsgLength, 160, 4);
+TARVO_SIZE(MQCBD, 168);
+
+TARVO_FIELD(MQCBC, StrucId, 0, 4);
+TARVO_FIELD(MQCBC, Version, 4, 4);
+TARVO_FIELD(MQCBC, CallType, 8, 4);
+TARVO_FIELD(MQCBC, Hobj, 12, 4);
+TARVO_FIELD(MQCBC, CallbackArea, 16, 8);
+TARVO_FIELD(MQCBC, ConnectionArea, 24, 8);
+TARVO_FIELD(MQCBC, CompCode, 32, 4);
+TARVO_FIELD(MQCBC, Reason, 36, 4);
+TARVO_FIELD(MQCBC, State, 40, 4);
+TARVO_FIELD(MQCBC, DataLength, 44, 4);
+TARVO_FIELD(MQCBC, BufferLength, 48, 4);
+TARVO_FIELD(MQCBC, Flags, 52, 4);
+TARVO_FIELD(MQCBC, ReconnectDelay, 56, 4);
+TARVO_SIZE(MQCBC, 64);
+
+TARVO_FIELD(MQCTLO, StrucId, 0, 4);
+TARVO_FIELD(MQCTLO, Version, 4, 4);
+TARVO_FIELD(MQCTLO, Options, 8, 4);
+TARVO_FIELD(MQCTLO, Reserved, 12, 4);
+TARVO_FIELD(MQCTLO, ConnectionArea, 16, 8);
+TARVO_SIZE(MQCTLO, 24);
+
+TARVO_FIELD(MQDLH, StrucId, 0, 4);
+TARVO_FIELD(MQDLH, Version, 4, 4);
+TARVO_FIELD(MQDLH, Reason, 8, 4);
+TARVO_FIELD(MQDLH, DestQName, 12, 48);
+TARVO_FIELD(MQDLH, DestQMgrName, 60, 48);
+TARVO_FIELD(MQDLH, Encoding, 108, 4);
+TARVO_FIELD(MQDLH, CodedCharSetId, 112, 4);
+TARVO_FIELD(MQDLH, Format, 116, 8);
+TARVO_FIELD(MQDLH, PutApplType, 124, 4);
+TARVO_FIELD(MQDLH, PutApplName, 128, 28);
+TARVO_FIELD(MQDLH, PutDate, 156, 8);
+TARVO_FIELD(MQDLH, PutTime, 164, 8);
+TARVO_SIZE(MQDLH, 172);
+
+TARVO_FIELD(MQXQH, StrucId, 0, 4);
+TARVO_FIELD(MQXQH, Version, 4, 4);
+TARVO_FIELD(MQXQH, RemoteQName, 8, 48);
+TARVO_FIELD(MQXQH, RemoteQMgrName, 56, 48);
+TARVO_FIELD(MQXQH, MsgDesc, 104, 324);
+TARVO_SIZE(MQXQH, 428);
+
+TARVO_FIELD(MQRFH2, StrucId, 0, 4);
+TARVO_FIELD(MQRFH2, Version, 4, 4);
+TARVO_FIELD(MQRFH2, StrucLength, 8, 4);
+TARVO_FIELD(MQRFH2, Encoding, 12, 4);
+TARVO_FIELD(MQRFH2, CodedCharSetId, 16, 4);
+TARVO_FIELD(MQRFH2, Format, 20, 8);
+TARVO_FIELD(MQRFH2, Flags, 28, 4);
+TARVO_FIELD(MQRFH2, NameValueCCSID, 32, 4);
+TARVO_SIZE(MQRFH2, 36);
+
+TARVO_FIELD(MQCFH, Type, 0, 4);
+TARVO_FIELD(MQCFH, StrucLength, 4, 4);
+TARVO_FIELD(MQCFH, Version, 8, 4);
+TARVO_FIELD(MQCFH, Command, 12, 4);
+TARVO_FIELD(MQCFH, MsgSeqNumber, 16, 4);
+TARVO_FIELD(MQCFH, Control, 20, 4);
+TARVO_FIELD(MQCFH, CompCode, 24, 4);
+TARVO_FIELD(MQCFH, Reason, 28, 4);
+TARVO_FIELD(MQCFH, ParameterCount, 32, 4);
+TARVO_SIZE(MQCFH, 36);
+
+TARVO_FIELD(MQCFIN, Type, 0, 4);
+TARVO_FIELD(MQCFIN, StrucLength, 4, 4);
+TARVO_FIELD(MQCFIN, Parameter, 8, 4);
+TARVO_FIELD(MQCFIN, Value, 12, 4);
+TARVO_SIZE(MQCFIN, 16);
+
+TARVO_FIELD(MQCFIL, Type, 0, 4);
+TARVO_FIELD(MQCFIL, StrucLength, 4, 4);
+TARVO_FIELD(MQCFIL, Parameter, 8, 4);
+TARVO_FIELD(MQCFIL, Count, 12, 4);
+TARVO_FIELD(MQCFIL, Values, 16, 4);
+TARVO_SIZE(MQCFIL, 20);
+
+TARVO_FIELD(MQCFST, Type, 0, 4);
+TARVO_FIELD(MQCFST, StrucLength, 4, 4);
+TARVO_FIELD(MQCFST, Parameter, 8, 4);
+TARVO_FIELD(MQCFST, CodedCharSetId, 12, 4);
+TARVO_FIELD(MQCFST, StringLength, 16, 4);
+TARVO_FIELD(MQCFST, String, 20, 1);  // a text of any length; 3 bytes of padding follow
+TARVO_SIZE(MQCFST, 24);
+
+TARVO_FIELD(MQCFSL, Type, 0, 4);
+TARVO_FIELD(MQCFSL, StrucLength, 4, 4);
+TARVO_FIELD(MQCFSL, Parameter, 8, 4);
+TARVO_FIELD(MQCFSL, CodedCharSetId, 12, 4);
+TARVO_FIELD(MQCFSL, Count, 16, 4);
+TARVO_FIELD(MQCFSL, StringLength, 20, 4);
+TARVO_FIELD(MQCFSL, Strings, 24, 1);  // a text of any length; 3 bytes of padding follow
+TARVO_SIZE(MQCFSL, 28);
+
+TARVO_FIELD(MQCFBS, Type, 0, 4);
+TARVO_FIELD(MQCFBS, StrucLength, 4, 4);
+TARVO_FIELD(MQCFBS, Parameter, 8, 4);
+TARVO_FIELD(MQCFBS, StringLength, 12, 4);
+TARVO_FIELD(MQCFBS, String, 16, 1);  // a text of any length; 3 bytes of padding follow
+TARVO_SIZE(MQCFBS, 20);
+
+TARVO_FIELD(MQCFIN64, Type, 0, 4);
+TARVO_FIELD(MQCFIN64, StrucLength, 4, 4);
+TARVO_FIELD(MQCFIN64, Parameter, 8, 4);
+TARVO_FIELD(MQCFIN64, Reserved, 12, 4);
+TARVO_FIELD(MQCFIN64, Value, 16, 8);
+TARVO_SIZE(MQCFIN64, 24);
+
+TARVO_FIELD(MQCFGR, Type, 0, 4);
+TARVO_FIELD(MQCFGR, StrucLength, 4, 4);
+TARVO_FIELD(MQCFGR, Parameter, 8, 4);
+TARVO_FIELD(MQCFGR, ParameterCount, 12, 4);
+TARVO_SIZE(MQCFGR, 16);
+
+}  // namespace

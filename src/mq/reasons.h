@@ -1,0 +1,18 @@
+#pragma once
+
+// Texts of reason, PCF reason and feedback codes, and the one-line report of an MQ call. The dictionary is made from
+// reasons.tsv; where a value stands more than once, its first row is the one shown.
+
+#include <string_view>
+
+#include "mq/mqi.h"
+
+struct Parameters;
+
+// Never null; empty when the code is unknown.
+const char* ReasonText(MQLONG reason);
+
+// One line on standard error: the call, "on qmgr '...'" / "on object '...'" as far as given (names end at their first
+// blank, at most 48 characters), "returned %d", the reason's text, a full stop. Safe from any thread.
+void ReportMqCall(Parameters& run, std::string_view call, std::string_view qmgr, std::string_view object,
+                  MQLONG reason);

@@ -1,0 +1,34 @@
+#pragma once
+
+// A child process whose standard output and standard error come back through one pipe. It gets no standard input and is
+// not waited for while it writes; its exit is collected when the object goes.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+class ChildProcess {
+ public:
+  // The step that failed, for the message: each has its own text.
+  enum class Step { None, Pipe, HandleInformation, Create, CloseHandle };
+  struct Failure {
+    Step step = Step::None;
+    int error = 0;
+    std::string text;
+  };
+
+  ChildProcess() = default;
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  // Starts `program` with the arguments of `commandLine` (its first word is the name the program sees). Where the
+  // system takes an argument vector, the command line is split at blanks.
+  Failure Start(const std::string& program, const std::string& commandLine);
+  // Reads what is there, at most `bytes`, waiting for at least one byte. 0 means that the pipe has ended.
+  std::size_t Read(char* buffer, std::size_t bytes);
+
+ private:
+  long long pipe_ = -1;
+  long long process_ = -1;
+};

@@ -1,0 +1,21 @@
+#pragma once
+
+// File operations that the C++ library lacks.
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+// Forces what was written to `file` (already flushed to the system) onto the disk. Returns 0, or errno. Streams that
+// have no disk behind them (pipes, terminals, character devices) count as done.
+int SyncToDisk(std::FILE* file);
+
+// 64-bit position; -1 where the stream cannot tell.
+std::int64_t FilePosition(std::FILE* file);
+// Moves to an absolute position. Returns 0, or errno.
+int SeekFile(std::FILE* file, std::int64_t position);
+// Size of the file behind the stream in bytes; -1 where it has none (a pipe) or cannot be told.
+std::int64_t FileSize(std::FILE* file);
+
+// Renames without ever replacing an existing file. Returns 0, or errno (EEXIST when `to` exists).
+int RenameNoReplace(const std::string& from, const std::string& to);

@@ -1,0 +1,35 @@
+#pragma once
+
+// What the C++ library cannot tell about the machine and the process.
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+enum class PlatformKind { Posix, Windows };
+PlatformKind Platform();
+
+// Empty when the system cannot tell.
+std::string SystemUserName();
+std::string SystemComputerName();
+
+// Where the trap record and the self-test file go: "c:\temp\cstrap.txt" or "/tmp/cstrap.txt".
+std::string TemporaryFilePath(const char* name);
+// Opens a file for writing (its old content goes), never through a symbolic link. Null on failure.
+std::FILE* OpenTemporaryForWrite(const std::string& path);
+
+[[noreturn]] void BreakIntoDebugger();
+
+// The process exit status for a result code: the 32-bit code on Windows; its low 8 bits on POSIX, 255 where those are 0
+// and the code is not.
+int ExitStatus(std::int32_t code);
+
+// A write to a closed pipe becomes an error of that write instead of the end of the process; a bad argument to the C
+// library returns to its caller (and is shown on standard output where the library tells what it was).
+void PrepareProcess();
+
+// The text of an operating-system error number, without a line end.
+std::string SystemErrorText(int error);
+
+// Milliseconds since an arbitrary start, wrapping like the system's 32-bit tick counter; never 0.
+std::uint32_t TickCount();
