@@ -1,8 +1,8 @@
 #pragma once
 
 // A thin layer over SQLite: an open database, prepared statements that are made once and reused, and transactions that
-// roll back unless they are committed. Nothing here throws; a failed step is remembered as the database's last error and
-// shows as a reason code.
+// roll back unless they are committed. Nothing here throws; a failed step is remembered as the database's last error
+// and shows as a reason code.
 
 #include <sqlite3.h>
 

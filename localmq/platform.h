@@ -38,6 +38,7 @@ std::string ProgramPath();
 std::int64_t ProcessNumber();
 
 // Converts text between coded character sets. False when a set is not known or a character has no counterpart.
-bool ConvertText(MQLONG fromCcsid, MQLONG toCcsid, std::span<const std::uint8_t> text, std::vector<std::uint8_t>& converted);
+bool ConvertText(MQLONG fromCcsid, MQLONG toCcsid, std::span<const std::uint8_t> text,
+                 std::vector<std::uint8_t>& converted);
 
 }  // namespace localmq

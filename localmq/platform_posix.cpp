@@ -1,5 +1,3 @@
-#include "localmq/platform.h"
-
 #include <fcntl.h>
 #include <iconv.h>
 #include <pwd.h>
@@ -8,6 +6,8 @@
 
 #include <cerrno>
 #include <cstdlib>
+
+#include "localmq/platform.h"
 
 namespace localmq {
 namespace {
@@ -74,7 +74,8 @@ void LockFile::Release() {
 
 std::string UserDataDirectory() {
   if (const char* folder = std::getenv("XDG_DATA_HOME"); folder != nullptr && folder[0] == '/') return folder;
-  if (const char* home = std::getenv("HOME"); home != nullptr && home[0] == '/') return std::string(home) + "/.local/share";
+  if (const char* home = std::getenv("HOME"); home != nullptr && home[0] == '/')
+    return std::string(home) + "/.local/share";
   return {};
 }
 

@@ -4,8 +4,8 @@
 // the objects in it (the queue manager and its queues); messages and units of work are in messages.h.
 //
 // A Store is used by one thread at a time. Several Stores, in any number of processes, may have the same queue manager
-// open; each call is one transaction, so callers always see whole objects. Names are plain text without padding, at most
-// 48 characters. Every call returns a reason code and leaves the store unchanged when that is not MQRC_NONE.
+// open; each call is one transaction, so callers always see whole objects. Names are plain text without padding, at
+// most 48 characters. Every call returns a reason code and leaves the store unchanged when that is not MQRC_NONE.
 
 #include <cstdint>
 #include <memory>
@@ -21,21 +21,21 @@ namespace localmq {
 // What a queue of any type can be told; which fields mean something depends on Type.
 struct QueueAttributes {
   std::string Name;
-  MQLONG Type{MQQT_LOCAL};               // MQQT_LOCAL, MQQT_MODEL, MQQT_ALIAS, MQQT_REMOTE
-  std::string Description;               // DESCR, at most 64 characters
-  MQLONG InhibitPut{MQQA_PUT_ALLOWED};   // PUT
-  MQLONG InhibitGet{MQQA_GET_ALLOWED};   // GET
-  MQLONG DefPriority{0};                 // DEFPRTY
+  MQLONG Type{MQQT_LOCAL};                      // MQQT_LOCAL, MQQT_MODEL, MQQT_ALIAS, MQQT_REMOTE
+  std::string Description;                      // DESCR, at most 64 characters
+  MQLONG InhibitPut{MQQA_PUT_ALLOWED};          // PUT
+  MQLONG InhibitGet{MQQA_GET_ALLOWED};          // GET
+  MQLONG DefPriority{0};                        // DEFPRTY
   MQLONG DefPersistence{MQPER_NOT_PERSISTENT};  // DEFPSIST
   // Local and model queues.
-  MQLONG MaxDepth{5000};                       // MAXDEPTH
-  MQLONG MaxMsgLength{4194304};                // MAXMSGL, bytes
-  MQLONG BackoutThreshold{0};                  // BOTHRESH
-  std::string BackoutRequeueName;              // BOQNAME
-  MQLONG Shareability{MQQA_SHAREABLE};         // SHARE, NOSHARE
+  MQLONG MaxDepth{5000};                         // MAXDEPTH
+  MQLONG MaxMsgLength{4194304};                  // MAXMSGL, bytes
+  MQLONG BackoutThreshold{0};                    // BOTHRESH
+  std::string BackoutRequeueName;                // BOQNAME
+  MQLONG Shareability{MQQA_SHAREABLE};           // SHARE, NOSHARE
   MQLONG DefInputOpenOption{MQOO_INPUT_SHARED};  // DEFSOPT
-  MQLONG DefinitionType{MQQDT_PREDEFINED};     // DEFTYPE; for a model queue, the type of the queues made from it
-  MQLONG Usage{0};                             // USAGE: 0 NORMAL, 1 XMITQ
+  MQLONG DefinitionType{MQQDT_PREDEFINED};       // DEFTYPE; for a model queue, the type of the queues made from it
+  MQLONG Usage{0};                               // USAGE: 0 NORMAL, 1 XMITQ
   // Alias queues.
   std::string BaseName;  // TARGET, TARGQ
   // Remote queues.
@@ -49,19 +49,19 @@ struct QueueAttributes {
 struct QueueManagerAttributes {
   std::string Name;  // set at creation, never altered
   std::string Description;
-  std::string DeadLetterQName;      // DEADQ
-  std::string DefXmitQName;         // DEFXMITQ
+  std::string DeadLetterQName;  // DEADQ
+  std::string DefXmitQName;     // DEFXMITQ
   std::string CommandInputQName{"SYSTEM.ADMIN.COMMAND.QUEUE"};
-  MQLONG CodedCharSetId{1208};      // CCSID
-  MQLONG CommandLevel{940};         // CMDLEVEL
-  MQLONG Platform{MQPL_NATIVE};     // PLATFORM
-  MQLONG MaxMsgLength{104857600};   // MAXMSGL
-  MQLONG MaxUncommittedMsgs{0};     // MAXUMSGS; 0 means no limit
+  MQLONG CodedCharSetId{1208};     // CCSID
+  MQLONG CommandLevel{940};        // CMDLEVEL
+  MQLONG Platform{MQPL_NATIVE};    // PLATFORM
+  MQLONG MaxMsgLength{104857600};  // MAXMSGL
+  MQLONG MaxUncommittedMsgs{0};    // MAXUMSGS; 0 means no limit
   // How this queue manager imitates others: the highest MQCNO version that its library takes, whether asynchronous puts
   // are refused, and whether nobody answers on the command queue.
-  MQLONG MaxConnectVersion{8};       // MAXCNO
-  MQLONG AsyncPut{1};                // ASYNCPUT
-  MQLONG CommandServer{1};           // CMDSERV
+  MQLONG MaxConnectVersion{8};  // MAXCNO
+  MQLONG AsyncPut{1};           // ASYNCPUT
+  MQLONG CommandServer{1};      // CMDSERV
   // When User is not empty, only this user with this password may connect.
   std::string User;
   std::string Password;
@@ -71,10 +71,10 @@ struct QueueManagerAttributes {
 
 // A local queue's figures of the moment.
 struct QueueStatus {
-  MQLONG Depth{0};             // messages that are committed and not held by a unit of work
-  MQLONG OpenInputCount{0};    // handles open for input, by processes that live
-  MQLONG OpenOutputCount{0};   // handles open for output
-  MQLONG CurrentFileSize{0};   // megabytes, at least 1
+  MQLONG Depth{0};                     // messages that are committed and not held by a unit of work
+  MQLONG OpenInputCount{0};            // handles open for input, by processes that live
+  MQLONG OpenOutputCount{0};           // handles open for output
+  MQLONG CurrentFileSize{0};           // megabytes, at least 1
   MQLONG CurrentMaxFileSize{2088960};  // megabytes
 };
 
