@@ -1,11 +1,10 @@
 #pragma once
 
 // A child process whose standard output and standard error come back through one pipe. It gets no standard input and is
-// not waited for while it writes; its exit is collected when the object goes.
+// not waited for: its output ends when it does, and whatever it still writes after the object has gone is refused.
 
 #include <cstddef>
 #include <string>
-#include <vector>
 
 class ChildProcess {
  public:
@@ -23,7 +22,7 @@ class ChildProcess {
   ChildProcess& operator=(const ChildProcess&) = delete;
 
   // Starts `program` with the arguments of `commandLine` (its first word is the name the program sees). Where the
-  // system takes an argument vector, the command line is split at blanks.
+  // system takes an argument vector, the command line is split at blanks; a part in double quotes stays together.
   Failure Start(const std::string& program, const std::string& commandLine);
   // Reads what is there, at most `bytes`, waiting for at least one byte. 0 means that the pipe has ended.
   std::size_t Read(char* buffer, std::size_t bytes);

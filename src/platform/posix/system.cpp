@@ -1,0 +1,69 @@
+#include "platform/system.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
+#include <system_error>
+#include <vector>
+
+PlatformKind Platform() { return PlatformKind::Posix; }
+
+std::string SystemUserName() {
+  std::vector<char> buffer(16 * 1024);
+  passwd entry{};
+  passwd* found = nullptr;
+  if (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) return {};
+  return found->pw_name;
+}
+
+std::string SystemComputerName() {
+  char name[HOST_NAME_MAX + 1]{};
+  return gethostname(name, HOST_NAME_MAX) == 0 ? name : std::string();
+}
+
+std::string TemporaryFilePath(const char* name) { return std::string("/tmp/") + name; }
+
+std::FILE* OpenTemporaryForWrite(const std::string& path) {
+  // Everybody may write to the folder, so the name may have been prepared by somebody else: a link to another file, or
+  // a pipe that would never open. The old content goes only after the file is known to be a plain file of this user.
+  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+  if (fd < 0) return nullptr;
+  struct stat status;
+  const bool safe = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+                    status.st_uid == geteuid() && ftruncate(fd, 0) == 0;
+  std::FILE* file = safe ? fdopen(fd, "w") : nullptr;
+  if (file == nullptr) close(fd);
+  return file;
+}
+
+void BreakIntoDebugger() {
+  std::raise(SIGTRAP);
+  std::abort();
+}
+
+int ExitStatus(std::int32_t code) {
+  const int low = static_cast<int>(static_cast<std::uint32_t>(code) & 0xFFU);
+  return low == 0 && code != 0 ? 255 : low;
+}
+
+void PrepareProcess() {
+  std::signal(SIGPIPE, SIG_IGN);
+  // Were a standard stream closed, the next file opened would take its place and receive what is meant for the user.
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (fcntl(fd, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0) std::abort();
+  }
+}
+
+std::string SystemErrorText(int error) { return std::generic_category().message(error); }
+
+std::uint32_t TickCount() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  const auto ticks = static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+  return ticks != 0 ? ticks : 1;
+}
