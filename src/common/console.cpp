@@ -1,0 +1,103 @@
+#include "common/console.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+#include "cmdline/parameters.h"
+
+namespace {
+
+// One write, so that lines of two threads do not mix.
+void WriteToStderr(std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stderr);
+  std::fflush(stderr);
+}
+
+__attribute__((format(printf, 1, 0))) std::string FormatArguments(const char* format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  char shortText[1024];
+  const int length = std::vsnprintf(shortText, sizeof shortText, format, arguments);
+  std::string text;
+  if (length > 0) {
+    const auto bytes = static_cast<std::size_t>(length);
+    if (bytes < sizeof shortText) {
+      text.assign(shortText, bytes);
+    } else {
+      text.resize(bytes);
+      std::vsnprintf(text.data(), bytes + 1, format, again);
+    }
+  }
+  va_end(again);
+  return text;
+}
+
+// What it takes to replace `shown` characters in place by `text`, leaving the cursor behind it.
+std::string Redrawn(std::size_t shown, std::string_view text) {
+  std::string out(shown, '\b');
+  out += text;
+  if (shown > text.size()) {
+    const std::size_t excess = shown - text.size();
+    out.append(excess, ' ');
+    out.append(excess, '\b');
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string FormatText(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::string text = FormatArguments(format, arguments);
+  va_end(arguments);
+  return text;
+}
+
+void PrintDiagnosticText(Parameters& run, std::string_view text) {
+  std::string out;
+  if (run.Screen.InPlaceShown > 0) {
+    if (run.Screen.Redraw != nullptr) run.Screen.Redraw(run);
+    run.Screen.InPlaceShown = 0;
+    out = "\n";
+  }
+  if (run.Log.ReadingDumpFile && run.Log.DumpLineNumber != 0) {
+    out += FormatText("Line No. %d: ", static_cast<int>(run.Log.DumpLineNumber));
+  }
+  out += text;
+  WriteToStderr(out);
+}
+
+void PrintDiagnostic(Parameters& run, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  const std::string text = FormatArguments(format, arguments);
+  va_end(arguments);
+  PrintDiagnosticText(run, text);
+}
+
+void SetMessageText(Parameters& run, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  run.MessageText.Assign(FormatArguments(format, arguments));
+  va_end(arguments);
+}
+
+void ShowInPlace(Parameters& run, std::string_view text) {
+  WriteToStderr(Redrawn(run.Screen.InPlaceShown, text));
+  run.Screen.InPlaceShown = text.size();
+}
+
+void EraseInPlace(Parameters& run) { ShowInPlace(run, {}); }
+
+bool ReadAnswer(std::string& answer, std::size_t limit) {
+  answer.clear();
+  int c = std::getc(stdin);
+  if (c == EOF) return false;
+  for (; c != EOF && c != '\n'; c = std::getc(stdin)) {
+    if (answer.size() < limit) answer += static_cast<char>(c);
+  }
+  if (!answer.empty() && answer.back() == '\r') answer.pop_back();
+  return true;
+}
