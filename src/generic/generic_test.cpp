@@ -1,0 +1,178 @@
+#include "generic/generic.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "cmdline/parameters.h"
+#include "generic/pcf.h"
+
+namespace {
+
+TEST(GenericFileSpec, NamesDirectoryAndType) {
+  const struct {
+    const char* Text;
+    PathStyle Style;
+    MQLONG Result;
+    const char* Directory;
+    const char* Type;
+  } cases[] = {
+      {"*", PathStyle::Posix, 0, "./", ".tvo"},
+      {"/out/*", PathStyle::Posix, 0, "/out/", ".tvo"},
+      {"*.msg", PathStyle::Windows, 0, ".\\", ".msg"},
+      {"C:\\out\\*", PathStyle::Windows, 0, "C:\\out\\", ".tvo"},
+      {"*.a23456789012345678", PathStyle::Posix, 0, "./", ".a23456789012345678"},
+      {"*.a2345678901234567890", PathStyle::Posix, MQRC_OPTIONS_ERROR, "./", ""},
+      {"*.m-1", PathStyle::Posix, MQRC_OPTIONS_ERROR, "./", ""},
+      {"*.", PathStyle::Posix, MQRC_OPTIONS_ERROR, "./", ""},
+      {"a*", PathStyle::Posix, MQRC_OPTIONS_ERROR, "./", ""},
+      {"out/*x", PathStyle::Posix, MQRC_OPTIONS_ERROR, "out/", ""},
+  };
+  for (const auto& c : cases) {
+    Parameters run;
+    EXPECT_EQ(ParseGenericFileSpec(run, c.Text, c.Style), c.Result) << c.Text;
+    EXPECT_EQ(run.Naming.Directory, c.Directory) << c.Text;
+    EXPECT_EQ(run.Naming.FileType, c.Type) << c.Text;
+  }
+}
+
+TEST(QueueFileName, YieldsQueueBaseNameAndIndex) {
+  const struct {
+    const char* Name;
+    bool Kept;
+    const char* Queue;
+    const char* Base;
+    int Index;  // -1: none
+  } cases[] = {
+      {"Q1.tvo", true, "Q1", "Q1", -1},
+      {"A!B.tvo", true, "A/B", "A!B", -1},
+      {"q1#1.tvo", true, "q1", "q1#1", -1},
+      {"Q1$12.tvo", true, "Q1", "Q1", 12},
+      {"q1#2$3.tvo", true, "q1", "q1#2", 3},
+      {"Q1.TVO", false, "", "", -1},
+      {"Q1$.tvo", false, "", "", -1},
+      {"Q1$2x.tvo", false, "", "", -1},
+      {"Q1$99999999999.tvo", false, "", "", -1},
+      {".tvo", false, "", "", -1},
+      {"A23456789.123456789.123456789.123456789.123456789.tvo", false, "", "", -1},
+  };
+  Parameters run;
+  run.Naming.Directory = "dir/";
+  run.Naming.FileType = ".tvo";
+  for (const auto& c : cases) {
+    GenericQueueEntry entry;
+    ASSERT_EQ(ParseQueueFileName(run, c.Name, entry), c.Kept) << c.Name;
+    if (!c.Kept) continue;
+    EXPECT_EQ(entry.QueueName, c.Queue) << c.Name;
+    EXPECT_EQ(entry.BaseName, c.Base) << c.Name;
+    EXPECT_EQ(entry.HasIndex, c.Index >= 0) << c.Name;
+    if (c.Index >= 0) EXPECT_EQ(entry.Index, c.Index) << c.Name;
+    EXPECT_EQ(entry.FilePath, std::string("dir/") + c.Name);
+  }
+}
+
+TEST(GenericQueueList, GivesTwinsDifferentFilesWhateverTheirOrder) {
+  for (const auto& order : {std::vector<std::string>{"Q1", "q1", "Q/1"}, {"q1", "Q/1", "Q1"}}) {
+    GenericQueueList list;
+    std::vector<std::string> paths;
+    for (const auto& name : order) {
+      GenericQueueEntry entry;
+      entry.QueueName = name;
+      ASSERT_EQ(list.Add(entry, "d/", ".tvo"), 0);
+    }
+    for (const auto& [key, entry] : list) paths.push_back(entry.FilePath);
+    ASSERT_EQ(paths.size(), 3U);
+    EXPECT_EQ(paths[0], "d/Q!1.tvo");
+    EXPECT_EQ(paths[1], order[0] == "Q1" ? "d/Q1.tvo" : "d/Q1#1.tvo");
+    EXPECT_EQ(paths[2], order[0] == "Q1" ? "d/q1#1.tvo" : "d/q1.tvo");
+  }
+}
+
+TEST(GenericQueueList, FormsGroupsOfIndexedFiles) {
+  Parameters run;
+  run.Naming.FileType = ".tvo";
+  GenericQueueList list;
+  for (const char* name : {"B$10.tvo", "B$2.tvo", "B$1.tvo", "A.tvo", "b#1$1.tvo"}) {
+    GenericQueueEntry entry;
+    ASSERT_TRUE(ParseQueueFileName(run, name, entry));
+    ASSERT_EQ(list.Add(entry, "", ".tvo"), 0);
+  }
+  list.FormGroups();
+  std::string seen;
+  for (const auto& [key, entry] : list) {
+    seen += entry.FilePath;
+    if (entry.GroupStart && entry.HasIndex) seen += ":" + std::to_string(entry.HighestIndex);
+    seen += entry.GroupStart ? "|" : " ";
+  }
+  EXPECT_EQ(seen, "A.tvo|B$1.tvo:10|B$2.tvo B$10.tvo b#1$1.tvo:1|");
+}
+
+// ---- Replies of the command server
+// ------------------------------------------------------------------------------------
+
+std::vector<MQBYTE> Reply(const std::vector<MQLONG>& words) {
+  MQCFH header;
+  header.ParameterCount = words[0];
+  std::vector<MQBYTE> bytes(sizeof header + (words.size() - 1) * 4);
+  std::memcpy(bytes.data(), &header, sizeof header);
+  std::memcpy(bytes.data() + sizeof header, words.data() + 1, bytes.size() - sizeof header);
+  return bytes;
+}
+
+int CountParameters(const std::vector<MQBYTE>& bytes) {
+  PcfReply reply(bytes.data(), bytes.size());
+  int n = 0;
+  for (PcfParameter parameter; reply.Next(parameter);) ++n;
+  return n;
+}
+
+TEST(PcfReply, WalksWhatARequestBuilds) {
+  PcfRequest request{MQCFH{}};
+  request.AddString(MQCA_Q_NAME, "APP.*");
+  request.AddInteger(MQIA_Q_TYPE, MQQT_LOCAL);
+  request.AddIntegerList(MQIACF_Q_ATTRS, {1, 2, 3});
+  request.AddString(MQCA_Q_DESC, "");
+  PcfReply reply(static_cast<const MQBYTE*>(request.data()), static_cast<std::size_t>(request.size()));
+  ASSERT_TRUE(reply.usable());
+  EXPECT_EQ(reply.header().ParameterCount, 4);
+  PcfParameter parameter;
+  ASSERT_TRUE(reply.Next(parameter));
+  EXPECT_EQ(parameter.String, "APP.*");
+  ASSERT_TRUE(reply.Next(parameter));
+  EXPECT_EQ(parameter.Integer, MQQT_LOCAL);
+  ASSERT_TRUE(reply.Next(parameter));
+  ASSERT_TRUE(reply.Next(parameter));
+  EXPECT_EQ(parameter.String, "");
+  EXPECT_FALSE(reply.Next(parameter));
+}
+
+TEST(PcfReply, StopsAtLengthsThatDoNotFit) {
+  const struct {
+    const char* Name;
+    std::vector<MQLONG> Words;
+    int Parameters;
+  } cases[] = {
+      {"count beyond the bytes", {5, MQCFT_INTEGER, 16, 3, 7}, 1},
+      {"count negative", {-1, MQCFT_INTEGER, 16, 3, 7}, 0},
+      {"length zero", {1, MQCFT_INTEGER, 0, 3, 7}, 0},
+      {"length negative", {1, MQCFT_INTEGER, -16, 3, 7}, 0},
+      {"length beyond the end", {1, MQCFT_INTEGER, 20, 3, 7}, 0},
+      {"integer without value", {1, MQCFT_INTEGER, 12, 3}, 0},
+      {"string longer than its structure", {1, MQCFT_STRING, 24, 2016, 0, 5, 0}, 0},
+      {"string length negative", {1, MQCFT_STRING, 24, 2016, 0, -1, 0}, 0},
+      {"unknown type", {2, 99, 12, 3, MQCFT_INTEGER, 16, 3, 7}, 0},
+      {"group of two and one behind it",
+       {2, MQCFT_GROUP, 16, 1, 2, MQCFT_INTEGER, 16, 1, 1, MQCFT_INTEGER, 16, 2, 2, MQCFT_INTEGER, 16, 3, 3},
+       3},
+      {"group count negative", {2, MQCFT_GROUP, 16, 1, -5, MQCFT_INTEGER, 16, 1, 1}, 0},
+      {"group without count", {2, MQCFT_GROUP, 12, 1, MQCFT_INTEGER, 16, 1, 1}, 0},
+  };
+  for (const auto& c : cases) EXPECT_EQ(CountParameters(Reply(c.Words)), c.Parameters) << c.Name;
+  const std::vector<MQBYTE> tooShort(35);
+  EXPECT_FALSE(PcfReply(tooShort.data(), tooShort.size()).usable());
+  std::vector<MQLONG> nested{1};
+  for (int i = 0; i < 100000; ++i) nested.insert(nested.end(), {MQCFT_GROUP, 16, 1, 1});
+  EXPECT_EQ(CountParameters(Reply(nested)), 0);
+}
+
+}  // namespace

@@ -1,0 +1,198 @@
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "cmdline/parameters.h"
+#include "engine/transfer.h"
+#include "generic/generic.h"
+#include "generic/queue_run.h"
+#include "mq/reasons.h"
+
+namespace {
+
+// Whether a queue is wanted: it matches an output queue name taken as a pattern, and system queues only when they hold
+// users' messages or are named themselves.
+bool IsWanted(const Parameters& run, std::string_view queue) {
+  if (IsSystemQueue(queue) && !(run.OutputQueueName == queue)) return false;
+  if (run.OutputList == nullptr) return MatchesPattern(run, queue, run.OutputQueueName);
+  for (const MQOR& entry : run.OutputList->Entries) {
+    if (MatchesPattern(run, queue, NameInField(entry.ObjectName, sizeof entry.ObjectName))) return true;
+  }
+  return false;
+}
+
+MQLONG FindFiles(Parameters& run) {
+  const MQLONG result = ScanDirectory(run, [&](std::string_view name) -> MQLONG {
+    GenericQueueEntry entry;
+    if (!ParseQueueFileName(run, name, entry) || !IsWanted(run, entry.QueueName)) return 0;
+    return run.Generic.Queues.Add(std::move(entry), run.Naming.Directory, run.Naming.FileType);
+  });
+  if (result == 0) run.Generic.Queues.FormGroups();
+  return result;
+}
+
+// Every group with indexes runs from 1 without a gap, and no file without index stands beside it.
+bool CheckIndexes(Parameters& run) {
+  bool sound = true;
+  const GenericQueueEntry* start = nullptr;
+  int expected = 0;
+  bool reported = false;
+  const auto problem = [&](const char* format, int index) {
+    if (!reported) {
+      PrintDiagnostic(run, "Indexed File '%s' %s\n", IndexedName(run.Naming, index).c_str(), format);
+    }
+    reported = true;
+    sound = false;
+  };
+  for (const auto& [key, file] : run.Generic.Queues) {
+    if (file.GroupStart) {
+      start = &file;
+      reported = false;
+      expected = 1;
+    }
+    if (!file.HasIndex) continue;
+    run.Naming.BaseName = file.BaseName;
+    if (!start->HasIndex) {
+      problem("stands beside a file of the same queue without index", file.Index);
+    } else if (start->LowestIndex != 1) {
+      problem("should start at index 1", start->LowestIndex);
+    } else if (file.Index != expected) {
+      problem("appears to be missing", expected);
+    }
+    ++expected;
+  }
+  return sound;
+}
+
+// Every file can be read, or the user goes on all the same.
+bool CheckReadable(Parameters& run) {
+  bool failed = false;
+  for (const auto& [key, file] : run.Generic.Queues) {
+    InputFile probe;
+    if (probe.Open(file.FilePath.c_str(), "r") == 0) continue;
+    failed = true;
+    PrintDiagnostic(run, "%s\n", file.FilePath.c_str());
+  }
+  return !failed || Confirm(run, "\nThese files can not be read.\nAre you sure you want to continue? ");
+}
+
+// The depth of a queue that can be opened; the reason of the open or the inquiry otherwise.
+MQLONG InquireDepth(QMgrConn& conn, const std::string& queue, MQLONG& depth) {
+  MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
+  MQLONG reason = OpenQueue(conn, queue, conn.QMgrName, MQOO_INQUIRE | MQOO_OUTPUT, hobj);
+  if (reason != 0) return reason;
+  const MQLONG selector = MQIA_CURRENT_Q_DEPTH;
+  MQLONG code = MQCC_OK;
+  conn.Api.MQINQ(conn.Hconn, hobj, 1, &selector, 1, &depth, 0, nullptr, &code, &reason);
+  if (code != MQCC_OK) depth = 0;  // an alias queue has no depth of its own
+  CloseQueue(conn, hobj);
+  return code == MQCC_FAILED ? reason : 0;
+}
+
+// 0 when every queue can be loaded, or the user goes on all the same; else the last reason.
+MQLONG CheckQueues(Parameters& run) {
+  QMgrConn& conn = OutputConn(run);
+  MQLONG problem = 0;
+  for (const auto& [key, file] : run.Generic.Queues) {
+    if (!file.GroupStart) continue;
+    MQLONG depth = 0;
+    const MQLONG reason = InquireDepth(conn, file.QueueName, depth);
+    if (reason != 0) {
+      problem = reason;
+      PrintDiagnostic(run, "%-48s RC(%d) %s\n", file.QueueName.c_str(), reason, ReasonText(reason));
+    } else if (depth > 0) {
+      problem = MQRC_Q_NOT_EMPTY;
+      PrintDiagnostic(run, "%-48s Not empty.\n", file.QueueName.c_str());
+    }
+  }
+  if (problem == 0) return 0;
+  const bool goOn =
+      Confirm(run, "\nThere are potential problems with these queues.\nAre you sure you want to continue? ");
+  return goOn ? 0 : problem;
+}
+
+std::int64_t GroupSize(Parameters& run, const GenericQueueEntry& start) {
+  std::int64_t total = 0;
+  for (const auto& [key, file] : run.Generic.Queues) {
+    if (file.QueueName != start.QueueName || file.BaseName != start.BaseName) continue;
+    std::error_code error;
+    const auto size = std::filesystem::file_size(file.FilePath, error);
+    if (!error) total += static_cast<std::int64_t>(size);
+  }
+  return total;
+}
+
+// One group of files onto its queue, with its line on standard output.
+void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std::int64_t& messages,
+               MQLONG& firstFailure) {
+  std::printf("%-48s ", start.QueueName.c_str());
+  std::fflush(stdout);
+  ResetForNextQueue(run);
+  QMgrConn& conn = OutputConn(run);
+  const MQLONG opened =
+      OpenQueue(conn, start.QueueName, conn.QMgrName, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT, run.OutputHobj);
+  if (opened != 0) return ReportQueueFailure(opened, firstFailure);
+  run.OutputQueueName.Assign(start.QueueName);
+  run.OutputQMgrName.clear();
+  run.Naming.BaseName = start.BaseName;
+  int fileError = ENAMETOOLONG;
+  if (run.InputFileName.Assign(start.FilePath)) {
+    run.Naming.InputName.Assign(start.FilePath);
+    fileError = run.Reader.In.Open(start.FilePath.c_str(), "r");
+  }
+  if (fileError != 0) {
+    std::printf("File Error RC(%d)\n", fileError);
+    if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
+    return CloseQueue(conn, run.OutputHobj);
+  }
+  run.Flags = start.HasIndex ? run.Flags | FLAG_INPUT_INSERTS : run.Flags & ~FLAG_INPUT_INSERTS;
+  if (ShowsProgress(run)) StartProgressLine(run, GroupSize(run, start), nullptr);
+  const MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
+  CloseInputFile(run);
+  EndProgressLine(run, false);
+
+  const std::int64_t put = result == 0 ? run.MsgsWritten : run.MsgsWritten - run.UowMsgsWritten;
+  ++queues;
+  messages += put;
+  if (result != 0) {
+    ReportQueueFailure(result, firstFailure);
+  } else {
+    std::printf("%-6" PRId64 " Done.\n", put);
+  }
+  CloseQueue(conn, run.OutputHobj);
+  ShowMessageText(run);
+}
+
+}  // namespace
+
+MQLONG GenericLoad(Parameters& run) {
+  MQLONG result = ParseGenericFileSpec(run, run.InputFileName);
+  if (result == 0) result = FindFiles(run);
+  if (result != 0) return result;
+  GenericQueueList& files = run.Generic.Queues;
+  if (files.empty()) {
+    PrintDiagnosticText(run, "No matching TARVO files found.\n");
+    return 0;
+  }
+  if (!CheckIndexes(run) || !CheckReadable(run)) return MQRC_OBJECT_ALREADY_EXISTS;
+  result = CheckQueues(run);
+  if (result != 0) return result;
+
+  run.OutputList.reset();
+  int queues = 0;
+  std::int64_t messages = 0;
+  MQLONG firstFailure = 0;
+  for (const auto& [key, file] : files) {
+    // A unit that could not even be backed out stays open on the connection: the next queue's commit would carry it
+    // out.
+    if (OutputConn(run).UnitOpen) {
+      PrintDiagnostic(run, "The queues from '%s' on are not loaded.\n", file.QueueName.c_str());
+      break;
+    }
+    if (file.GroupStart) LoadQueue(run, file, queues, messages, firstFailure);
+  }
+  std::printf("\nTotal : %d Queues, %" PRId64 " Messages\n", queues, messages);
+  return firstFailure;
+}

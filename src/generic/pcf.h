@@ -1,0 +1,52 @@
+#pragma once
+
+// Programmable command format: building a request, and walking a reply whose every length is checked. Replies come from
+// outside: whatever does not fit into the bytes that were delivered ends the walk.
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "common/cs.h"
+#include "mq/mqi.h"
+
+class PcfRequest {
+ public:
+  explicit PcfRequest(const MQCFH& header);
+  void AddString(MQLONG parameter, std::string_view value);
+  void AddInteger(MQLONG parameter, MQLONG value);
+  void AddIntegerList(MQLONG parameter, const std::vector<MQLONG>& values);
+  const void* data() const { return bytes_.data(); }
+  MQLONG size() const { return static_cast<MQLONG>(bytes_.size()); }
+
+ private:
+  void Add(const void* fixed, std::size_t fixedBytes, const void* tail, std::size_t tailBytes);
+  std::vector<MQBYTE, CSAllocator<MQBYTE>> bytes_;
+};
+
+struct PcfParameter {
+  MQLONG Type = 0;
+  MQLONG Parameter = 0;
+  MQLONG Integer = 0;       // MQCFT_INTEGER
+  std::string_view String;  // MQCFT_STRING: the text as it stands, padding included
+};
+
+// Walks the parameters of a reply in order, those of groups included.
+class PcfReply {
+ public:
+  // A reply shorter than its header is not usable.
+  PcfReply(const MQBYTE* data, std::size_t bytes);
+  bool usable() const { return usable_; }
+  const MQCFH& header() const { return header_; }
+  // The next parameter; false at the end, or where a length does not fit.
+  bool Next(PcfParameter& parameter);
+
+ private:
+  const MQBYTE* data_;
+  std::size_t bytes_;
+  std::size_t at_ = 0;
+  bool usable_ = false;
+  MQCFH header_;
+  std::int64_t left_ = 0;  // parameters left, those of opened groups included
+};

@@ -1,0 +1,64 @@
+#pragma once
+
+// Which queue a file belongs to: the sorted list of queues and files that generic processing works through, and the
+// names of queue files ("Q1.tvo", "Q1$2.tvo", "a!b#1.tvo": '/' of a queue name becomes '!', '#' tells names apart that
+// differ only in case, '$' carries the index when limits split a queue over several files).
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <unordered_map>
+
+#include "common/paths.h"
+#include "mq/mqi.h"
+
+struct Parameters;
+
+struct GenericQueueEntry {
+  std::string QueueName;     // at most 48 characters
+  int DuplicateCount = 0;    // names listed before that equal this one when case is ignored
+  MQLONG Depth = 0;          // unload: current depth as the command server reports it
+  std::string BaseName;      // without directory, index and file type
+  std::string FilePath;      // directory, base name, index part, file type
+  bool HasIndex = false;     // the file name carries an index
+  bool GroupStart = false;   // the first file of a group of indexed files, or a file without index
+  bool QueueListed = false;  // unload: a queue of the same name is in the queue list
+  int Index = 0;
+  int LowestIndex = 0;   // over the group, kept in its group start; files without index do not count
+  int HighestIndex = 0;  //
+};
+
+// Sorted by queue name (bytes, case counting); the files of one queue by base name, then index.
+class GenericQueueList {
+ public:
+  using Key = std::tuple<std::string, std::string, int>;
+
+  // Adds an entry. One without a file path gets its file named: `directory`, base name, `fileType`; no two entries of a
+  // list get the same base name, ignoring case. Returns 0, or MQRCCF_NO_STORAGE and leaves the list as it was.
+  MQLONG Add(GenericQueueEntry entry, std::string_view directory, std::string_view fileType);
+  // Marks the group starts and records the lowest and highest index of each group.
+  void FormGroups();
+  bool HasQueue(std::string_view queueName) const;
+
+  bool empty() const { return entries_.empty(); }
+  auto begin() { return entries_.begin(); }
+  auto end() { return entries_.end(); }
+
+ private:
+  std::multimap<Key, GenericQueueEntry> entries_;
+  std::unordered_map<std::string, int> sameIgnoringCase_;
+};
+
+// Splits "<directory>*[.<type>]" of `text` into the run's directory and file type. Returns 0, or MQRC_OPTIONS_ERROR
+// after printing why.
+MQLONG ParseGenericFileSpec(Parameters& run, std::string_view text, PathStyle style = NativePathStyle());
+
+// Reads a file name found in the run's directory. False when it is no queue file.
+bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQueueEntry& entry);
+
+// Whether a queue name matches a pattern given as a queue argument; case counts when any was given in single quotes.
+bool MatchesPattern(const Parameters& run, std::string_view queueName, std::string_view pattern);
+
+// SYSTEM queues, except the cluster transmission queue and the dead-letter queue, which hold users' messages.
+bool IsSystemQueue(std::string_view queueName);

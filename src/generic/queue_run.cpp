@@ -1,0 +1,101 @@
+#include "generic/queue_run.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "cmdline/parameters.h"
+#include "mq/reasons.h"
+
+namespace {
+
+constexpr std::size_t kAnswerLimit = 100;
+
+}  // namespace
+
+MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_view name)>& take) {
+  std::error_code error;
+  std::filesystem::directory_iterator at(run.Naming.Directory, error);
+  for (const std::filesystem::directory_iterator end; !error && at != end; at.increment(error)) {
+    std::error_code unknown;
+    if (at->is_directory(unknown)) continue;
+    const MQLONG result = take(at->path().filename().string());
+    if (result != 0) return result;
+  }
+  if (!error) return 0;
+  PrintDiagnosticText(run, "Can not scan for files.\n");
+  return MQRC_NOT_AUTHORIZED;
+}
+
+bool Confirm(Parameters& run, const char* question) {
+  PrintDiagnosticText(run, question);
+  std::string answer;
+  const bool yes = ReadAnswer(answer, kAnswerLimit) && (answer.starts_with('Y') || answer.starts_with('y'));
+  if (yes) PrintDiagnosticText(run, "\n");
+  return yes;
+}
+
+void ResetForNextQueue(Parameters& run) {
+  run.Finished = false;
+  run.RolledBack = false;
+  run.MessageText.clear();
+  run.MessageIndex = -1;
+  run.SelectedCount = 0;
+  run.MsgsRead = run.BytesRead = run.MsgsWritten = run.BytesWritten = 0;
+  run.UowMsgsRead = run.UowBytesRead = run.UowMsgsWritten = run.UowBytesWritten = 0;
+  run.Uow = UnitOfWork{};
+  run.FilesRead = 0;
+  run.FilesWritten = 0;
+  run.Writer.MsgsInFile = 0;
+  run.Writer.MsgsSinceFlush = 0;
+  run.Writer.LastLength = 0;
+  run.Writer.LastWritten = false;
+  run.Reader.Line = {};
+  run.Reader.LineNumber = 0;
+  run.Reader.FileBytes = 0;
+  run.Reader.FinishedFileBytes = 0;
+  run.Reader.TokenEnd = 0;
+  run.Flags &= ~FLAG_INPUT_BROWSE_FORMAT;
+  EndProgressLine(run, false);
+  run.Progress = ProgressState{};
+}
+
+bool ShowsProgress(const Parameters& run) {
+  return (run.Screen.StdinIsTerminal && !run.Has(FLAG_QUIET)) || run.Has2(FLAG2_COUNT_FIRST);
+}
+
+void ReportQueueFailure(MQLONG reason, MQLONG& firstFailure) {
+  std::printf("RC(%d) %s\n", reason, ReasonText(reason));
+  if (firstFailure == 0) firstFailure = reason;
+}
+
+void ShowMessageText(Parameters& run) {
+  if (run.MessageText.empty()) return;
+  std::fflush(stdout);
+  PrintDiagnostic(run, "%s\n", run.MessageText.c_str());
+  run.MessageText.clear();
+}
+
+MQLONG OpenQueue(QMgrConn& conn, std::string_view queue, std::string_view qmgr, MQLONG options, MQHOBJ& hobj,
+                 std::string* selector) {
+  MQOD object;
+  if (selector != nullptr) {
+    object.Version = MQOD_VERSION_4;
+    object.SelectionString.VSPtr = selector->data();
+    object.SelectionString.VSLength = static_cast<MQLONG>(selector->size());
+  }
+  FillField(object.ObjectName, sizeof object.ObjectName, queue);
+  FillField(object.ObjectQMgrName, sizeof object.ObjectQMgrName, qmgr);
+  MQLONG code = MQCC_OK;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQOPEN(conn.Hconn, &object, options | MQOO_FAIL_IF_QUIESCING, &hobj, &code, &reason);
+  return code == MQCC_FAILED ? reason : 0;
+}
+
+void CloseQueue(QMgrConn& conn, MQHOBJ& hobj) {
+  if (hobj == MQHO_UNUSABLE_HOBJ) return;
+  MQLONG code = MQCC_OK;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQCLOSE(conn.Hconn, &hobj, MQCO_NONE, &code, &reason);
+  hobj = MQHO_UNUSABLE_HOBJ;
+}

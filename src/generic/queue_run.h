@@ -1,0 +1,39 @@
+#pragma once
+
+// What the generic unload and load share: reading the directory, asking the user, and resetting the run between queues.
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "generic/queue_files.h"
+#include "mq/mqi.h"
+
+struct Parameters;
+struct QMgrConn;
+
+// Calls `take` for the name of every file (not directory) in the run's directory. Returns 0, or MQRC_NOT_AUTHORIZED
+// after "Can not scan for files.".
+MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_view name)>& take);
+
+// Prints the question and reads the answer: true only when it starts with 'Y' or 'y' (a line end follows then). The end
+// of input means no.
+bool Confirm(Parameters& run, const char* question);
+
+// Forgets the counters and the file state of the queue before, so that the next one starts like a run of its own.
+void ResetForNextQueue(Parameters& run);
+
+// Whether this run shows progress.
+bool ShowsProgress(const Parameters& run);
+
+// Writes a failed queue's outcome on its line ("RC(%d) %s\n") and keeps the reason of the first failure.
+void ReportQueueFailure(MQLONG reason, MQLONG& firstFailure);
+
+// Writes the text that the last transfer left, if any, on standard error.
+void ShowMessageText(Parameters& run);
+
+// Opens a queue of the run, with a message selector when one is given; a failure is returned as its reason, 0
+// otherwise.
+MQLONG OpenQueue(QMgrConn& conn, std::string_view queue, std::string_view qmgr, MQLONG options, MQHOBJ& hobj,
+                 std::string* selector = nullptr);
+void CloseQueue(QMgrConn& conn, MQHOBJ& hobj);

@@ -1,0 +1,200 @@
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "cmdline/parameters.h"
+#include "engine/transfer.h"
+#include "generic/command_server.h"
+#include "generic/generic.h"
+#include "generic/queue_run.h"
+#include "mq/reasons.h"
+
+namespace {
+
+struct Totals {
+  int Queues = 0;
+  std::int64_t Messages = 0;
+};
+
+// "No non-empty queues found matching 'A*', 'B*' or 'C*'."
+void ShowNothingFound(Parameters& run) {
+  std::string text = "No non-empty queues found matching ";
+  const auto& patterns = run.InputList->Entries;
+  for (std::size_t i = 0; i < patterns.size(); ++i) {
+    if (i > 0) text += i + 1 == patterns.size() ? " or " : ",";
+    text += '\'' + std::string(NameInField(patterns[i].ObjectName, sizeof patterns[i].ObjectName)) + '\'';
+  }
+  PrintDiagnostic(run, "%s.\n", text.c_str());
+}
+
+MQLONG FindExistingFiles(Parameters& run) {
+  GenericState& state = run.Generic;
+  const MQLONG result = ScanDirectory(run, [&](std::string_view name) -> MQLONG {
+    GenericQueueEntry entry;
+    if (!ParseQueueFileName(run, name, entry)) return 0;
+    entry.QueueListed = state.Queues.HasQueue(entry.QueueName);
+    return state.ExistingFiles.Add(std::move(entry), run.Naming.Directory, run.Naming.FileType);
+  });
+  if (result == 0) state.ExistingFiles.FormGroups();
+  return result;
+}
+
+// Lists the existing files of queues that are listed, or are not. Answers whether there are any.
+bool ShowExisting(Parameters& run, bool listed) {
+  bool any = false;
+  for (const auto& [key, file] : run.Generic.ExistingFiles) {
+    if (!file.GroupStart || file.QueueListed != listed) continue;
+    any = true;
+    if (file.HighestIndex > file.Index) {
+      PrintDiagnostic(run, "%s[-> %c%d]\n", file.FilePath.c_str(), '$', file.HighestIndex);
+    } else {
+      PrintDiagnostic(run, "%s\n", file.FilePath.c_str());
+    }
+  }
+  return any;
+}
+
+bool HasListed(Parameters& run, bool listed) {
+  for (const auto& [key, file] : run.Generic.ExistingFiles) {
+    if (file.QueueListed == listed) return true;
+  }
+  return false;
+}
+
+enum class ForeignFiles { Keep, Delete, Quit };
+
+ForeignFiles AskAboutForeignFiles(Parameters& run) {
+  if (!ShowExisting(run, false)) return ForeignFiles::Keep;
+  PrintDiagnosticText(run, "\nThese files already exist and will not be affected by the download.");
+  PrintDiagnosticText(run, "\nHowever, they could affect and contaminate a future upload.\n");
+  for (;;) {
+    PrintDiagnosticText(run, "What would you like to do? (c)ontinue, (d)elete the files, (q)uit ");
+    std::string answer;
+    if (!ReadAnswer(answer, 100) || answer.starts_with('q')) return ForeignFiles::Quit;
+    if (answer.starts_with('c') || answer.starts_with('d')) {
+      PrintDiagnosticText(run, "\n");
+      return answer.starts_with('c') ? ForeignFiles::Keep : ForeignFiles::Delete;
+    }
+  }
+}
+
+// Opens every queue once. Answers whether the unload goes on.
+bool CheckAccess(Parameters& run) {
+  QMgrConn& conn = InputConn(run);
+  bool failed = false;
+  for (const auto& [key, queue] : run.Generic.Queues) {
+    MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
+    const MQLONG reason = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Selector.get());
+    CloseQueue(conn, hobj);
+    if (reason == 0) continue;
+    failed = true;
+    PrintDiagnostic(run, "%-48s RC(%d) %s\n", queue.QueueName.c_str(), reason, ReasonText(reason));
+  }
+  return !failed || Confirm(run, "\nError accessing these queues.\nAre you sure you want to continue? ");
+}
+
+// Everything that is asked or checked before the first file is touched, then the deletions that were agreed to.
+MQLONG PrepareDirectory(Parameters& run) {
+  if (!run.Has(FLAG_FORCE) && HasListed(run, true)) {
+    ShowExisting(run, true);
+    if (!Confirm(run, "\nThese files already exist and will be deleted.\nAre you sure you want to continue? ")) {
+      return MQRC_OBJECT_ALREADY_EXISTS;
+    }
+  }
+  const ForeignFiles foreign = AskAboutForeignFiles(run);
+  if (foreign == ForeignFiles::Quit || !CheckAccess(run)) return MQRC_OBJECT_ALREADY_EXISTS;
+  for (const auto& [key, file] : run.Generic.ExistingFiles) {
+    if (!file.QueueListed && foreign == ForeignFiles::Keep) continue;
+    std::error_code error;
+    std::filesystem::remove(file.FilePath, error);
+    if (error) {
+      PrintDiagnostic(run, "Attempt to delete file '%s' failed.\n", file.FilePath.c_str());
+      return MQRC_OBJECT_ALREADY_EXISTS;
+    }
+  }
+  return 0;
+}
+
+MQLONG TransferQueue(Parameters& run, const GenericQueueEntry& queue, MQHOBJ hobj) {
+  QueueElement element;
+  element.Hobj = hobj;
+  element.QueueName.Assign(queue.QueueName);
+  MQLONG result = TransferMessages(run, &element, run.Screen.StdinIsTerminal);
+  const MQLONG closed = CloseOutputFile(run);
+  if (result == 0) result = closed;
+  EndProgressLine(run, false);
+  return result;
+}
+
+// One queue into its file, with its line on standard output.
+void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users, Totals& systems,
+                 MQLONG& firstFailure) {
+  std::printf("%-48s %6d  ", queue.QueueName.c_str(), queue.Depth);
+  std::fflush(stdout);
+  ResetForNextQueue(run);
+  QMgrConn& conn = InputConn(run);
+  MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
+  const MQLONG opened = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Selector.get());
+  if (opened != 0) return ReportQueueFailure(opened, firstFailure);
+  run.Naming.BaseName = queue.BaseName;
+  int fileError = ENAMETOOLONG;
+  if (run.OutputFileName.Assign(queue.FilePath)) {
+    run.Writer.FileName.Assign(queue.FilePath);
+    fileError = run.Writer.Out.Open(queue.FilePath.c_str(), "w");
+  }
+  if (fileError != 0) {
+    std::printf("File Error RC(%d)\n", fileError);
+    if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
+    return CloseQueue(conn, hobj);
+  }
+  run.Naming.OpenTime = static_cast<std::int64_t>(std::time(nullptr));
+  if (ShowsProgress(run)) StartProgressLine(run, queue.Depth, nullptr);
+  const MQLONG result = TransferQueue(run, queue, hobj);
+
+  Totals& totals = IsSystemQueue(queue.QueueName) ? systems : users;
+  ++totals.Queues;
+  totals.Messages += run.MsgsWritten;
+  if (result != 0) {
+    ReportQueueFailure(result, firstFailure);
+  } else if (run.MsgsWritten == queue.Depth) {
+    std::printf("Done.\n");
+  } else {
+    std::printf(run.Has(FLAG_SELECTING | kIdentifierFlags) ? "Filtered.\n" : "Changing.\n");
+  }
+  CloseQueue(conn, hobj);
+  ShowMessageText(run);
+}
+
+}  // namespace
+
+MQLONG GenericUnload(Parameters& run) {
+  if (run.Has(FLAG_GET)) {
+    PrintDiagnosticText(run, "You can not do a destructive generic unload.\n");
+    return MQRC_OPTIONS_ERROR;
+  }
+  MQLONG result = ParseGenericFileSpec(run, run.OutputFileName);
+  if (result == 0) result = QueryQueueNames(run);
+  if (result != 0) return result;
+  if (run.Generic.Queues.empty()) {
+    ShowNothingFound(run);
+    return 0;
+  }
+  run.InputList.reset();
+  result = FindExistingFiles(run);
+  if (result == 0) result = PrepareDirectory(run);
+  if (result != 0) return result;
+
+  Totals users;
+  Totals systems;
+  MQLONG firstFailure = 0;
+  for (const auto& [key, queue] : run.Generic.Queues) UnloadQueue(run, queue, users, systems, firstFailure);
+  std::printf("\nTotal : %d Queues, %" PRId64 " Messages\n", users.Queues, users.Messages);
+  if (systems.Queues != 0) {
+    std::printf(" plus : %d System Queues, %" PRId64 " Messages\n", systems.Queues, systems.Messages);
+  }
+  return firstFailure;
+}
