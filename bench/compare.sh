@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# Measures this build against public tools in one run and prints a table of ratios. Processor time (user + system) unless
+# said otherwise, medians of 5.
+#   bench/compare.sh [build folder]      (default: build/release)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=$(realpath "${1:-build/release}")
+tarvo=$build/bin/tarvo
+work=$(mktemp -d "${TMPDIR:-/tmp}/tarvo-bench.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+export LOCALMQ_DATA=$work/mq LC_ALL=C
+measure() { bench/measure.py "$@"; }
+cpu() { measure "$@" | cut -d' ' -f1; }
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
+row() { printf '| %-62s | %12s | %-16s | %s |\n' "$1" "$2" "$3" "$4"; }
+
+echo "Making input (256 MiB of message data, twice)..." >&2
+messages=262144
+bench/make_input.py "$work/random.tvo" $messages random
+bench/make_input.py "$work/text.tvo" $messages text
+bench/make_input.py "$work/small.tvo" $((messages / 10)) random
+grep '^X' "$work/random.tvo" | cut -c3- >"$work/digits.txt"
+
+row "measurement" "figure" "target" "compared with"
+row "---" "---" "---" "---"
+cat_time=$(cpu "cat $work/random.tvo > $work/out")
+hex_time=$(cpu "$tarvo -q -f$work/random.tvo -F$work/out")
+row "reformat hex to hex, times cat" "$(ratio "$hex_time" "$cat_time")" "<= 6" "cat in > out"
+xxd_time=$(cpu "xxd -r -p < $work/digits.txt | xxd -p -c 25 > $work/out")
+row "reformat hex to hex, times less than xxd" "$(ratio "$xxd_time" "$hex_time")" ">= 12" "xxd -r -p | xxd -p -c 25"
+
+cat_text=$(cpu "cat $work/text.tvo > $work/out")
+"$tarvo" -q -f"$work/text.tvo" -F"$work/ascii.tvo" -dA
+"$tarvo" -q -f"$work/text.tvo" -F"$work/print.tvo" -dp
+row "reformat text, hex to -dA, times cat" "$(ratio "$(cpu "$tarvo -q -f$work/text.tvo -F$work/out -dA")" "$cat_text")" "<= 8" "cat in > out"
+row "reformat text, hex to -dp, times cat" "$(ratio "$(cpu "$tarvo -q -f$work/text.tvo -F$work/out -dp")" "$cat_text")" "<= 8" "cat in > out"
+row "reformat text, -dA to hex, times cat" "$(ratio "$(cpu "$tarvo -q -f$work/ascii.tvo -F$work/out")" "$cat_text")" "<= 8" "cat in > out"
+row "reformat text, -dp to hex, times cat" "$(ratio "$(cpu "$tarvo -q -f$work/print.tvo -F$work/out")" "$cat_text")" "<= 8" "cat in > out"
+
+peak_small=$(measure -n 1 "exec $tarvo -q -f$work/small.tvo -F$work/out" | cut -d' ' -f3)
+peak_large=$(measure -n 1 "exec $tarvo -q -f$work/random.tvo -F$work/out" | cut -d' ' -f3)
+row "peak memory, file of 25.6 MiB of data, MiB" "$peak_small" "< 16" ""
+row "peak memory, ten times as large, MiB" "$peak_large" "< 16, the same" ""
+
+if [ -e "$build/lib/nullmq/libmqm_r.so" ]; then
+  export NULLMQ_SIZE=1024 NULLMQ_MESSAGES=2000000 MQM_DLL_PATH=$build/lib/nullmq
+  elapsed=$(measure -n 5 "$tarvo -q -mQM -IQ1 -oQ2" | cut -d' ' -f2)
+  row "queue to queue, messages of 1 KiB a second" "$(awk -v t="$elapsed" 'BEGIN { printf "%d", 2000000 / t }')" ">= 2,000,000" "bench/nullmq"
+  export NULLMQ_MESSAGES=500000
+  elapsed=$(measure -n 5 "$tarvo -q -mQM -iQ1 -F$work/out" | cut -d' ' -f2)
+  row "queue to hex file, MB of message data a second" "$(awk -v t="$elapsed" 'BEGIN { printf "%d", 512 / t }')" ">= 600" "bench/nullmq"
+fi
+rm -f "$work/out" "$work/ascii.tvo" "$work/print.tvo" "$work/digits.txt"
+
+if [ -e "$build/lib/localmq/libmqm_r.so" ]; then
+  export MQM_DLL_PATH=$build/lib/localmq
+  bench/make_input.py "$work/load.tvo" 100000 random
+  "$build/bin/localmq" create QM >/dev/null
+  echo "DEFINE QLOCAL(Q1) MAXDEPTH(1000000)" | "$build/bin/localmq" QM >/dev/null
+  load=$(measure -n 5 -b "echo 'CLEAR QLOCAL(Q1)' | $build/bin/localmq QM >/dev/null" \
+    "$tarvo -q -mQM -oQ1 -f$work/load.tvo" | cut -d' ' -f2)
+  unload=$(measure -n 5 "$tarvo -q -mQM -iQ1 -F$work/out" | cut -d' ' -f2)
+  bench/make_sql.py 100000 >"$work/insert.sql"
+  insert=$(measure -n 5 -b "rm -f $work/s.db*" "sqlite3 $work/s.db < $work/insert.sql >/dev/null" | cut -d' ' -f2)
+  read=$(measure -n 5 "sqlite3 $work/s.db 'SELECT id, md, hex(data) FROM m ORDER BY id' > $work/out" | cut -d' ' -f2)
+  row "loading 100,000 messages of 1 KiB, times sqlite3 (elapsed)" "$(ratio "$load" "$insert")" "<= 3" "sqlite3, 200 a transaction"
+  row "unloading them, times sqlite3 (elapsed)" "$(ratio "$unload" "$read")" "<= 3" "sqlite3"
+fi
