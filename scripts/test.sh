@@ -9,7 +9,7 @@ parts=("$@")
 scripts/packages.sh build test
 
 build() {
-  cmake --preset "$1" >/dev/null
+  cmake --preset "$1" -DTARVO_TESTS=ON >/dev/null
   cmake --build --preset "$1" -- -j"$(nproc)" | tail -n 3
 }
 

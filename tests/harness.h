@@ -102,6 +102,9 @@ int Occurrences(std::string_view text, std::string_view part);
 
 using harness::Lines;
 using harness::Occurrences;
+using harness::Outcome;
 using harness::Queues;
+using harness::SameDescriptor;
+using harness::SameMessages;
 using harness::Sandbox;
 using harness::StoredMessage;

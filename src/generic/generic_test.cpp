@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "cmdline/parameters.h"
@@ -66,7 +67,7 @@ TEST(QueueFileName, YieldsQueueBaseNameAndIndex) {
     EXPECT_EQ(entry.QueueName, c.Queue) << c.Name;
     EXPECT_EQ(entry.BaseName, c.Base) << c.Name;
     EXPECT_EQ(entry.HasIndex, c.Index >= 0) << c.Name;
-    if (c.Index >= 0) EXPECT_EQ(entry.Index, c.Index) << c.Name;
+    EXPECT_EQ(entry.Index, std::max(c.Index, 0)) << c.Name;
     EXPECT_EQ(entry.FilePath, std::string("dir/") + c.Name);
   }
 }

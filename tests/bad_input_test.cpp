@@ -1,0 +1,179 @@
+// Message files that are broken, outputs that cannot be written: each ends with its text and its code, and loses
+// nothing.
+
+#include "harness.h"
+
+namespace {
+
+constexpr int kFileError = MQRC_FILE_SYSTEM_ERROR & 0xFF;
+constexpr int kResourceProblem = MQRC_RESOURCE_PROBLEM & 0xFF;
+
+class BadInput : public Sandbox {
+ protected:
+  void SetUp() override { CreateQueueManager("QM1", {"Q1", "Q2"}); }
+};
+
+TEST_F(BadInput, BrokenMessageFilesNameTheLineAndPutNothing) {
+  const std::string good = "* TARVO Version:9.1.1\n\nA FMT MQSTR   \nS \"first\"\n\n";
+  const struct {
+    const char* Name;
+    std::string Content;
+    const char* Text;
+  } cases[] = {
+      {"no mark", "hello\n", "File 'bad.tvo' does not appear to be a TARVO file\n"},
+      {"blank before the mark", " * TARVO\n", "File 'bad.tvo' does not appear to be a TARVO file\n"},
+      {"data without descriptor", good + "X 00\n", "Expected message attribute at line  6 of file 'bad.tvo'\n"},
+      {"descriptor without data", good + "A PRI 4\n\n", "Expected message at line 7 of file 'bad.tvo'\n"},
+      {"short attribute", good + "A PR\n", "Invalid attribute line on line 6 of file 'bad.tvo'\n"},
+      {"unknown attribute", good + "A ZZZ 1\n", "Unrecognised attribute on line 6 of file 'bad.tvo'\n"},
+      {"half a byte", good + "A PRI 4\nX 0A0\n", "Badly formed HEX string on line 7 of file 'bad.tvo'\n"},
+      {"bad digit", good + "A MSI 0G\n", "Badly formed HEX string on line 6 of file 'bad.tvo'\n"},
+      {"lone tilde", good + "A PRI 4\nS \"a~b\"\n", "Unexpected escape sequence on line 7 of file 'bad.tvo'\n"},
+      {"open string", good + "A PRI 4\nS \"abc\n",
+       "Invalid string line - no terminating \" symbol on line 7 of file 'bad.tvo'\n"},
+  };
+  for (const auto& c : cases) {
+    WriteText("bad.tvo", c.Content);
+    const auto outcome = Tarvo({"-mQM1", "-fbad.tvo", "-oQ1"});
+    EXPECT_EQ(outcome.Exit, kFileError) << c.Name;
+    EXPECT_NE(outcome.Err.find(c.Text), std::string::npos) << c.Name << ": " << outcome.Err;
+    EXPECT_EQ(Queues("QM1").Depth("Q1"), 0) << c.Name;
+  }
+  WriteText("bad.tvo", good + "X");
+  const auto first = Tarvo({"-mQM1", "-fbad.tvo", "-oQ1", "-t1"});
+  EXPECT_EQ(first.Exit, kFileError);
+  EXPECT_EQ(Queues("QM1").Texts("Q1"), std::vector<std::string>{"first"});
+  EXPECT_NE(first.Err.find("Operation rolled back, completed operations as follows:\n"), std::string::npos);
+}
+
+TEST_F(BadInput, EmptyFilesAreNoErrorAndMissingOnesAre) {
+  for (const char* content : {"", "\n\n  \n", "* TARVO\n", "* KORVANEL x\n\n"}) {
+    WriteText("empty.tvo", content);
+    const auto outcome = Tarvo({"-mQM1", "-fempty.tvo", "-oQ1"});
+    EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+    EXPECT_NE(outcome.Err.find("Messages:      0"), std::string::npos);
+  }
+  const auto missing = Tarvo({"-mQM1", "-fnone.tvo", "-oQ1"});
+  EXPECT_EQ(missing.Exit, kFileError);
+  EXPECT_NE(missing.Err.find("Can not open input file 'none.tvo'\n"), std::string::npos);
+  const auto folder = Tarvo({"-mQM1", "-fhome", "-oQ1"});
+  EXPECT_EQ(folder.Exit, kFileError);
+  EXPECT_NE(folder.Err.find("Can not open input file 'home'\n"), std::string::npos) << folder.Err;
+}
+
+TEST_F(BadInput, AFileThatEndsAnywherePutsNoHalfMessage) {
+  Queues queues("QM1");
+  queues.PutText("Q1", "the only message, of some length");
+  ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-Fwhole.tvo"}).Exit, 0);
+  const std::string whole = ReadText("whole.tvo");
+  for (std::size_t cut = 1; cut < whole.size(); cut += 37) {
+    WriteText("cut.tvo", whole.substr(0, cut));
+    const auto outcome = Tarvo({"-q", "-mQM1", "-fcut.tvo", "-oQ2"});
+    if (outcome.Exit != 0) {
+      EXPECT_EQ(queues.Depth("Q2"), 0) << cut;
+      EXPECT_NE(outcome.Err, "") << cut;
+    }
+    ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
+  }
+}
+
+TEST_F(BadInput, ExistingFilesAreKeptUnlessForced) {
+  Queues("QM1").PutText("Q1", "new");
+  WriteText("out", "precious");
+  const auto refused = Tarvo({"-mQM1", "-iQ1", "-fout"});
+  EXPECT_EQ(refused.Exit, kFileError);
+  EXPECT_NE(refused.Err.find("File 'out' already exists.\n"), std::string::npos) << refused.Err;
+  EXPECT_EQ(ReadText("out"), "precious");
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-fout", "-aa"}).Exit, 0);
+  EXPECT_EQ(ReadText("out").substr(0, 8), "precious");
+  EXPECT_NE(ReadText("out").find("A RPT"), std::string::npos);
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-Fout"}).Exit, 0);
+  EXPECT_EQ(ReadText("out").substr(0, 7), "* TARVO");
+}
+
+TEST_F(BadInput, TheFileBeingReadIsNeverTheOutput) {
+  Queues("QM1").PutText("Q1", "kept");
+  ASSERT_EQ(Tarvo({"-mQM1", "-iQ1", "-Ffile.tvo"}).Exit, 0);
+  const std::string before = ReadText("file.tvo");
+  for (const char* name : {"file.tvo", "./file.tvo", "home/../file.tvo"}) {
+    const auto outcome = Tarvo({"-ffile.tvo", std::string("-F") + name});
+    EXPECT_NE(outcome.Exit, 0) << name;
+    EXPECT_EQ(ReadText("file.tvo"), before) << name;
+  }
+  std::filesystem::create_hard_link(Path("file.tvo"), Path("link.tvo"));
+  EXPECT_NE(Tarvo({"-ffile.tvo", "-Flink.tvo"}).Exit, 0);
+  EXPECT_EQ(ReadText("file.tvo"), before);
+}
+
+#ifdef __linux__
+TEST_F(BadInput, AFullDiskNeverEmptiesTheQueue) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 1000, std::string(1000, 'x'));
+  for (const std::vector<std::string>& more :
+       {std::vector<std::string>{}, {"-t50"}, {"-dA"}, {"-dr", "-dN"}, {"-dt"}}) {
+    std::vector<std::string> arguments = {"-mQM1", "-IQ1", "-F/dev/full"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const auto outcome = Tarvo(arguments);
+    EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
+    EXPECT_NE(outcome.Err.find("/dev/full"), std::string::npos) << outcome.Err;
+    EXPECT_EQ(queues.Depth("Q1"), 1000);
+  }
+  // A file that may grow to 100 KiB: whole units that reached the disk may have left the queue, nothing else.
+  const auto limited =
+      harness::RunProcess({"/bin/sh",
+                           {"-c", "ulimit -f 200; trap '' XFSZ; exec " + (harness::ProgramFolder() / "tarvo").string() +
+                                      " -mQM1 -IQ1 -Fsmall.tvo -t10"},
+                           Path("."),
+                           environment(),
+                           {},
+                           {}});
+  EXPECT_NE(limited.Exit, 0);
+  const int gone = 1000 - queues.Depth("Q1");
+  EXPECT_EQ(gone % 10, 0);
+  EXPECT_GE(Occurrences(ReadText("small.tvo"), "A RPT"), gone);
+}
+
+TEST_F(BadInput, AClosedPipeIsAFailureAndKeepsTheQueue) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 2000, std::string(1000, 'x'));
+  const auto outcome = harness::RunProcess({"/bin/bash",
+                                            {"-c", (harness::ProgramFolder() / "tarvo").string() +
+                                                       " -q -mQM1 -IQ1 -fstdout | head -n 1; exit ${PIPESTATUS[0]}"},
+                                            Path("."),
+                                            environment(),
+                                            {},
+                                            {}});
+  EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
+  EXPECT_EQ(queues.Depth("Q1"), 2000);
+}
+#endif
+
+TEST_F(BadInput, AQueueThatFillsUpBacksTheUnitOut) {
+  ASSERT_EQ(LocalMq({"QM1"}, "ALTER QLOCAL(Q2) MAXDEPTH(25)\n").Exit, 0);
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 100);
+  const auto outcome = Tarvo({"-mQM1", "-IQ1", "-oQ2", "-t10"});
+  EXPECT_EQ(outcome.Exit, MQRC_Q_FULL & 0xFF);
+  EXPECT_NE(outcome.Err.find("MQPUT(Q2) failed RC(2053) "), std::string::npos) << outcome.Err;
+  EXPECT_NE(outcome.Err.find("\nOperation rolled back, completed operations as follows:\n"
+                             "Read    - Files:   0  Messages:     20  "),
+            std::string::npos)
+      << outcome.Err;
+  EXPECT_EQ(queues.Depth("Q1"), 80);
+  EXPECT_EQ(queues.Depth("Q2"), 20);
+}
+
+TEST_F(BadInput, AQueueOntoItselfIsRefused) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 3);
+  for (const char* kind : {"-iQ1", "-IQ1"}) {
+    const auto outcome = Tarvo({"-mQM1", kind, "-oQ1"});
+    EXPECT_EQ(outcome.Exit, MQRC_OPTIONS_ERROR & 0xFF) << outcome.Err;
+    EXPECT_FALSE(outcome.TimedOut);
+    EXPECT_EQ(queues.Depth("Q1"), 3);
+  }
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-oQ1", "-r1..2"}).Exit, 0);
+  EXPECT_EQ(queues.Depth("Q1"), 5);
+}
+
+}  // namespace
