@@ -57,6 +57,7 @@ struct IncludeRecord {
 struct QueueNames {
   MQCHAR48 QMgr{};
   MQCHAR48 Queue{};
+  bool NamedFile = false;  // the text named a destination file, whose queues are in the list; the names are empty
 };
 
 // Splits `text` at the separator (`separator`, or when 0 the first of '#', ',', '\' and '/' that occurs). A text in
@@ -65,7 +66,8 @@ struct QueueNames {
 bool SplitQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names, ListKind kind);
 // The same for a reply queue: no "file:", no quoted flag, its own messages.
 bool SplitReplyQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names);
-// Adds the queue of `text` (or the queues of the file it names) to the list of `kind`. False after printing why.
+// Adds the queue of `text` (or the queues of the file it names) to the list of `kind`. A new output list begins with
+// the single output queue when one was named before. False after printing why, also for a text without a queue name.
 bool AddDestination(Parameters& run, std::string_view text, ListKind kind);
 // Makes room for one more entry: 10 at first, doubled when full. False after printing why.
 bool GrowQueueList(Parameters& run, std::unique_ptr<QueueList>& list);

@@ -1,0 +1,12 @@
+# Turns the dictionary of reason codes (INPUT: table, name, value and description, separated by tabs, one heading line)
+# into the rows of a C++ array (OUTPUT), in the same order.
+file(STRINGS ${INPUT} lines)
+list(POP_FRONT lines)
+set(rows "// Made from reasons.tsv.\n")
+foreach(line IN LISTS lines)
+  if(NOT line MATCHES "^(reason|feedback)\t([A-Z0-9_]*)\t([0-9]+)\t([^\t\"]*)$")
+    message(FATAL_ERROR "${INPUT}: not a row of the dictionary: ${line}")
+  endif()
+  string(APPEND rows "{${CMAKE_MATCH_3}, \"${CMAKE_MATCH_2}\", \"${CMAKE_MATCH_4}\"},\n")
+endforeach()
+file(WRITE ${OUTPUT} "${rows}")

@@ -1,0 +1,298 @@
+#include "mq/connection.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+#include <optional>
+
+#include "cmdline/parameters.h"
+#include "common/console.h"
+#include "mq/destinations.h"
+#include "mq/reasons.h"
+#include "platform/terminal.h"
+
+namespace {
+
+constexpr std::string_view kApplicationName = "Orvex Software TARVO";
+constexpr std::size_t kLongestPassword = 201;
+constexpr MQLONG kCnoVersionWithSecurity = 5;
+constexpr MQLONG kCnoVersionWithApplName = 7;
+
+// A failed call is always reported, any other only when calls are traced.
+void Report(Parameters& run, const QMgrConn& conn, std::string_view call, std::string_view object, MQLONG compCode,
+            MQLONG reason) {
+  if (compCode == MQCC_FAILED || (run.Verbose & VERBOSE_APIS) != 0) {
+    ReportMqCall(run, call, conn.QMgrName, object, reason);
+  }
+}
+
+void Trace(Parameters& run, const QMgrConn& conn, std::string_view call, MQLONG reason) {
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, call, conn.QMgrName, {}, reason);
+}
+
+// Asks for name, command level and platform. What cannot be learnt stays unknown; that stops nothing.
+void InquireQMgr(Parameters& run, QMgrConn& conn) {
+  MQOD od;
+  od.ObjectType = MQOT_Q_MGR;
+  MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQOPEN(conn.Hconn, &od, MQOO_INQUIRE, &hobj, &compCode, &reason);
+  Trace(run, conn, "MQOPEN", reason);
+  if (compCode == MQCC_FAILED) return;
+
+  const MQLONG selectors[] = {MQCA_Q_MGR_NAME, MQIA_COMMAND_LEVEL, MQIA_PLATFORM};
+  MQLONG values[2] = {};
+  MQCHAR48 name{};
+  conn.Api.MQINQ(conn.Hconn, hobj, 3, selectors, 2, values, sizeof name, name, &compCode, &reason);
+  Trace(run, conn, "MQINQ", reason);
+  if (compCode != MQCC_FAILED) {
+    conn.QMgrName.Assign(NameInField(name, sizeof name));
+    conn.CommandLevel = values[0];
+    conn.Platform = values[1];
+  }
+  conn.Api.MQCLOSE(conn.Hconn, &hobj, MQCO_NONE, &compCode, &reason);
+  Trace(run, conn, "MQCLOSE", reason);
+}
+
+// Reads a password from the console without showing it. False, after printing why, when there is no console.
+bool PromptPassword(Parameters& run, QMgrConn& conn) {
+  conn.TypedPassword.clear();
+  if (!StdinIsTerminal()) {
+    PrintDiagnostic(run, "Password prompt not supported for non-stdin file\n");
+    return false;
+  }
+  SecretInput input;
+  if (!input.usable()) {
+    PrintDiagnostic(run, "Can not access input stream for password\n");
+    return false;
+  }
+  if (conn.QMgrName.empty()) {
+    PrintDiagnostic(run, "Please enter password for User(%s) >", conn.UserId);
+  } else {
+    PrintDiagnostic(run, "Please enter password for QM(%s) User(%s) >", conn.QMgrName.c_str(), conn.UserId);
+  }
+  std::string& password = conn.TypedPassword;
+  password.reserve(kLongestPassword);
+  while (password.size() < kLongestPassword) {
+    const int c = input.Read();
+    if (c < 0 || c == '\n' || c == '\r') break;
+    if (c == '\b') {
+      if (password.empty()) continue;
+      password.pop_back();
+      std::fputs("\b \b", stdout);
+    } else {
+      password += static_cast<char>(c);
+      std::fputc('*', stdout);
+    }
+    std::fflush(stdout);
+  }
+  std::fputc('\n', stdout);
+  std::fflush(stdout);
+  conn.Password = password.c_str();
+  return true;
+}
+
+// The security parameters for the user of `conn`; its texts belong to `conn`.
+MQCSP SecurityParameters(const QMgrConn& conn) {
+  const std::string_view user(conn.UserId);
+  const std::string_view password(conn.Password);
+  MQCSP csp;
+  csp.AuthenticationType = MQCSP_AUTH_USER_ID_AND_PWD;
+  csp.CSPUserIdPtr = const_cast<char*>(user.data());
+  csp.CSPUserIdLength = static_cast<MQLONG>(user.size());
+  csp.CSPPasswordPtr = const_cast<char*>(password.data());
+  csp.CSPPasswordLength = static_cast<MQLONG>(password.size());
+  return csp;
+}
+
+MQLONG TryConnect(QMgrConn& conn, MQCSP* csp, bool withApplName, MQLONG& compCode) {
+  MQCNO cno;
+  cno.Options = MQCNO_HANDLE_SHARE_BLOCK;
+  if (csp != nullptr) {
+    cno.Version = kCnoVersionWithSecurity;
+    cno.SecurityParmsPtr = csp;
+  }
+  if (withApplName) {
+    cno.Version = kCnoVersionWithApplName;
+    FillField(cno.ApplName, sizeof cno.ApplName, kApplicationName);
+  }
+  MQCHAR48 name;
+  FillField(name, sizeof name, conn.QMgrName, '\0');
+  MQHCONN hconn = MQHC_UNUSABLE_HCONN;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQCONNX(name, &cno, &hconn, &compCode, &reason);
+  if (compCode != MQCC_FAILED) conn.Hconn = hconn;
+  return reason;
+}
+
+// The context with which messages are put decides how the output queues are opened.
+std::optional<MQLONG> OutputOpenOptions(const Parameters& run) {
+  static constexpr struct {
+    std::uint32_t Context;
+    MQLONG Options;
+  } kOptions[] = {
+      {FLAG_CTX_SET_ALL, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT},
+      {FLAG_CTX_SET_ALL_TIMES, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT},
+      {FLAG_CTX_SET_IDENTITY, MQOO_OUTPUT | MQOO_SET_IDENTITY_CONTEXT},
+      {FLAG_CTX_PASS_ALL, MQOO_OUTPUT | MQOO_PASS_ALL_CONTEXT},
+      {FLAG_CTX_PASS_IDENTITY, MQOO_OUTPUT | MQOO_PASS_IDENTITY_CONTEXT},
+      {FLAG_CTX_DEFAULT, MQOO_OUTPUT},
+      {FLAG_CTX_NONE, MQOO_OUTPUT},
+  };
+  for (const auto& row : kOptions) {
+    if ((run.Flags & kContextFlags) == row.Context) return row.Options;
+  }
+  return std::nullopt;
+}
+
+// Opens every destination of the list by itself. All are tried; the reason of the last failure is returned.
+MQLONG OpenIndividually(Parameters& run, QMgrConn& conn, QueueList& list, MQLONG options) {
+  try {
+    list.Elements.assign(list.Entries.size(), QueueElement());
+  } catch (const std::bad_alloc&) {
+    PrintDiagnostic(run, "Can not allocate queue element array. Max Destinations = %d\n", list.Count());
+    return MQRC_OPTIONS_ERROR;
+  }
+  MQLONG result = MQRC_NONE;
+  for (std::size_t i = 0; i < list.Entries.size(); ++i) {
+    const MQOR& entry = list.Entries[i];
+    QueueElement& element = list.Elements[i];
+    element.QueueName.Assign(NameInField(entry.ObjectName, sizeof entry.ObjectName));
+    MQOD od;
+    std::copy(std::begin(entry.ObjectName), std::end(entry.ObjectName), od.ObjectName);
+    std::copy(std::begin(entry.ObjectQMgrName), std::end(entry.ObjectQMgrName), od.ObjectQMgrName);
+    MQLONG compCode = MQCC_FAILED;
+    MQLONG reason = MQRC_NONE;
+    conn.Api.MQOPEN(conn.Hconn, &od, options, &element.Hobj, &compCode, &reason);
+    Report(run, conn, "MQOPEN", DestinationText(entry.ObjectQMgrName, entry.ObjectName), compCode, reason);
+    if (compCode == MQCC_FAILED) {
+      element.Hobj = MQHO_UNUSABLE_HOBJ;
+      result = reason;
+    }
+  }
+  return result;
+}
+
+// Reports each destination of a distribution list that did not open; returns the last one's reason, 0 without any.
+MQLONG ReportFailedDestinations(Parameters& run, const QMgrConn& conn, const QueueList& list) {
+  MQLONG result = MQRC_NONE;
+  for (std::size_t i = 0; i < list.Responses.size(); ++i) {
+    if (list.Responses[i].CompCode != MQCC_FAILED) continue;
+    const MQOR& entry = list.Entries[i];
+    result = list.Responses[i].Reason;
+    ReportMqCall(run, "MQOPEN", conn.QMgrName, DestinationText(entry.ObjectQMgrName, entry.ObjectName), result);
+  }
+  return result;
+}
+
+// Opens the local queue that receives the messages for asking its depth.
+MQLONG OpenDepthHandle(Parameters& run, QMgrConn& conn, const MQCHAR48& resolvedName) {
+  const std::string name(NameInField(resolvedName, sizeof resolvedName));
+  MQOD od;
+  FillField(od.ObjectName, sizeof od.ObjectName, name, '\0');
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQOPEN(conn.Hconn, &od, MQOO_INQUIRE, &run.Pace.RateHobj, &compCode, &reason);
+  Report(run, conn, "MQOPEN(INQUIRE)", name, compCode, reason);
+  if (compCode == MQCC_FAILED) {
+    run.Pace.RateHobj = MQHO_UNUSABLE_HOBJ;
+    return reason;
+  }
+  PrintDiagnostic(run, "Monitoring depth of queue '%.48s'\n\n", name.c_str());
+  return MQRC_NONE;
+}
+
+}  // namespace
+
+QMgrConn& InputConn(Parameters& run) { return run.QMgrs[run.InputQMgr]; }
+QMgrConn& OutputConn(Parameters& run) { return run.QMgrs[run.OutputQMgr]; }
+
+MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn) {
+  const char* library = conn.LibraryName != nullptr ? conn.LibraryName : "";
+  if (const int error = LoadMqApi(library, conn.Api); error != 0) {
+    PrintDiagnostic(run, "Error loading MQAPI DLL %s RC(%d)\n", library, error);
+    return MQRC_ENVIRONMENT_ERROR;
+  }
+  MQCSP csp;
+  if (conn.UserId != nullptr) {
+    if (conn.Password == nullptr && !PromptPassword(run, conn)) return MQRC_OPTIONS_ERROR;
+    csp = SecurityParameters(conn);
+  }
+  MQCSP* security = conn.UserId != nullptr ? &csp : nullptr;
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = TryConnect(conn, security, true, compCode);
+  // A library of an earlier version knows no application name in its connect options.
+  if (compCode == MQCC_FAILED && reason == MQRC_CNO_ERROR) reason = TryConnect(conn, security, false, compCode);
+  Report(run, conn, "MQCONN", {}, compCode, reason);
+  if (compCode != MQCC_FAILED) InquireQMgr(run, conn);
+  return reason;
+}
+
+void DisconnectQMgr(Parameters& run, QMgrConn& conn) {
+  if (conn.Hconn == MQHC_UNUSABLE_HCONN) return;
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  if (conn.UnitOpen) {
+    conn.Api.MQBACK(conn.Hconn, &compCode, &reason);
+    Report(run, conn, "MQBACK", {}, compCode, reason);
+    if (compCode == MQCC_FAILED) {
+      PrintDiagnostic(run,
+                      "The open unit of work on queue manager '%s' could not be backed out. It is not disconnected, so "
+                      "that the queue manager backs the unit of work out when this program ends.\n",
+                      conn.QMgrName.c_str());
+      conn.Hconn = MQHC_UNUSABLE_HCONN;
+      return;
+    }
+    conn.UnitOpen = false;
+  }
+  conn.Api.MQDISC(&conn.Hconn, &compCode, &reason);
+  Trace(run, conn, "MQDISC", reason);
+  conn.Hconn = MQHC_UNUSABLE_HCONN;
+}
+
+MQLONG OpenOutputs(Parameters& run) {
+  if ((run.Verbose & VERBOSE_DESTINATIONS) != 0) ShowDestinations(run);
+  const std::optional<MQLONG> contextOptions = OutputOpenOptions(run);
+  if (!contextOptions.has_value()) return MQRC_OPTIONS_ERROR;
+  MQLONG options = *contextOptions;
+  QMgrConn& conn = OutputConn(run);
+  QueueList* list = run.OutputList.get();
+
+  MQOD od;
+  if (list != nullptr) {
+    try {
+      list->Responses.assign(list->Entries.size(), MQRR());
+    } catch (const std::bad_alloc&) {
+      PrintDiagnostic(run, "Can not allocate destination array. Max Destinations = %d\n", list->Count());
+      return MQRC_OPTIONS_ERROR;
+    }
+    if (run.Has2(FLAG2_INDIVIDUAL_QUEUES)) return OpenIndividually(run, conn, *list, options);
+    od.Version = MQOD_VERSION_2;
+    od.RecsPresent = list->Count();
+    od.ObjectRecPtr = list->Entries.data();
+    od.ResponseRecPtr = list->Responses.data();
+  } else {
+    FillField(od.ObjectName, sizeof od.ObjectName, run.OutputQueueName, '\0');
+    FillField(od.ObjectQMgrName, sizeof od.ObjectQMgrName, run.OutputQMgrName, '\0');
+  }
+  const bool adaptiveRate = run.Rate == -1;
+  if (adaptiveRate) {
+    od.Version = MQOD_VERSION_3;
+    options |= MQOO_RESOLVE_LOCAL_Q;
+  }
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQOPEN(conn.Hconn, &od, options, &run.OutputHobj, &compCode, &reason);
+  const MQLONG failedDestination =
+      list != nullptr && reason == MQRC_MULTIPLE_REASONS ? ReportFailedDestinations(run, conn, *list) : MQRC_NONE;
+  const std::string object =
+      list != nullptr ? "<Distribution List>" : DestinationText(od.ObjectQMgrName, od.ObjectName);
+  Report(run, conn, "MQOPEN", object, compCode, reason);
+  if (compCode == MQCC_FAILED) {
+    run.OutputHobj = MQHO_UNUSABLE_HOBJ;
+    return failedDestination != MQRC_NONE ? failedDestination : reason;
+  }
+  if (failedDestination != MQRC_NONE) return failedDestination;
+  return adaptiveRate ? OpenDepthHandle(run, conn, od.ResolvedQName) : MQRC_NONE;
+}
