@@ -5,8 +5,7 @@
 
 namespace {
 
-constexpr int kFileError = MQRC_FILE_SYSTEM_ERROR & 0xFF;
-constexpr int kResourceProblem = MQRC_RESOURCE_PROBLEM & 0xFF;
+const int kFileError = ExitStatus(MQRC_FILE_SYSTEM_ERROR);
 
 class BadInput : public Sandbox {
  protected:
@@ -105,55 +104,12 @@ TEST_F(BadInput, TheFileBeingReadIsNeverTheOutput) {
   EXPECT_EQ(ReadText("file.tvo"), before);
 }
 
-#ifdef __linux__
-TEST_F(BadInput, AFullDiskNeverEmptiesTheQueue) {
-  Queues queues("QM1");
-  queues.PutNumbered("Q1", 1000, std::string(1000, 'x'));
-  for (const std::vector<std::string>& more :
-       {std::vector<std::string>{}, {"-t50"}, {"-dA"}, {"-dr", "-dN"}, {"-dt"}}) {
-    std::vector<std::string> arguments = {"-mQM1", "-IQ1", "-F/dev/full"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    const auto outcome = Tarvo(arguments);
-    EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
-    EXPECT_NE(outcome.Err.find("/dev/full"), std::string::npos) << outcome.Err;
-    EXPECT_EQ(queues.Depth("Q1"), 1000);
-  }
-  // A file that may grow to 100 KiB: whole units that reached the disk may have left the queue, nothing else.
-  const auto limited =
-      harness::RunProcess({"/bin/sh",
-                           {"-c", "ulimit -f 200; trap '' XFSZ; exec " + (harness::ProgramFolder() / "tarvo").string() +
-                                      " -mQM1 -IQ1 -Fsmall.tvo -t10"},
-                           Path("."),
-                           environment(),
-                           {},
-                           {}});
-  EXPECT_NE(limited.Exit, 0);
-  const int gone = 1000 - queues.Depth("Q1");
-  EXPECT_EQ(gone % 10, 0);
-  EXPECT_GE(Occurrences(ReadText("small.tvo"), "A RPT"), gone);
-}
-
-TEST_F(BadInput, AClosedPipeIsAFailureAndKeepsTheQueue) {
-  Queues queues("QM1");
-  queues.PutNumbered("Q1", 2000, std::string(1000, 'x'));
-  const auto outcome = harness::RunProcess({"/bin/bash",
-                                            {"-c", (harness::ProgramFolder() / "tarvo").string() +
-                                                       " -q -mQM1 -IQ1 -fstdout | head -n 1; exit ${PIPESTATUS[0]}"},
-                                            Path("."),
-                                            environment(),
-                                            {},
-                                            {}});
-  EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
-  EXPECT_EQ(queues.Depth("Q1"), 2000);
-}
-#endif
-
 TEST_F(BadInput, AQueueThatFillsUpBacksTheUnitOut) {
   ASSERT_EQ(LocalMq({"QM1"}, "ALTER QLOCAL(Q2) MAXDEPTH(25)\n").Exit, 0);
   Queues queues("QM1");
   queues.PutNumbered("Q1", 100);
   const auto outcome = Tarvo({"-mQM1", "-IQ1", "-oQ2", "-t10"});
-  EXPECT_EQ(outcome.Exit, MQRC_Q_FULL & 0xFF);
+  EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_Q_FULL));
   EXPECT_NE(outcome.Err.find("MQPUT(Q2) failed RC(2053) "), std::string::npos) << outcome.Err;
   EXPECT_NE(outcome.Err.find("\nOperation rolled back, completed operations as follows:\n"
                              "Read    - Files:   0  Messages:     20  "),
@@ -168,7 +124,7 @@ TEST_F(BadInput, AQueueOntoItselfIsRefused) {
   queues.PutNumbered("Q1", 3);
   for (const char* kind : {"-iQ1", "-IQ1"}) {
     const auto outcome = Tarvo({"-mQM1", kind, "-oQ1"});
-    EXPECT_EQ(outcome.Exit, MQRC_OPTIONS_ERROR & 0xFF) << outcome.Err;
+    EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_OPTIONS_ERROR)) << outcome.Err;
     EXPECT_FALSE(outcome.TimedOut);
     EXPECT_EQ(queues.Depth("Q1"), 3);
   }

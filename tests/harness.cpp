@@ -37,6 +37,10 @@ std::filesystem::path ProgramFolder() { return g_programs; }
 
 std::filesystem::path LibraryFolder(const std::string& name) { return g_programs.parent_path() / "lib" / name; }
 
+std::filesystem::path LibraryFile(const std::string& name) {
+  return LibraryFolder(name) / (Platform() == PlatformKind::Windows ? "mqm.dll" : "libmqm_r.so");
+}
+
 // ---- Queues
 // -----------------------------------------------------------------------------------------------------------
 
@@ -301,7 +305,7 @@ Outcome Sandbox::Tarvo(std::vector<std::string> arguments, std::string_view inpu
 Outcome Sandbox::TarvoWithFaults(const std::string& script, std::vector<std::string> arguments) {
   Environment variables = environment_;
   variables["MQM_DLL_PATH"] = LibraryFolder("faultmq").string();
-  variables["FAULTMQ_LIBRARY"] = (LibraryFolder("localmq") / "libmqm_r.so").string();
+  variables["FAULTMQ_LIBRARY"] = LibraryFile("localmq").string();
   variables["FAULTMQ_SCRIPT"] = script;
   variables["FAULTMQ_TRACE"] = Path("trace.txt").string();
   std::filesystem::remove(Path("trace.txt"));

@@ -14,15 +14,17 @@
 #include <vector>
 
 #include "mq/api.h"
-#include "process.h"
+#include "platform/system.h"
+#include "child_program.h"
 
 namespace harness {
 
 // Called by main: the folder of the built programs is the one this test program stands in.
 void SetProgramFolder(const char* argv0);
 std::filesystem::path ProgramFolder();
-// Folders of the two libraries with the MQ programming interface: "localmq" and "faultmq".
+// Folders of the libraries with the MQ programming interface ("localmq", "faultmq"), and the file in each.
 std::filesystem::path LibraryFolder(const std::string& name);
+std::filesystem::path LibraryFile(const std::string& name);
 
 struct StoredMessage {
   MQMD Descriptor;

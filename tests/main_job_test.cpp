@@ -129,7 +129,7 @@ TEST_F(MainJob, OverridesAndContext) {
   ASSERT_EQ(Tarvo({"-mQM1", "-iQ1", "-oQ3", "-Cn"}).Exit, 0);
   EXPECT_EQ(queues.Browse("Q3").at(0).Descriptor.PutApplType, MQAT_NO_CONTEXT);
   const auto pass = Tarvo({"-mQM1", "-iQ1", "-oQ2", "-Ca"});
-  EXPECT_EQ(pass.Exit, MQRC_CONTEXT_NOT_AVAILABLE & 0xFF);
+  EXPECT_EQ(pass.Exit, ExitStatus(MQRC_CONTEXT_NOT_AVAILABLE));
   EXPECT_NE(pass.Err.find("To pass context you must GET the source message not browse\n"), std::string::npos);
   ASSERT_EQ(Tarvo({"-mQM1", "-IQ1", "-oQ3", "-Ca"}).Exit, 0);
   EXPECT_TRUE(SameDescriptor(md, queues.Browse("Q3").at(1).Descriptor));

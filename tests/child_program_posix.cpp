@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "process.h"
+#include "child_program.h"
 
 namespace harness {
 

@@ -1,0 +1,56 @@
+// Outputs that take no more: a full disk, a limit on the file's size, a closed pipe. A failed write never ends with
+// success, nor with the queue emptied.
+
+#include "harness.h"
+
+namespace {
+
+const int kResourceProblem = ExitStatus(MQRC_RESOURCE_PROBLEM);
+
+class FullDisk : public Sandbox {
+ protected:
+  void SetUp() override { CreateQueueManager("QM1", {"Q1", "Q2"}); }
+};
+
+TEST_F(FullDisk, AFullDiskNeverEmptiesTheQueue) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 1000, std::string(1000, 'x'));
+  for (const std::vector<std::string>& more :
+       {std::vector<std::string>{}, {"-t50"}, {"-dA"}, {"-dr", "-dN"}, {"-dt"}}) {
+    std::vector<std::string> arguments = {"-mQM1", "-IQ1", "-F/dev/full"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const auto outcome = Tarvo(arguments);
+    EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
+    EXPECT_NE(outcome.Err.find("/dev/full"), std::string::npos) << outcome.Err;
+    EXPECT_EQ(queues.Depth("Q1"), 1000);
+  }
+  // A file that may grow to 100 KiB: whole units that reached the disk may have left the queue, nothing else.
+  const auto limited =
+      harness::RunProcess({"/bin/sh",
+                           {"-c", "ulimit -f 200; trap '' XFSZ; exec " + (harness::ProgramFolder() / "tarvo").string() +
+                                      " -mQM1 -IQ1 -Fsmall.tvo -t10"},
+                           Path("."),
+                           environment(),
+                           {},
+                           {}});
+  EXPECT_NE(limited.Exit, 0);
+  const int gone = 1000 - queues.Depth("Q1");
+  EXPECT_EQ(gone % 10, 0);
+  EXPECT_GE(Occurrences(ReadText("small.tvo"), "A RPT"), gone);
+}
+
+TEST_F(FullDisk, AClosedPipeIsAFailureAndKeepsTheQueue) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 2000, std::string(1000, 'x'));
+  const auto outcome = harness::RunProcess({"/bin/bash",
+                                            {"-c", (harness::ProgramFolder() / "tarvo").string() +
+                                                       " -q -mQM1 -IQ1 -fstdout | head -n 1; exit ${PIPESTATUS[0]}"},
+                                            Path("."),
+                                            environment(),
+                                            {},
+                                            {}});
+  EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
+  EXPECT_EQ(queues.Depth("Q1"), 2000);
+}
+
+}  // namespace
