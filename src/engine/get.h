@@ -15,5 +15,7 @@ MQLONG GetOptions(const Parameters& run, bool underCursor);
 void AddMatchAndConversion(const Parameters& run, MQMD& descriptor, MQGMO& options);
 
 // One message into the message in hand. 0: a message is there, or the input is exhausted (Finished). In under-cursor
-// mode MQRC_NO_MSG_UNDER_CURSOR tells that the browsed message has gone. Any other value is a failure with MessageText.
+// mode MQRC_NO_MSG_UNDER_CURSOR (without a text) tells that the browsed message has gone. Any other value is a failure
+// with MessageText. A get waits, as -w asks, only when no unit of work is open and the output file is flushed: both are
+// finished first, and an output file that reaches its age while the get waits is closed.
 MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor);

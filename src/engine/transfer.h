@@ -17,6 +17,3 @@ MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal);
 // One message that the source has yielded: counts, selects, gets a browsed message, rotates the output file, hands the
 // message to its target and keeps the unit of work. Called by the loop and by the consumer's callback.
 MQLONG ProcessMessage(Parameters& run, QueueElement* queue, bool terminal);
-
-// Backs out every open unit of a failed run, also when an earlier backout failed, and sets RolledBack.
-void BackOutRun(Parameters& run);

@@ -1,7 +1,9 @@
 #pragma once
 
 // Ending units of work. The file's bytes are on the disk before a unit that removed messages is committed; the output
-// queue manager is committed before the input queue manager.
+// queue manager is committed before the input queue manager, so that a failure in between can double messages, never
+// lose them. Whoever gets or puts under syncpoint sets QMgrConn::UnitOpen; only a commit or backout that succeeded
+// clears it.
 
 #include "mq/mqi.h"
 
@@ -19,4 +21,7 @@ MQLONG Commit(Parameters& run, QMgrConn& conn);
 MQLONG Backout(Parameters& run, QMgrConn& conn);
 // Flushes the output file to disk when the unit removed messages, commits the open unit on the output queue manager
 // and, where it is another one and messages are removed, on the input queue manager; resets the uncommitted counters.
+// Returns 0 (also when the run has no units of work), or the reason of the first step that failed.
 MQLONG CommitAll(Parameters& run);
+// Backs out every open unit of a failed run, each whatever became of the other, and sets RolledBack.
+void BackOutRun(Parameters& run);

@@ -1,0 +1,264 @@
+#include "engine/consumer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <mutex>
+
+#include "cmdline/parameters.h"
+#include "engine/get.h"
+#include "engine/transfer.h"
+#include "mq/reasons.h"
+
+namespace {
+
+constexpr std::int64_t kNoLimit = 3600;  // seconds of one wait where nothing limits it
+constexpr std::int64_t kEmptyGrace = 5;  // seconds granted while a queue has not reported empty yet
+
+// What the thread that delivers messages and the main thread share. The callback holds `Busy` for the whole of a call;
+// the main thread holds it whenever it looks at the run while consumption may be going on, and never during an MQCTL,
+// which waits for a callback that is under way.
+struct Consumption {
+  explicit Consumption(Parameters& run) : Run(run) {}
+  Parameters& Run;
+  std::mutex Busy;
+  std::condition_variable Ended;  // wakes the main thread when Finished is set
+  MQLONG Result = 0;              // of the first step that failed inside the callback
+  bool Stopped = false;           // the callback has stopped consumption itself
+};
+
+bool Tracing(const Parameters& run) { return (run.Verbose & VERBOSE_APIS) != 0; }
+
+MQLONG FailureOf(MQLONG compCode, MQLONG reason) {
+  if (compCode != MQCC_FAILED) return 0;
+  return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
+}
+
+void KeepQueueFailure(Parameters& run, const char* call, const QueueElement& queue, MQLONG reason) {
+  if (!run.MessageText.empty()) return;
+  SetMessageText(run, "%s(%.48s/%.48s) failed RC(%d) %s", call, InputConn(run).QMgrName.c_str(),
+                 queue.QueueName.c_str(), reason, ReasonText(reason));
+}
+
+void KeepControlFailure(Parameters& run, const char* call, MQLONG reason) {
+  if (!run.MessageText.empty()) return;
+  SetMessageText(run, "%s(%.48s) failed RC(%d) %s", call, InputConn(run).QMgrName.c_str(), reason, ReasonText(reason));
+}
+
+// One MQCTL; returns the reason of a failure.
+MQLONG Control(Consumption& consumption, MQLONG operation, const char* call) {
+  Parameters& run = consumption.Run;
+  QMgrConn& conn = InputConn(run);
+  MQCTLO options;
+  options.ConnectionArea = &consumption;
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQCTL(conn.Hconn, operation, &options, &compCode, &reason);
+  if (Tracing(run)) ReportMqCall(run, call, conn.QMgrName, {}, reason);
+  return FailureOf(compCode, reason);
+}
+
+MQLONG Deregister(Parameters& run, QueueElement& queue) {
+  QMgrConn& conn = InputConn(run);
+  MQCBD callback;
+  MQMD descriptor;
+  MQGMO options;
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQCB(conn.Hconn, MQOP_DEREGISTER, &callback, queue.Hobj, &descriptor, &options, &compCode, &reason);
+  if (Tracing(run)) ReportMqCall(run, "MQCB(DEREGISTER)", conn.QMgrName, queue.QueueName, reason);
+  const MQLONG failure = FailureOf(compCode, reason);
+  if (failure != 0) KeepQueueFailure(run, "MQCB(DEREGISTER)", queue, failure);
+  return failure;
+}
+
+MQLONG TakeMessage(Parameters& run, QueueElement& queue, const MQMD& descriptor, void* buffer, const MQCBC& context) {
+  if (context.CallType == MQCBCT_MSG_REMOVED && run.TransactionLimit != 0) InputConn(run).UnitOpen = true;
+  if (run.Finished) {
+    // Consumption is being stopped. A message that is off its queue all the same goes back with its unit of work.
+    if (context.CallType != MQCBCT_MSG_REMOVED) return 0;
+    KeepQueueFailure(run, "MQCB(CALLBACK)", queue, MQRC_UNEXPECTED_ERROR);
+    return MQRC_UNEXPECTED_ERROR;
+  }
+  if (context.DataLength > context.BufferLength || context.DataLength < 0) {
+    KeepQueueFailure(run, "MQCB(CALLBACK)", queue, MQRC_TRUNCATED_MSG_ACCEPTED);
+    return MQRC_TRUNCATED_MSG_ACCEPTED;
+  }
+  if (!queue.Active) {
+    queue.Active = true;
+    ++run.InputList->QueuesActive;
+  }
+  run.Now = std::time(nullptr);
+  CurrentMessage& message = run.Message;
+  message.Descriptor = DefaultDescriptor();
+  std::memcpy(static_cast<void*>(&message.Descriptor), &descriptor,
+              descriptor.Version >= MQMD_VERSION_2 ? sizeof(MQMD) : sizeof(MQMD1));
+  message.Data = static_cast<MQBYTE*>(buffer);
+  message.Length = message.Delivered = context.DataLength;
+  ++run.MessageIndex;
+  return ProcessMessage(run, &queue, true);
+}
+
+MQLONG QueueIsEmpty(Parameters& run, QueueElement& queue) {
+  QueueList& list = *run.InputList;
+  if (queue.Active) {
+    queue.Active = false;
+    --list.QueuesActive;
+  }
+  if (!queue.EmptySeen) {
+    queue.EmptySeen = true;
+    ++list.QueuesEmptied;
+  }
+  if (run.Writer.Out.is_open() && run.Writer.MsgsSinceFlush != 0) {
+    if (const MQLONG reason = FlushOutputFile(run, false); reason != 0) return reason;
+    run.Writer.MsgsSinceFlush = 0;
+  }
+  if (run.Uow.UowCount != 0 && list.QueuesActive == 0 && run.TransactionLimit != -1) return CommitAll(run);
+  return 0;
+}
+
+MQLONG TakeEvent(Parameters& run, QueueElement& queue, const MQCBC& context) {
+  // What is left to do of a run that has ended, or failed, is decided when consumption has stopped.
+  if (run.Finished) return 0;
+  MQLONG failure = 0;
+  if (context.Reason == MQRC_NO_MSG_AVAILABLE) {
+    failure = QueueIsEmpty(run, queue);
+  } else {
+    run.Finished = true;
+    if (Tracing(run)) ReportMqCall(run, "MQCB(CALLBACK)", InputConn(run).QMgrName, queue.QueueName, context.Reason);
+    failure = FailureOf(context.CompCode, context.Reason);
+    if (failure != 0) KeepQueueFailure(run, "MQCB(CALLBACK)", queue, failure);
+  }
+  if (failure == 0 && run.WaitInterval == 0) failure = Deregister(run, queue);
+  return failure;
+}
+
+extern "C" {
+// Called by the queue manager for every message and event of a queue, one call at a time.
+static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQCBC* context) {
+  Consumption& consumption = *static_cast<Consumption*>(context->ConnectionArea);
+  QueueElement& queue = *static_cast<QueueElement*>(context->CallbackArea);
+  Parameters& run = consumption.Run;
+  const std::lock_guard<std::mutex> lock(consumption.Busy);
+  MQLONG failure = 0;
+  switch (context->CallType) {
+    case MQCBCT_MSG_REMOVED:
+    case MQCBCT_MSG_NOT_REMOVED:
+      failure = TakeMessage(run, queue, *descriptor, buffer, *context);
+      break;
+    case MQCBCT_EVENT_CALL:
+      failure = TakeEvent(run, queue, *context);
+      break;
+    default:
+      return;
+  }
+  if (failure != 0) {
+    if (consumption.Result == 0) consumption.Result = failure;
+    run.Finished = true;
+    if (run.Uow.SyncpointActive) BackOutRun(run);
+  }
+  if (!run.Finished) return;
+  const MQLONG stopFailure = Control(consumption, MQOP_STOP, "MQCTL(STOP)");
+  if (stopFailure != 0) {
+    KeepControlFailure(run, "MQCTL(STOP)", stopFailure);
+    if (consumption.Result == 0) consumption.Result = stopFailure;
+  } else {
+    consumption.Stopped = true;
+  }
+  consumption.Ended.notify_one();
+}
+}
+
+std::int64_t WaitLeft(const Parameters& run) {
+  if (run.WaitInterval == -1) return kNoLimit;
+  const std::int64_t left = run.Now + run.WaitInterval - std::time(nullptr);
+  // A queue that has not reported empty yet may still have messages to deliver.
+  return left <= 0 && run.InputList->QueuesEmptied < run.InputList->Count() ? kEmptyGrace : left;
+}
+
+std::int64_t FileAgeLeft(const Parameters& run) {
+  if (run.LimitAge == 0 || !run.Writer.Out.is_open()) return kNoLimit;
+  return run.Naming.OpenTime + run.LimitAge - std::time(nullptr);
+}
+
+MQLONG RegisterQueues(Parameters& run) {
+  QMgrConn& conn = InputConn(run);
+  MQMD descriptor = DefaultDescriptor();
+  MQGMO options;
+  options.Options = GetOptions(run, false) | MQGMO_WAIT;
+  AddMatchAndConversion(run, descriptor, options);
+  for (QueueElement& queue : run.InputList->Elements) {
+    MQCBD callback;
+    callback.CallbackArea = &queue;
+    callback.CallbackFunction = reinterpret_cast<void*>(&ConsumerCallback);
+    MQLONG compCode = MQCC_FAILED;
+    MQLONG reason = MQRC_NONE;
+    conn.Api.MQCB(conn.Hconn, MQOP_REGISTER, &callback, queue.Hobj, &descriptor, &options, &compCode, &reason);
+    if (Tracing(run)) ReportMqCall(run, "MQCB(REGISTER)", conn.QMgrName, queue.QueueName, reason);
+    if (const MQLONG failure = FailureOf(compCode, reason); failure != 0) {
+      run.MessageText.clear();
+      KeepQueueFailure(run, "MQCB(REGISTER)", queue, failure);
+      run.Flags |= FLAG_QUIET;
+      return failure;
+    }
+  }
+  return 0;
+}
+
+// Consumption until every queue has reported empty, which deregisters its callback.
+MQLONG ConsumeOnce(Consumption& consumption) {
+  Parameters& run = consumption.Run;
+  if (Tracing(run)) ReportMqCall(run, "MQCTL(START_WAIT) >", InputConn(run).QMgrName, {}, MQRC_NONE);
+  const MQLONG failure = Control(consumption, MQOP_START_WAIT, "MQCTL(START_WAIT) <");
+  const std::lock_guard<std::mutex> lock(consumption.Busy);
+  if (consumption.Result != 0) return consumption.Result;
+  if (failure == 0 || failure == MQRC_NO_CALLBACKS_ACTIVE) return 0;
+  KeepControlFailure(run, "MQCTL(START_WAIT)", failure);
+  return failure;
+}
+
+// Consumption with a wait interval: it is suspended at each deadline, of the wait or of the output file's age, and
+// goes on until the wait is over. `consumption` is given up when it cannot be stopped: its callback may still come.
+MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
+  Consumption& consumption = *owner;
+  Parameters& run = consumption.Run;
+  for (;;) {
+    if (const MQLONG failure = Control(consumption, MQOP_START, "MQCTL(START)"); failure != 0) {
+      const std::lock_guard<std::mutex> lock(consumption.Busy);
+      KeepControlFailure(run, "MQCTL(START)", failure);
+      return consumption.Result != 0 ? consumption.Result : failure;
+    }
+    {
+      std::unique_lock<std::mutex> lock(consumption.Busy);
+      while (!run.Finished) {
+        const std::int64_t wait = std::min({WaitLeft(run), FileAgeLeft(run), kNoLimit});
+        if (wait <= 0) break;
+        consumption.Ended.wait_for(lock, std::chrono::seconds(wait), [&run] { return run.Finished.load(); });
+      }
+    }
+    const MQLONG failure = Control(consumption, MQOP_STOP, "MQCTL(STOP)");
+    const std::lock_guard<std::mutex> lock(consumption.Busy);
+    if (failure != 0 && !consumption.Stopped) {
+      run.Finished = true;
+      KeepControlFailure(run, "MQCTL(STOP)", failure);
+      static_cast<void>(owner.release());
+      return consumption.Result != 0 ? consumption.Result : failure;
+    }
+    if (run.Finished) return consumption.Result;
+    if (FileAgeLeft(run) < 1) {
+      if (const MQLONG reason = CloseOutputFile(run); reason != 0) return reason;
+    }
+    if (WaitLeft(run) < 1) return 0;
+  }
+}
+
+}  // namespace
+
+MQLONG ConsumeQueues(Parameters& run) {
+  if (const MQLONG failure = RegisterQueues(run); failure != 0) return failure;
+  auto consumption = std::make_unique<Consumption>(run);
+  return run.WaitInterval == 0 ? ConsumeOnce(*consumption) : ConsumeWithWait(consumption);
+}

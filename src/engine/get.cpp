@@ -1,0 +1,154 @@
+#include "engine/get.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <limits>
+#include <thread>
+
+#include "cmdline/parameters.h"
+#include "mq/reasons.h"
+
+namespace {
+
+constexpr std::int64_t kEndlessWaitSlice = 3600;  // seconds of one get when the wait has no limit
+constexpr std::int64_t kLongestWait = std::numeric_limits<MQLONG>::max() / 1000;
+constexpr std::chrono::milliseconds kEmptiedQueuePause{100};
+
+bool UnitPending(const Parameters& run) { return run.Uow.UowCount != 0 && run.TransactionLimit != -1; }
+bool FilePending(const Parameters& run) { return run.Writer.Out.is_open() && run.Writer.MsgsSinceFlush != 0; }
+
+// Lets the next get wait for what is left of the wait interval, or of the output file's age when that is less; a file
+// that has reached its age is closed. Nothing waits while something is uncommitted or not flushed.
+MQLONG AddWait(Parameters& run, MQGMO& options) {
+  if (run.WaitInterval == 0 || UnitPending(run) || FilePending(run)) return 0;
+  const std::int64_t now = std::time(nullptr);
+  std::int64_t wait = run.WaitInterval == -1 ? kEndlessWaitSlice : run.Now + run.WaitInterval - now;
+  if (wait <= 0) return 0;
+  if (run.LimitAge != 0 && run.Writer.Out.is_open() && run.Writer.MsgsInFile > 0) {
+    const std::int64_t left = run.Naming.OpenTime + run.LimitAge - now;
+    if (left > 0) {
+      wait = std::min(wait, left);
+    } else if (const MQLONG reason = CloseOutputFile(run); reason != 0) {
+      return reason;
+    }
+  }
+  options.Options |= MQGMO_WAIT;
+  options.WaitInterval = static_cast<MQLONG>(std::min(wait, kLongestWait) * 1000);
+  return 0;
+}
+
+MQLONG FinishPendingWork(Parameters& run) {
+  if (UnitPending(run)) {
+    if (const MQLONG reason = CommitAll(run); reason != 0) return reason;
+  }
+  if (FilePending(run)) {
+    if (const MQLONG reason = FlushOutputFile(run, false); reason != 0) return reason;
+    run.Writer.MsgsSinceFlush = 0;
+  }
+  return 0;
+}
+
+// The queue has no (further) message. Decides whether the get is repeated: with what is left of the wait, or, for a
+// required rate with a duration, from the queue's first message on.
+MQLONG NoMessage(Parameters& run, MQLONG& getOptions) {
+  const bool replay = run.Rate != 0 && run.RateDuration != 0;
+  if (replay && run.MsgsRead == 0) {
+    SetMessageText(run, "'Required rate' processing not possible since the source queue is empty.\n");
+    run.Finished = true;
+    return 0;
+  }
+  if (replay && (getOptions & MQGMO_BROWSE_FIRST) == 0) {
+    getOptions = (getOptions & ~MQGMO_BROWSE_NEXT) | MQGMO_BROWSE_FIRST;
+    return 0;
+  }
+  if (const MQLONG reason = FinishPendingWork(run); reason != 0) return reason;
+  const std::int64_t now = std::time(nullptr);
+  if (replay) {
+    // Somebody has emptied the queue that is replayed. It may fill again until the rate's end.
+    run.Finished = run.Pace.RateEndTime != 0 && now > run.Pace.RateEndTime;
+    if (!run.Finished) std::this_thread::sleep_for(kEmptiedQueuePause);
+    return 0;
+  }
+  if (run.WaitInterval != -1 && now - run.Now >= run.WaitInterval) run.Finished = true;
+  return 0;
+}
+
+}  // namespace
+
+MQLONG GetOptions(const Parameters& run, bool underCursor) {
+  const MQLONG syncpoint = run.TransactionLimit != 0 ? MQGMO_SYNCPOINT : MQGMO_NO_SYNCPOINT;
+  MQLONG options = syncpoint;
+  if (underCursor) {
+    options |= MQGMO_MSG_UNDER_CURSOR;
+  } else if (run.Has(FLAG_SELECTING) || !run.Has(FLAG_GET)) {
+    options = MQGMO_BROWSE_NEXT | MQGMO_NO_SYNCPOINT;
+  }
+  if (!run.Has2(FLAG2_NO_FORCE_RFH2)) options |= MQGMO_PROPERTIES_FORCE_MQRFH2;
+  return options;
+}
+
+void AddMatchAndConversion(const Parameters& run, MQMD& descriptor, MQGMO& options) {
+  if (run.Has(FLAG_BY_MSGID)) std::copy(std::begin(run.SelMsgId), std::end(run.SelMsgId), descriptor.MsgId);
+  if (run.Has(FLAG_BY_CORRELID)) {
+    std::copy(std::begin(run.SelCorrelId), std::end(run.SelCorrelId), descriptor.CorrelId);
+  }
+  if (run.Has(FLAG_BY_GROUPID)) {
+    std::copy(std::begin(run.SelGroupId), std::end(run.SelGroupId), descriptor.GroupId);
+    options.Version = std::max(options.Version, MQGMO_VERSION_2);
+    options.MatchOptions |= MQMO_MATCH_GROUP_ID;
+  }
+  if (run.Has(FLAG_CONVERT)) {
+    options.Options |= MQGMO_CONVERT;
+    descriptor.CodedCharSetId = run.ConvertCcsid;
+    descriptor.Encoding = run.ConvertEncoding;
+  }
+}
+
+MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
+  QMgrConn& conn = InputConn(run);
+  CurrentMessage& message = run.Message;
+  const bool descriptorOnly = run.Has2(FLAG2_DESCRIPTOR_ONLY);
+  MQLONG getOptions = GetOptions(run, underCursor) | (descriptorOnly ? MQGMO_ACCEPT_TRUNCATED_MSG : 0);
+  for (;;) {
+    // Identifiers and code pages of the last message must not select or convert the next one.
+    message.Descriptor = DefaultDescriptor();
+    MQGMO options;
+    options.Options = getOptions;
+    if (!underCursor) {
+      if (const MQLONG reason = AddWait(run, options); reason != 0) return reason;
+    }
+    AddMatchAndConversion(run, message.Descriptor, options);
+    const std::size_t bufferSize = descriptorOnly ? 0 : message.Buffer.size();
+    const auto room = static_cast<MQLONG>(std::min<std::size_t>(bufferSize, std::numeric_limits<MQLONG>::max()));
+    MQLONG length = 0;
+    MQLONG compCode = MQCC_FAILED;
+    MQLONG reason = MQRC_NONE;
+    conn.Api.MQGET(conn.Hconn, queue.Hobj, &message.Descriptor, &options, room, message.Buffer.data(), &length,
+                   &compCode, &reason);
+    if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQGET", conn.QMgrName, queue.QueueName, reason);
+
+    if (reason == MQRC_TRUNCATED_MSG_FAILED && length > room) {
+      if (const MQLONG failure = GrowMessageBuffer(run, static_cast<std::size_t>(length)); failure != 0) return failure;
+      continue;
+    }
+    // A warning (not converted, format errors) comes with the message as it is on the queue.
+    const bool arrived = compCode != MQCC_FAILED && reason != MQRC_TRUNCATED_MSG_FAILED;
+    if (arrived && (options.Options & MQGMO_SYNCPOINT) != 0) conn.UnitOpen = true;
+    if (arrived && (descriptorOnly || length <= room)) {
+      message.Data = message.Buffer.data();
+      message.Length = std::max<MQLONG>(length, 0);
+      message.Delivered = std::min(message.Length, room);
+      run.Now.store(std::time(nullptr), std::memory_order_relaxed);
+      return 0;
+    }
+    if (underCursor && reason == MQRC_NO_MSG_UNDER_CURSOR) return reason;
+    if (!underCursor && reason == MQRC_NO_MSG_AVAILABLE) {
+      if (const MQLONG failure = NoMessage(run, getOptions); failure != 0 || run.Finished) return failure;
+      continue;
+    }
+    SetMessageText(run, "MQGET(%s) failed RC(%d) %s", queue.QueueName.c_str(), reason, ReasonText(reason));
+    return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
+  }
+}

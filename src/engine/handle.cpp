@@ -1,0 +1,168 @@
+#include "engine/handle.h"
+
+#include <bit>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <random>
+#include <thread>
+
+#include "cmdline/parameters.h"
+#include "common/units.h"
+#include "engine/code_pages.h"
+#include "platform/system.h"
+
+namespace {
+
+constexpr std::int64_t kAnnouncedWait = 5000;  // milliseconds; longer sleeps are told
+constexpr std::int64_t kRandomRange = 32767;
+
+void SleepFor(std::int64_t milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
+
+int TwoDigits(const char* text) {
+  int value = 0;
+  for (int i = 0; i < 2; ++i) {
+    if (text[i] >= '0' && text[i] <= '9') value = value * 10 + (text[i] - '0');
+  }
+  return value;
+}
+
+// The time of day of a PutTime ("HHMMSSTH") in milliseconds.
+std::int64_t MillisecondOfDay(const char* putTime) {
+  const std::int64_t minutes = TwoDigits(putTime) * 60 + TwoDigits(putTime + 2);
+  return ((minutes * 60 + TwoDigits(putTime + 4)) * 100 + TwoDigits(putTime + 6)) * 10;
+}
+
+std::int64_t PutDistance(const ReplayState& from, const MQMD& to) {
+  std::int64_t distance = MillisecondOfDay(to.PutTime) - MillisecondOfDay(from.ReplayPutTime);
+  if (std::memcmp(from.ReplayPutDate, to.PutDate, sizeof to.PutDate) != 0) {
+    static constexpr char kMidnight[] = "00000000";
+    distance += (PutTimeLocal(to.PutDate, kMidnight) - PutTimeLocal(from.ReplayPutDate, kMidnight)) * 1000;
+  }
+  return distance;
+}
+
+void AnnounceSleep(std::int64_t milliseconds) {
+  const std::time_t now = std::time(nullptr);
+  char clock[8] = "";
+  if (const std::tm* local = std::localtime(&now); local != nullptr) {
+    std::strftime(clock, sizeof clock, "%H:%M", local);
+  }
+  std::printf("%5.5s - sleeping for %s\n", clock, FormatDuration((milliseconds + 500) / 1000).c_str());
+  std::fflush(stdout);
+}
+
+// -Dr: the messages follow each other as they were put, counted from a reference message.
+void DelayAsPut(Parameters& run) {
+  ReplayState& replay = run.Replay;
+  const MQMD& descriptor = run.Message.Descriptor;
+  const std::int64_t distance = replay.ReplayStartTick != 0 ? PutDistance(replay, descriptor) : -1;
+  if (distance < 0) {
+    replay.ReplayStartTick = TickCount();
+    std::memcpy(replay.ReplayPutDate, descriptor.PutDate, sizeof replay.ReplayPutDate);
+    std::memcpy(replay.ReplayPutTime, descriptor.PutTime, sizeof replay.ReplayPutTime);
+    return;
+  }
+  const std::int64_t elapsed = static_cast<std::uint32_t>(TickCount() - replay.ReplayStartTick);
+  if (distance <= elapsed) return;
+  const std::int64_t wait = (distance - elapsed) * run.Delay / 100;
+  if (wait > kAnnouncedWait) AnnounceSleep(wait);
+  SleepFor(wait);
+}
+
+void Delay(Parameters& run) {
+  if (run.Has(FLAG_DELAY_RELATIVE)) {
+    DelayAsPut(run);
+  } else if (run.Delay > 0) {
+    SleepFor(run.Delay);
+  } else if (run.Delay < 0) {
+    std::minstd_rand random(run.Replay.RandomState != 0 ? run.Replay.RandomState : TickCount());
+    run.Replay.RandomState = static_cast<std::uint32_t>(random());
+    SleepFor(-static_cast<std::int64_t>(run.Delay) * (run.Replay.RandomState % (kRandomRange + 1)) / kRandomRange);
+  }
+}
+
+// Takes `bytes` off the front of the message in hand.
+void SkipData(CurrentMessage& message, std::size_t bytes) {
+  const auto skipped = static_cast<MQLONG>(bytes);
+  message.Data += skipped;
+  message.Length -= skipped;
+  message.Delivered -= skipped;
+}
+
+void CopyText(char* to, const char* from, std::size_t bytes, bool ebcdic) {
+  for (std::size_t i = 0; i < bytes; ++i) {
+    to[i] = ebcdic ? EbcdicToAscii(static_cast<unsigned char>(from[i])) : from[i];
+  }
+}
+
+MQLONG InOrder(MQLONG value, bool swapped) {
+  return swapped ? std::bit_cast<MQLONG>(__builtin_bswap32(std::bit_cast<std::uint32_t>(value))) : value;
+}
+
+// -h: a dead-letter header, then a transmission-queue header are taken off, and the descriptor says again what it said
+// of the message inside. A message that is too short for the header its format announces has none.
+void StripHeaders(CurrentMessage& message) {
+  MQMD& descriptor = message.Descriptor;
+  const bool swap = (descriptor.Encoding & MQENC_INTEGER_NORMAL) != 0;
+  const bool ebcdic = IsEbcdicCcsid(descriptor.CodedCharSetId);
+  if (IsFormat(descriptor.Format, MQFMT_DEAD_LETTER_HEADER) &&
+      message.Delivered >= static_cast<MQLONG>(sizeof(MQDLH))) {
+    MQDLH header;
+    std::memcpy(&header, message.Data, sizeof header);
+    descriptor.Encoding = InOrder(header.Encoding, swap);
+    descriptor.CodedCharSetId = InOrder(header.CodedCharSetId, swap);
+    descriptor.PutApplType = InOrder(header.PutApplType, swap);
+    CopyText(descriptor.Format, header.Format, sizeof header.Format, ebcdic);
+    CopyText(descriptor.PutApplName, header.PutApplName, sizeof header.PutApplName, ebcdic);
+    CopyText(descriptor.PutDate, header.PutDate, sizeof header.PutDate, ebcdic);
+    CopyText(descriptor.PutTime, header.PutTime, sizeof header.PutTime, ebcdic);
+    SkipData(message, sizeof header);
+  }
+  if (IsFormat(descriptor.Format, MQFMT_XMIT_Q_HEADER) && message.Delivered >= static_cast<MQLONG>(sizeof(MQXQH))) {
+    std::memcpy(static_cast<void*>(&descriptor), message.Data + offsetof(MQXQH, MsgDesc), sizeof(MQMD1));
+    if (swap || ebcdic) ConvertDescriptor(descriptor, swap, ebcdic);
+    // Whatever stood in the header, the descriptor that follows it is one of version 1.
+    if (descriptor.Version != MQMD_VERSION_2) descriptor.Version = MQMD_VERSION_1;
+    SkipData(message, sizeof(MQXQH));
+  }
+}
+
+// Only a message that this run takes off its queue is requeued; one that is browsed stays where it is.
+bool BelongsOnBackoutQueue(const Parameters& run, const QueueElement* queue) {
+  return !run.Has2(FLAG2_NO_BACKOUT) && run.Has(FLAG_GET) && queue != nullptr && queue->BackoutThreshold > 0 &&
+         run.Message.Descriptor.BackoutCount >= queue->BackoutThreshold;
+}
+
+// A message whose data was not fetched must not go anywhere with bytes that are not its own.
+MQLONG CheckWhole(Parameters& run) {
+  const CurrentMessage& message = run.Message;
+  if (message.Delivered == message.Length) return 0;
+  SetMessageText(run, "Only %d of %d bytes of the message were fetched", message.Delivered, message.Length);
+  return MQRC_UNEXPECTED_ERROR;
+}
+
+}  // namespace
+
+MQLONG HandleMessage(Parameters& run, QueueElement* queue) {
+  if (run.Delay != 0 || run.Has(FLAG_DELAY_RELATIVE)) Delay(run);
+  const bool summary = run.Has(FLAG_SUMMARY);
+  // The backout queue gets the message as it was on its queue, headers included.
+  if (!summary && BelongsOnBackoutQueue(run, queue)) {
+    if (const MQLONG reason = CheckWhole(run); reason != 0) return reason;
+    const CurrentMessage& message = run.Message;
+    return RequeueToBackout(run, *queue, message.Descriptor, message.Data, message.Length);
+  }
+  if (run.Has(FLAG_STRIP_HEADERS)) StripHeaders(run.Message);
+  if (summary) {
+    CollectSummary(run);
+    return 0;
+  }
+  if (run.HasOutputQueue()) {
+    if (const MQLONG reason = CheckWhole(run); reason != 0) return reason;
+    return PutMessage(run, queue);
+  }
+  return WriteFileMessage(run);
+}

@@ -1,0 +1,226 @@
+#include "engine/put.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+#include "cmdline/parameters.h"
+#include "mq/reasons.h"
+
+namespace {
+
+struct ContextOption {
+  std::uint32_t Flag;
+  MQLONG Option;
+};
+constexpr ContextOption kContextOptions[] = {
+    {FLAG_CTX_SET_ALL, MQPMO_SET_ALL_CONTEXT},
+    {FLAG_CTX_SET_ALL_TIMES, MQPMO_SET_ALL_CONTEXT},
+    {FLAG_CTX_SET_IDENTITY, MQPMO_SET_IDENTITY_CONTEXT},
+    {FLAG_CTX_PASS_ALL, MQPMO_PASS_ALL_CONTEXT},
+    {FLAG_CTX_PASS_IDENTITY, MQPMO_PASS_IDENTITY_CONTEXT},
+    {FLAG_CTX_DEFAULT, MQPMO_DEFAULT_CONTEXT},
+    {FLAG_CTX_NONE, MQPMO_NO_CONTEXT},
+};
+
+// The outcome of one or several puts.
+struct PutOutcome {
+  MQLONG CompCode = MQCC_OK;
+  MQLONG Reason = MQRC_NONE;
+};
+
+// A destination as the put sees it; the names serve messages only and may have 48 characters without a terminator.
+struct Destination {
+  MQHOBJ Hobj;
+  const char* QMgr;
+  const char* Queue;
+  std::string Name() const { return DestinationText(QMgr, Queue); }
+};
+
+MQPMO PutOptions(const Parameters& run, const QueueElement* queue) {
+  MQPMO options;
+  options.Options = run.TransactionLimit != 0 ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT;
+  for (const ContextOption& context : kContextOptions) {
+    if (run.Has(context.Flag)) {
+      options.Options |= context.Option;
+      break;
+    }
+  }
+  if (run.Has2(FLAG2_ASYNC_PUT)) options.Options |= MQPMO_ASYNC_RESPONSE;
+  options.Context = queue != nullptr ? queue->Hobj : MQHO_UNUSABLE_HOBJ;
+  return options;
+}
+
+bool IntegersReversed(const MQMD& descriptor) {
+  return (descriptor.Encoding & MQENC_INTEGER_MASK) != MQENC_INTEGER_REVERSED;
+}
+
+// With -OS(CFH3): command messages of an older header version are put as version 3.
+void RepairCfh(CurrentMessage& message) {
+  const MQMD& descriptor = message.Descriptor;
+  if (!IsFormat(descriptor.Format, MQFMT_ADMIN) && !IsFormat(descriptor.Format, MQFMT_PCF)) return;
+  if (message.Length < MQCFH_STRUC_LENGTH) return;
+  const MQLONG version = CfhVersion(descriptor, message.Data, message.Length);
+  if (version >= MQCFH_VERSION_3) return;
+  std::printf("\nMQCFH updated from %d to %d\n", version, MQCFH_VERSION_3);
+  const std::uint32_t value = MQCFH_VERSION_3;
+  const std::uint32_t stored = IntegersReversed(descriptor) ? __builtin_bswap32(value) : value;
+  std::memcpy(message.Data + offsetof(MQCFH, Version), &stored, sizeof stored);
+}
+
+// Stamps the current time in UTC into the descriptor, as the queue manager does for a new message.
+void SetPutTime(MQMD& descriptor) {
+  const std::time_t now = std::time(nullptr);
+  const std::tm* utc = std::gmtime(&now);
+  if (utc == nullptr) return;
+  char text[32];
+  if (std::strftime(text, sizeof text, "%Y%m%d%H%M%S00", utc) != 16) return;
+  std::memcpy(descriptor.PutDate, text, sizeof descriptor.PutDate);
+  std::memcpy(descriptor.PutTime, text + 8, sizeof descriptor.PutTime);
+}
+
+void OverrideFields(MQMD& descriptor, std::uint32_t mask, const MQMD& values) {
+  if ((mask & OVERRIDE_CCSID) != 0) descriptor.CodedCharSetId = values.CodedCharSetId;
+  if ((mask & OVERRIDE_PRIORITY) != 0) descriptor.Priority = values.Priority;
+  if ((mask & OVERRIDE_MSG_TYPE) != 0) descriptor.MsgType = values.MsgType;
+  if ((mask & OVERRIDE_EXPIRY) != 0) descriptor.Expiry = values.Expiry;
+  if ((mask & OVERRIDE_REPLY_QUEUE) != 0) {
+    std::memcpy(descriptor.ReplyToQ, values.ReplyToQ, sizeof descriptor.ReplyToQ);
+    std::memcpy(descriptor.ReplyToQMgr, values.ReplyToQMgr, sizeof descriptor.ReplyToQMgr);
+  }
+  if ((mask & OVERRIDE_FORMAT) != 0) std::memcpy(descriptor.Format, values.Format, sizeof descriptor.Format);
+}
+
+// A queue manager refuses an old command header together with a version-2 descriptor. Version 1 loses nothing when the
+// version-2 fields hold their defaults.
+bool LowerDescriptorVersion(CurrentMessage& message) {
+  static constexpr MQBYTE24 kNoGroup{};
+  MQMD& descriptor = message.Descriptor;
+  const bool possible = descriptor.Version >= MQMD_VERSION_2 && message.Length >= MQCFH_STRUC_LENGTH &&
+                        CfhVersion(descriptor, message.Data, message.Length) < MQCFH_VERSION_3 &&
+                        std::memcmp(descriptor.GroupId, kNoGroup, sizeof kNoGroup) == 0 &&
+                        descriptor.MsgSeqNumber == 1 && descriptor.Offset == 0 && descriptor.MsgFlags == 0;
+  if (possible) descriptor.Version = MQMD_VERSION_1;
+  return possible;
+}
+
+PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& options) {
+  QMgrConn& conn = OutputConn(run);
+  CurrentMessage& message = run.Message;
+  if ((run.PcfFlags & PCF_CFH3) != 0) RepairCfh(message);
+  if (run.Has(FLAG_CTX_SET_ALL_TIMES)) SetPutTime(message.Descriptor);
+  if (run.OverrideMask != 0) OverrideFields(message.Descriptor, run.OverrideMask, run.OverrideMd);
+  // A put that fails may still have reached some destinations of a list, or its outcome may be unknown.
+  if ((options.Options & MQPMO_SYNCPOINT) != 0) conn.UnitOpen = true;
+  for (;;) {
+    PutOutcome outcome;
+    conn.Api.MQPUT(conn.Hconn, destination.Hobj, &message.Descriptor, &options, message.Length, message.Data,
+                   &outcome.CompCode, &outcome.Reason);
+    if ((run.Verbose & VERBOSE_APIS) != 0) {
+      ReportMqCall(run, "MQPUT", conn.QMgrName, destination.Name(), outcome.Reason);
+    }
+    if (outcome.CompCode != MQCC_FAILED) return outcome;
+    if (outcome.Reason == MQRC_OPTIONS_ERROR && run.Has2(FLAG2_ASYNC_PUT)) {
+      run.Flags2 &= ~FLAG2_ASYNC_PUT;
+      options.Options &= ~MQPMO_ASYNC_RESPONSE;
+      continue;
+    }
+    if (outcome.Reason == MQRC_CFH_ERROR && LowerDescriptorVersion(message)) continue;
+    return outcome;
+  }
+}
+
+void SetPutFailure(Parameters& run, const std::string& destination, MQLONG reason) {
+  SetMessageText(run, "MQPUT(%s) failed RC(%d) %s", destination.c_str(), reason, ReasonText(reason));
+}
+
+Destination ListDestination(const QueueList& list, std::size_t index) {
+  const MQHOBJ hobj = index < list.Elements.size() ? list.Elements[index].Hobj : MQHO_UNUSABLE_HOBJ;
+  return {hobj, list.Entries[index].ObjectQMgrName, list.Entries[index].ObjectName};
+}
+
+PutOutcome PutToSingle(Parameters& run, MQPMO& options) {
+  const Destination destination{run.OutputHobj, run.OutputQMgrName.c_str(), run.OutputQueueName.c_str()};
+  const PutOutcome outcome = PutToQueue(run, destination, options);
+  if (outcome.CompCode == MQCC_FAILED) {
+    SetPutFailure(run, destination.Name(), outcome.Reason);
+  } else {
+    run.Put.PutMsgs = 1;
+  }
+  return outcome;
+}
+
+// One put to a distribution list. A destination that failed makes the whole put a failure, with that destination's
+// reason, also where the queue manager only warns.
+PutOutcome PutToList(Parameters& run, MQPMO& options) {
+  QueueList& list = *run.OutputList;
+  std::fill(list.Responses.begin(), list.Responses.end(), MQRR{});
+  options.Version = std::max(options.Version, MQPMO_VERSION_2);
+  options.RecsPresent = static_cast<MQLONG>(list.Responses.size());
+  options.ResponseRecPtr = list.Responses.data();
+  run.Put.PutMsgs = list.Count();
+  PutOutcome outcome = PutToQueue(run, {run.OutputHobj, "", "<Distribution List>"}, options);
+  if (outcome.CompCode != MQCC_FAILED && outcome.Reason != MQRC_MULTIPLE_REASONS) return outcome;
+
+  run.MessageText.clear();
+  const PutOutcome whole = outcome;
+  for (std::size_t i = 0; i < list.Responses.size(); ++i) {
+    if (list.Responses[i].CompCode != MQCC_FAILED) continue;
+    --run.Put.PutMsgs;
+    if (!run.MessageText.empty()) continue;
+    outcome = {MQCC_FAILED, list.Responses[i].Reason};
+    SetPutFailure(run, ListDestination(list, i).Name(), outcome.Reason);
+  }
+  if (whole.CompCode == MQCC_FAILED && run.MessageText.empty()) {
+    SetPutFailure(run, ListDestination(list, 0).Name(), whole.Reason);
+    run.Put.PutMsgs = 0;
+  }
+  return outcome;
+}
+
+// One put per destination, each tried whatever became of the others. The first failure is the one that is told.
+PutOutcome PutToEach(Parameters& run, MQPMO& options) {
+  const QueueList& list = *run.OutputList;
+  run.MessageText.clear();
+  PutOutcome first;
+  for (std::size_t i = 0; i < list.Entries.size(); ++i) {
+    const Destination destination = ListDestination(list, i);
+    const PutOutcome outcome = PutToQueue(run, destination, options);
+    if (outcome.CompCode != MQCC_FAILED) {
+      ++run.Put.PutMsgs;
+    } else if (run.MessageText.empty()) {
+      first = outcome;
+      SetPutFailure(run, destination.Name(), outcome.Reason);
+    }
+  }
+  return first;
+}
+
+}  // namespace
+
+MQLONG CfhVersion(const MQMD& descriptor, const MQBYTE* data, MQLONG length) {
+  std::uint32_t version = 0;
+  constexpr std::size_t kEnd = offsetof(MQCFH, Version) + sizeof version;
+  if (length < static_cast<MQLONG>(kEnd)) return 0;
+  std::memcpy(&version, data + offsetof(MQCFH, Version), sizeof version);
+  return std::bit_cast<MQLONG>(IntegersReversed(descriptor) ? __builtin_bswap32(version) : version);
+}
+
+MQLONG PutMessage(Parameters& run, const QueueElement* queue) {
+  MQPMO options = PutOptions(run, queue);
+  const PutOutcome outcome = run.OutputList == nullptr           ? PutToSingle(run, options)
+                             : run.Has2(FLAG2_INDIVIDUAL_QUEUES) ? PutToEach(run, options)
+                                                                 : PutToList(run, options);
+  const MQLONG failure = outcome.CompCode == MQCC_FAILED ? outcome.Reason : 0;
+  // The unit of work is backed out: no destination keeps the message.
+  if (failure != 0 && run.Uow.SyncpointActive) return failure;
+  run.Put.PutBytes = static_cast<std::int64_t>(run.Put.PutMsgs) * run.Message.Length;
+  run.MsgsWritten += run.Put.PutMsgs;
+  run.UowMsgsWritten += run.Put.PutMsgs;
+  run.BytesWritten += run.Put.PutBytes;
+  run.UowBytesWritten += run.Put.PutBytes;
+  return failure;
+}

@@ -1,0 +1,52 @@
+#include "engine/source.h"
+
+#include "cmdline/parameters.h"
+#include "engine/get.h"
+#include "files/plain_file.h"
+#include "files/reader.h"
+
+namespace {
+
+// A queue is opened by the run driver: nothing is left to prepare.
+MQLONG PrepareQueue(Parameters&, bool&) { return 0; }
+
+MQLONG ReadQueue(Parameters& run, QueueElement* queue) { return GetQueueMessage(run, *queue, false); }
+
+MQLONG PreparePlain(Parameters& run, bool& empty) {
+  if (const MQLONG reason = PreparePlainFile(run); reason != 0) return reason;
+  if (run.Has2(FLAG2_COUNT_FIRST) && !run.Has2(FLAG2_NO_PRELIM_COUNT) && !run.Has2(FLAG2_WHOLE_FILE)) {
+    empty = true;  // the counting pass transfers nothing
+    return CountPlainFile(run);
+  }
+  run.MsgsRead = 0;
+  return 0;
+}
+
+// The message stays where the reader has it: in the read buffer of the file.
+MQLONG ReadPlain(Parameters& run, QueueElement*) { return ReadPlainMessage(run); }
+
+MQLONG PrepareMessageFile(Parameters& run, bool& empty) {
+  FormatCheck check;
+  if (const MQLONG reason = CheckInputFormat(run, check); reason != 0) return reason;
+  empty = check.Empty || (check.OnlyMark && !run.Has(FLAG_INPUT_INSERTS));
+  return 0;
+}
+
+MQLONG ReadMessageFile(Parameters& run, QueueElement*) {
+  const MQLONG reason = ReadNextFileMessage(run);
+  run.Message.Data = run.Message.Buffer.data();
+  run.Message.Delivered = run.Message.Length;
+  return reason;
+}
+
+constexpr MessageSource kQueueSource{PrepareQueue, ReadQueue, nullptr};
+constexpr MessageSource kPlainFileSource{PreparePlain, ReadPlain, nullptr};
+constexpr MessageSource kMessageFileSource{PrepareMessageFile, ReadMessageFile, nullptr};
+
+}  // namespace
+
+const MessageSource& ChooseSource(const Parameters& run, const QueueElement* queue) {
+  if (run.Source != nullptr) return *run.Source;
+  if (queue != nullptr) return kQueueSource;
+  return run.Has2(FLAG2_NON_TARVO) ? kPlainFileSource : kMessageFileSource;
+}

@@ -1,0 +1,146 @@
+#include "engine/transfer.h"
+
+#include <ctime>
+
+#include "cmdline/parameters.h"
+#include "engine/consumer.h"
+#include "engine/get.h"
+#include "files/reader.h"
+
+namespace {
+
+constexpr int kDefaultDataWidth = 25;
+constexpr int kLeastDataWidth = 10;
+
+// Options that only show something in the output file.
+constexpr std::uint32_t kDisplayFlags =
+    FLAG_ASCII_LINES | FLAG_ASCII_COLUMNS | FLAG_WRITE_INDEX | FLAG_SHOW_TIME_ON_QUEUE | FLAG_SUMMARY;
+
+// Several input queues are read through the queue manager's callbacks. (A recovery log names a queue, but reads none.)
+bool ReadsSeveralQueues(const Parameters& run) {
+  return run.Source == nullptr && run.HasInputQueues() && run.InputList->Count() > 1 &&
+         !run.InputList->Elements.empty();
+}
+
+MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
+  if (run.DataWidth < 1) {
+    run.DataWidth = kDefaultDataWidth;
+  } else if (run.DataWidth < kLeastDataWidth) {
+    run.DataWidth = kLeastDataWidth;
+  }
+  if (queue == nullptr && run.Has(FLAG_CTX_PASS_ALL | FLAG_CTX_PASS_IDENTITY)) {
+    SetMessageText(run, "An input queue must be supplied to pass context");
+    return MQRC_CONTEXT_NOT_AVAILABLE;
+  }
+  if (run.OutputFileName.empty() && (run.Has(kDisplayFlags) || run.Has2(FLAG2_PRINTABLE))) {
+    SetMessageText(run, "Display options require an output file");
+    return MQRC_OPTIONS_ERROR;
+  }
+  return 0;
+}
+
+bool HasTarget(const Parameters& run) {
+  return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.OutputList != nullptr || !run.OutputFileName.empty();
+}
+
+MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* queue, bool terminal) {
+  for (;;) {
+    ++run.MessageIndex;
+    if ((run.Verbose & VERBOSE_STATUS) != 0) CheckStatus(run);
+    if (const MQLONG reason = source.Read(run, queue); reason != 0 || run.Finished) return reason;
+    if (const MQLONG reason = ProcessMessage(run, queue, terminal); reason != 0 || run.Finished) return reason;
+    if (run.Rate != 0) {
+      bool ended = false;
+      if (const MQLONG reason = PaceMessage(run, ended); reason != 0 || ended) return reason;
+    }
+    if (run.Progress.Total != 0) ShowProgress(run, terminal);
+  }
+}
+
+MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
+  if (const MQLONG reason = GrowMessageBuffer(run, static_cast<std::size_t>(run.InitialBufferSize)); reason != 0) {
+    return reason;
+  }
+  if (const MQLONG reason = CreateLineBuffer(run); reason != 0) return reason;
+  const MessageSource& source = ChooseSource(run, queue);
+  bool empty = false;
+  if (const MQLONG reason = source.Prepare(run, empty); reason != 0 || empty) return reason;
+  if (run.Writer.Out.is_open()) {
+    if (const MQLONG reason = WriteFileHeader(run, queue); reason != 0) return reason;
+  }
+  const bool unitsPossible = (queue != nullptr && run.Has(FLAG_GET)) || run.HasOutputQueue();
+  run.Uow.SyncpointActive = unitsPossible && run.TransactionLimit != 0;
+  run.MessageIndex = 0;
+  run.SelectedCount = 0;
+  run.Now = std::time(nullptr);
+  if (run.Rate != 0) StartRate(run);
+  if (ReadsSeveralQueues(run)) return ConsumeQueues(run);
+  return ReadMessages(run, source, queue, terminal);
+}
+
+// Commits what a good run has done, or backs out the open unit of a failed one, so that no disconnect decides it.
+MQLONG EndUnit(Parameters& run, MQLONG result) {
+  if (!run.Uow.SyncpointActive) return result;
+  const bool open = run.Uow.UowCount != 0 || InputConn(run).UnitOpen || OutputConn(run).UnitOpen;
+  if (result == 0 && open) result = CommitAll(run);
+  if (result != 0) BackOutRun(run);
+  return result;
+}
+
+// What happens to a message that passed selection.
+MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
+  if (run.Source != nullptr && run.Source->Check != nullptr) {
+    if (const MQLONG reason = run.Source->Check(run); reason != 0) return reason;
+  }
+  if (!run.OutputFileName.empty() && !run.Has2(FLAG2_COUNT)) {
+    if (const MQLONG reason = CheckFileLimits(run, run.Message.Length, queue, terminal); reason != 0) return reason;
+  }
+  if (queue != nullptr && run.Has(FLAG_SELECTING) && run.Has(FLAG_GET)) {
+    // The message was only browsed so far. Somebody else may have taken it meanwhile.
+    const MQLONG reason = GetQueueMessage(run, *queue, true);
+    if (reason == MQRC_NO_MSG_UNDER_CURSOR) return 0;
+    if (reason != 0 || run.Finished) return reason;
+  }
+  ++run.SelectedCount;
+  run.Put = {};
+  if (const MQLONG reason = HandleMessage(run, queue); reason != 0) return reason;
+  return run.Has(FLAG_OUTPUT_INSERTS) ? RollOverAfterMessage(run) : 0;
+}
+
+}  // namespace
+
+MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal) {
+  if (queue == nullptr && ReadsSeveralQueues(run)) queue = &run.InputList->Elements.front();
+  run.Uow = {};
+  MQLONG result = CheckOptions(run, queue);
+  if (result == 0) {
+    result = EndUnit(run, Transfer(run, queue, terminal));
+    ReleaseMessageBuffer(run);
+    ReleasePlainBuffers(run);
+    ReleaseLineBuffer(run);
+  }
+  return result;
+}
+
+MQLONG ProcessMessage(Parameters& run, QueueElement* queue, bool terminal) {
+  const MQLONG length = run.Message.Length;
+  ++run.Status.StatusMsgs;
+  ++run.MsgsRead;
+  ++run.UowMsgsRead;
+  run.BytesRead += length;
+  run.UowBytesRead += length;
+  if (HasTarget(run) || run.Has2(FLAG2_COUNT)) {
+    if (SelectMessage(run) != run.Has2(FLAG2_INVERT)) {
+      if (const MQLONG reason = DeliverMessage(run, queue, terminal); reason != 0 || run.Finished) return reason;
+    }
+    if (run.RangeStart != 0 && run.RangeEnd != 0 && run.MessageIndex >= run.RangeEnd) {
+      run.Finished = true;
+      if (run.Uow.SyncpointActive) ++run.Uow.UowCount;
+      return 0;
+    }
+  }
+  if (!run.Uow.SyncpointActive) return 0;
+  ++run.Uow.UowCount;
+  const bool full = run.TransactionLimit != -1 && run.Uow.UowCount >= run.TransactionLimit;
+  return full ? CommitAll(run) : 0;
+}

@@ -1,0 +1,64 @@
+#include "engine/unit_of_work.h"
+
+#include "cmdline/parameters.h"
+#include "mq/reasons.h"
+
+MQLONG Commit(Parameters& run, QMgrConn& conn) {
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQCMIT(conn.Hconn, &compCode, &reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQCMIT", conn.QMgrName, {}, reason);
+  // A commit that ends with a warning was backed out, or left its outcome open.
+  if (compCode != MQCC_OK) {
+    SetMessageText(run, "MQCMIT(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
+    run.Finished = true;
+    return reason;
+  }
+  conn.UnitOpen = false;
+  return 0;
+}
+
+MQLONG Backout(Parameters& run, QMgrConn& conn) {
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQBACK(conn.Hconn, &compCode, &reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQBACK", conn.QMgrName, {}, reason);
+  if (compCode == MQCC_FAILED) {
+    if (run.MessageText.empty()) {
+      SetMessageText(run, "MQBCK(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
+    }
+    return reason;
+  }
+  conn.UnitOpen = false;
+  return 0;
+}
+
+MQLONG CommitAll(Parameters& run) {
+  if (!run.Uow.SyncpointActive) return 0;
+  // The messages leave their queue with the commit: from then on the file is the only place that has them.
+  if (run.Has(FLAG_GET) && run.Writer.Out.is_open()) {
+    if (const MQLONG reason = FlushOutputFile(run, true); reason != 0) return reason;
+    run.Writer.MsgsSinceFlush = 0;
+  }
+  if (const MQLONG reason = Commit(run, OutputConn(run)); reason != 0) return reason;
+  run.UowMsgsWritten = 0;
+  run.UowBytesWritten = 0;
+  if (run.InputQMgr != run.OutputQMgr && run.Has(FLAG_GET)) {
+    if (const MQLONG reason = Commit(run, InputConn(run)); reason != 0) return reason;
+  }
+  run.UowMsgsRead = 0;
+  run.UowBytesRead = 0;
+  run.Uow.UowCount = 0;
+  return 0;
+}
+
+void BackOutRun(Parameters& run) {
+  run.RolledBack = true;
+  QMgrConn& output = OutputConn(run);
+  QMgrConn& input = InputConn(run);
+  // A unit that stays open on one side would be committed by the disconnect, whatever became of the other side.
+  bool clean = true;
+  if (output.UnitOpen) clean = Backout(run, output) == 0;
+  if (&input != &output && input.UnitOpen) clean = Backout(run, input) == 0 && clean;
+  if (clean) run.Uow.UowCount = 0;
+}
