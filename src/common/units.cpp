@@ -32,9 +32,9 @@ std::uint64_t SizeOf(const UnitEntry* row) { return static_cast<std::uint64_t>(r
 // A blank, the unit's name and a blank.
 std::string NameOf(const UnitEntry* row, bool singular, unsigned flags) {
   const bool useShort = (flags & kUnitsShort) != 0 && row->ShortName != nullptr;
-  std::string name = useShort ? row->ShortName : row->LongName;
-  if (!singular) name = row->PluralName != nullptr ? row->PluralName : name + "s";
-  return " " + name + " ";
+  const char* name = useShort ? row->ShortName : row->LongName;
+  if (singular) return FormatText(" %s ", name);
+  return row->PluralName != nullptr ? FormatText(" %s ", row->PluralName) : FormatText(" %ss ", name);
 }
 
 std::string Decimals(std::uint64_t value, const UnitEntry* row, int decimals) {
@@ -74,9 +74,9 @@ std::string NameOrUnknown(std::string name) {
 std::string FormatUnits(std::int64_t value, const UnitEntry* table, unsigned flags) {
   const bool negative = value < 0;
   const std::uint64_t magnitude = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
-  const char* sign = negative ? "-" : (flags & kUnitsSigned) != 0 ? "+" : "";
-  return sign +
-         ((flags & kUnitsSeveral) != 0 ? SeveralUnits(magnitude, table, flags) : OneUnit(magnitude, table, flags));
+  std::string text = negative ? "-" : (flags & kUnitsSigned) != 0 ? "+" : "";
+  const bool several = (flags & kUnitsSeveral) != 0;
+  return text.append(several ? SeveralUnits(magnitude, table, flags) : OneUnit(magnitude, table, flags));
 }
 
 std::string FormatDuration(std::int64_t seconds) {
