@@ -70,7 +70,7 @@ MQLONG RemoveTemporaryQueues(Database& data, std::int64_t connection) {
   return MQRC_NONE;
 }
 
-MQLONG BackOutDeadConnections(Store& store) {
+MQLONG BackOutDeadConnections(Store& store, bool* found) {
   Database& data = store.Data();
   std::vector<Member> members;
   {
@@ -87,6 +87,7 @@ MQLONG BackOutDeadConnections(Store& store) {
     if (reason == MQRC_NONE) reason = RemoveConnectionRows(data, member.Id);
     if (reason == MQRC_NONE) reason = transaction.Commit();
     if (reason != MQRC_NONE) return reason;
+    if (found != nullptr) *found = true;
     lock.Release();
     std::error_code error;
     fs::remove(LockPath(store, member.Token), error);

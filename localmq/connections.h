@@ -28,8 +28,9 @@ class Membership {
   LockFile lock_;
 };
 
-// Backs out every connection whose process has died. Joins the transaction that is open, or makes its own.
-MQLONG BackOutDeadConnections(Store& store);
+// Backs out every connection whose process has died, and tells whether there was one. Joins the transaction that is
+// open, or makes its own.
+MQLONG BackOutDeadConnections(Store& store, bool* found = nullptr);
 
 // Returns the messages that a connection holds to their queues, with the backout count raised, within a transaction.
 MQLONG ReturnHeldMessages(Database& data, std::int64_t connection);

@@ -28,10 +28,11 @@ constexpr std::int64_t MessageKey(std::int64_t queueId, MQLONG priority, std::in
 constexpr std::int64_t QueueOfKey(std::int64_t key) { return key >> (kArrivalBits + kPriorityBits); }
 
 // queue.depth counts the committed messages, also those that a unit of work holds. queue.disorder goes up whenever a
-// message becomes available in front of others (a higher priority, a backout), so that a reader that remembers how far
-// it has come knows when to look at the front again. queue.owner is the connection of a temporary dynamic queue.
-// message.expires is in milliseconds since 1970, 0 for never. A row of `held` is a message that was got in a unit of
-// work that is still open. `connection.token` names the lock file that is held while the connection's process lives.
+// message becomes available in front of queue.lastkey, the highest key ever put (by a higher priority, or a backout),
+// so that a reader that remembers how far it has come knows when to look at the front again. queue.owner is the
+// connection of a temporary dynamic queue. message.expires is in milliseconds since 1970, 0 for never. A row of `held`
+// is a message that was got in a unit of work that is still open. `connection.token` names the lock file that is held
+// while the connection's process lives.
 inline constexpr char kSchema[] = R"(
 CREATE TABLE qmgr(
   name TEXT NOT NULL, description TEXT NOT NULL, deadq TEXT NOT NULL, defxmitq TEXT NOT NULL, commandq TEXT NOT NULL,
@@ -44,7 +45,8 @@ CREATE TABLE queue(
   inhibitput INTEGER NOT NULL, inhibitget INTEGER NOT NULL, defprty INTEGER NOT NULL, defpsist INTEGER NOT NULL,
   maxdepth INTEGER NOT NULL, maxmsgl INTEGER NOT NULL, bothresh INTEGER NOT NULL, share INTEGER NOT NULL,
   defsopt INTEGER NOT NULL, deftype INTEGER NOT NULL, usage INTEGER NOT NULL,
-  depth INTEGER NOT NULL DEFAULT 0, disorder INTEGER NOT NULL DEFAULT 0, owner INTEGER NOT NULL DEFAULT 0);
+  depth INTEGER NOT NULL DEFAULT 0, lastkey INTEGER NOT NULL DEFAULT 0,
+  disorder INTEGER NOT NULL DEFAULT 0, owner INTEGER NOT NULL DEFAULT 0);
 CREATE TABLE message(
   key INTEGER PRIMARY KEY, expires INTEGER NOT NULL, backouts INTEGER NOT NULL, persistent INTEGER NOT NULL,
   descriptor BLOB NOT NULL, data BLOB NOT NULL);
@@ -53,7 +55,7 @@ CREATE TABLE connection(
   id INTEGER PRIMARY KEY AUTOINCREMENT, token TEXT NOT NULL, process INTEGER NOT NULL, application TEXT NOT NULL);
 CREATE TABLE handle(
   connection INTEGER NOT NULL, handle INTEGER NOT NULL, queue INTEGER NOT NULL, options INTEGER NOT NULL,
-  PRIMARY KEY(connection, handle)) WITHOUT ROWID;
+  PRIMARY KEY(connection, handle, queue)) WITHOUT ROWID;
 CREATE INDEX handle_queue ON handle(queue);
 CREATE TABLE counter(arrival INTEGER NOT NULL);
 INSERT INTO counter VALUES(1);
