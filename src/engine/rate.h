@@ -8,6 +8,14 @@
 
 struct Parameters;
 
+// Where the pace takes its time from; tests put their own in its place.
+struct PaceClock {
+  std::uint32_t (*Ticks)();            // milliseconds, wrapping
+  std::int64_t (*Seconds)();           // since 1970
+  void (*Sleep)(std::int64_t millis);  // milliseconds
+};
+extern const PaceClock kSystemClock;
+
 struct RateState {
   int RateGuess = 1000;               // messages allowed in the current one-second period
   int RateDepth = 0;                  // adaptive: the target's depth at the start of the period
@@ -16,6 +24,7 @@ struct RateState {
   int RatePeriodCount = 0;            // messages processed in the current period
   bool RateClamp = false;             // adaptive: limit the next adjustment to 5 %
   MQHOBJ RateHobj = MQHO_UNUSABLE_HOBJ;
+  const PaceClock* Clock = &kSystemClock;  // of the status lines too
 };
 
 struct StatusState {

@@ -2,9 +2,9 @@
 
 // Deciding which messages go to the target, and the two wildcard matchers that other rooms use too.
 
-#include <cstdint>
 #include <string_view>
 
+#include "engine/put_time.h"
 #include "mq/mqi.h"
 
 struct Parameters;
@@ -23,11 +23,7 @@ bool SelectMessage(Parameters& run);
 void NormaliseRange(Parameters& run);
 
 // '*' matches any run, '?' one character. Case counts in the first; the second compares in upper case, and answers no
-// for a '*' that is not the mask's last character once the text is used up.
+// for a '*' that is not the mask's last character once the text is used up. The time grows with the product of the
+// lengths at most, however many stars a mask has.
 bool WildcardMatch(std::string_view text, std::string_view mask);
 bool WildcardMatchNoCase(std::string_view text, std::string_view mask);
-
-// An MQMD PutDate (8 characters) and PutTime (8 characters, hundredths ignored) as seconds since 1970; -1 when an
-// argument is missing (null). A text that is no date gives a value not above 0.
-std::int64_t PutTimeUtc(const char* putDate, const char* putTime);
-std::int64_t PutTimeLocal(const char* putDate, const char* putTime);

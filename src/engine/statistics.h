@@ -3,6 +3,7 @@
 // Statistics of the messages of a summary run, collected per message and shown by display/summary.h.
 
 #include <cstdint>
+#include <optional>
 
 #include "mq/mqi.h"
 
@@ -23,6 +24,8 @@ struct SummaryState {
   MQBYTE24 SmallestMsgId{}, SmallestCorrelId{};
   std::int32_t SizeCounts[kSizeBuckets]{};
   std::int32_t AgeCounts[kAgeBuckets]{};
+  char LastPutDate[8]{};                   // the date part read last
+  std::optional<std::int64_t> LastPutDay;  // its midnight in seconds since 1970; none when it is no date
 };
 
 // A bucket: its label and the bound that a value must stay below; the last bucket of a table has no bound (0).
