@@ -20,7 +20,7 @@ class Text {
   // Returns false when the text was cut to N characters.
   bool Assign(std::string_view text) {
     const std::size_t n = std::min(text.size(), N);
-    std::memmove(chars_, text.data(), n);
+    if (n > 0) std::memmove(chars_, text.data(), n);
     chars_[n] = '\0';
     return n == text.size();
   }
@@ -47,7 +47,7 @@ inline std::string_view NameInField(const char* field, std::size_t width) {
 // Copies as much of `text` as fits into a fixed-width field and fills the rest with `pad`.
 inline void FillField(char* field, std::size_t width, std::string_view text, char pad = ' ') {
   const std::size_t n = std::min(text.size(), width);
-  std::memcpy(field, text.data(), n);
+  if (n > 0) std::memcpy(field, text.data(), n);  // an empty text may have no address
   std::memset(field + n, pad, width - n);
 }
 

@@ -28,6 +28,9 @@ int ExitStatus(std::int32_t code);
 // library returns to its caller (and is shown on standard output where the library tells what it was).
 void PrepareProcess();
 
+// Sets an environment variable of this process; null removes it. Only while there is one thread.
+void SetEnvironment(const char* name, const char* value);
+
 // The text of an operating-system error number, without a line end.
 std::string SystemErrorText(int error);
 

@@ -60,6 +60,14 @@ void PrepareProcess() {
   }
 }
 
+void SetEnvironment(const char* name, const char* value) {
+  if (value != nullptr) {
+    setenv(name, value, 1);
+  } else {
+    unsetenv(name);
+  }
+}
+
 std::string SystemErrorText(int error) { return std::generic_category().message(error); }
 
 std::uint32_t TickCount() {

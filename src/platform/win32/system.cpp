@@ -60,6 +60,10 @@ void ShowInvalidParameter(const wchar_t* expression, const wchar_t*, const wchar
 
 void PrepareProcess() { _set_invalid_parameter_handler(ShowInvalidParameter); }
 
+void SetEnvironment(const char* name, const char* value) {
+  _putenv_s(name, value != nullptr ? value : "");  // an empty value removes the variable
+}
+
 std::string SystemErrorText(int error) {
   char text[501];
   DWORD size = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,

@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "platform/child_process.h"
+#include "platform/dynamic_library.h"
+#include "platform/files.h"
+#include "platform/system.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A folder of this test, gone with it.
+class PlatformFiles : public testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = fs::temp_directory_path() / ("tarvo_platform_" + std::to_string(TickCount()));
+    fs::create_directory(folder_);
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+  std::string Path(const char* name) const { return (folder_ / name).string(); }
+  static void Write(const std::string& path, const char* text) { std::ofstream(path) << text; }
+  static std::string Content(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+ private:
+  fs::path folder_;
+};
+
+TEST_F(PlatformFiles, RenameNeverReplaces) {
+  Write(Path("a"), "first");
+  Write(Path("b"), "second");
+  EXPECT_EQ(RenameNoReplace(Path("a"), Path("b")), EEXIST);
+  EXPECT_EQ(Content(Path("b")), "second");
+  EXPECT_EQ(RenameNoReplace(Path("a"), Path("c")), 0);
+  EXPECT_EQ(Content(Path("c")), "first");
+  EXPECT_EQ(RenameNoReplace(Path("a"), Path("d")), ENOENT);
+}
+
+TEST_F(PlatformFiles, TemporaryFileIsNeverOpenedThroughALink) {
+  Write(Path("victim"), "precious");
+  std::error_code error;
+  fs::create_symlink(Path("victim"), Path("soft"), error);
+  if (!error) {
+    EXPECT_EQ(OpenTemporaryForWrite(Path("soft")), nullptr);
+  }
+  fs::create_hard_link(Path("victim"), Path("hard"));
+  EXPECT_EQ(OpenTemporaryForWrite(Path("hard")), nullptr);
+  EXPECT_EQ(Content(Path("victim")), "precious");
+
+  Write(Path("own"), "old content");
+  std::FILE* file = OpenTemporaryForWrite(Path("own"));
+  ASSERT_NE(file, nullptr);
+  std::fputs("new\n", file);
+  std::fclose(file);
+  EXPECT_EQ(Content(Path("own")), "new\n");
+}
+
+TEST_F(PlatformFiles, PositionsAndSizesGoBeyond32Bits) {
+  std::FILE* file = std::fopen(Path("big").c_str(), "wb+");
+  ASSERT_NE(file, nullptr);
+  constexpr std::int64_t kFar = std::int64_t{5} << 30;
+  EXPECT_EQ(SeekFile(file, kFar), 0);
+  EXPECT_EQ(FilePosition(file), kFar);
+  std::fputc('x', file);
+  std::fflush(file);
+  EXPECT_EQ(FileSize(file), kFar + 1);
+  EXPECT_EQ(SyncToDisk(file), 0);
+  std::fclose(file);
+}
+
+TEST(DynamicLibraryTest, TellsWhyALibraryCannotBeLoaded) {
+  DynamicLibrary library;
+  std::string text;
+  EXPECT_NE(library.Load("tarvo-there-is-no-such-library", text), 0);
+  EXPECT_FALSE(text.empty());
+  EXPECT_EQ(library.Entry("MQCONN"), nullptr);
+}
+
+TEST(ChildProcessTest, BothOutputsComeBackAndTheInputIsEmpty) {
+  const bool windows = Platform() == PlatformKind::Windows;
+  const std::string program = windows ? "c:\\windows\\system32\\cmd.exe" : "/bin/sh";
+  const std::string line = windows ? "cmd /c \"echo out& echo err 1>&2\"" : "sh -c \"cat; echo out; echo err >&2\"";
+  ChildProcess child;
+  ASSERT_EQ(child.Start(program, line).step, ChildProcess::Step::None);
+  std::string output;
+  char block[64];
+  while (const std::size_t n = child.Read(block, sizeof block)) output.append(block, n);
+  EXPECT_NE(output.find("out"), std::string::npos) << output;
+  EXPECT_NE(output.find("err"), std::string::npos) << output;
+
+  ChildProcess none;
+  const ChildProcess::Failure failure = none.Start("/no/such/program", "program");
+  EXPECT_EQ(failure.step, ChildProcess::Step::Create);
+  EXPECT_NE(failure.error, 0);
+  EXPECT_FALSE(failure.text.empty());
+}
+
+TEST(SystemTest, ExitStatusIsNeverZeroForAFailure) {
+  EXPECT_EQ(ExitStatus(0), 0);
+  if (Platform() == PlatformKind::Windows) {
+    EXPECT_EQ(ExitStatus(2046), 2046);
+    return;
+  }
+  EXPECT_EQ(ExitStatus(2046), 2046 & 0xFF);
+  EXPECT_EQ(ExitStatus(2048), 255);
+  EXPECT_EQ(ExitStatus(-256), 255);
+}
+
+}  // namespace
