@@ -180,7 +180,9 @@ std::int64_t WaitLeft(const Parameters& run) {
 }
 
 std::int64_t FileAgeLeft(const Parameters& run) {
-  if (run.LimitAge == 0 || !run.Writer.Out.is_open()) return kNoLimit;
+  if (run.LimitAge == 0) return kNoLimit;
+  // A file that the next message opens reaches its age no sooner.
+  if (!run.Writer.Out.is_open()) return run.LimitAge;
   return run.Naming.OpenTime + run.LimitAge - std::time(nullptr);
 }
 

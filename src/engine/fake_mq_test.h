@@ -1,0 +1,284 @@
+#pragma once
+
+// A queue manager for the tests of this room: queues in memory by object handle, units of work by connection, a record
+// of every call, and a script that lets the next calls of a kind fail. One exists at a time.
+
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "cmdline/parameters.h"
+
+struct FakeMessage {
+  MQMD Descriptor;
+  std::string Data;
+};
+
+class FakeMq {
+ public:
+  struct Answer {
+    MQLONG CompCode;
+    MQLONG Reason;
+  };
+
+  FakeMq() { self_ = this; }
+  ~FakeMq() { Join(); }
+  FakeMq(const FakeMq&) = delete;
+  FakeMq& operator=(const FakeMq&) = delete;
+
+  // What the next calls of a kind answer instead of doing anything; {MQCC_OK, 0} lets one through.
+  std::map<std::string, std::deque<Answer>> Script;
+  std::map<MQHOBJ, std::deque<FakeMessage>> Queues;
+  std::vector<std::string> Calls;  // "MQCMIT 2": the call and its connection
+  std::vector<MQGMO> GetOptions;
+  std::vector<MQMD> GetDescriptors;
+  std::vector<MQLONG> GetRooms;
+  std::vector<MQPMO> PutOptions;
+  std::vector<MQMD> PutDescriptors;
+  std::vector<Answer> ListResponses;  // given to the response records of a put to a distribution list
+
+  void Add(MQHOBJ queue, const std::string& data, const MQMD& descriptor = {}) {
+    Queues[queue].push_back({descriptor, data});
+  }
+  // The data of a queue's messages, joined by blanks.
+  std::string Content(MQHOBJ queue) {
+    std::string all;
+    for (const FakeMessage& message : Queues[queue]) all += (all.empty() ? "" : " ") + message.Data;
+    return all;
+  }
+  int Count(const std::string& call) const {
+    int n = 0;
+    for (const std::string& made : Calls) n += made.rfind(call, 0) == 0 ? 1 : 0;
+    return n;
+  }
+  void FillTable(MqApiTable& api) {
+    api.MQGET = Get;
+    api.MQPUT = Put;
+    api.MQCMIT = Commit;
+    api.MQBACK = Back;
+    api.MQOPEN = Open;
+    api.MQCB = Callback;
+    api.MQCTL = Control;
+  }
+
+ private:
+  struct Unit {
+    std::vector<std::pair<MQHOBJ, FakeMessage>> Got, Put;
+  };
+  struct Consumer {
+    MQCBD Callback;
+    MQLONG Options;
+    bool ToldEmpty = false;
+  };
+
+  // Records the call. False when the script has answered it.
+  static bool Begin(const char* call, MQHCONN conn, MQLONG* compCode, MQLONG* reason) {
+    self_->Calls.push_back(std::string(call) + " " + std::to_string(conn));
+    *compCode = MQCC_OK;
+    *reason = 0;
+    std::deque<Answer>& answers = self_->Script[call];
+    if (answers.empty()) return true;
+    *compCode = answers.front().CompCode;
+    *reason = answers.front().Reason;
+    answers.pop_front();
+    return *compCode == MQCC_OK;
+  }
+
+  static void Get(MQHCONN conn, MQHOBJ hobj, MQMD* descriptor, MQGMO* options, MQLONG room, void* buffer,
+                  MQLONG* length, MQLONG* compCode, MQLONG* reason) {
+    self_->GetOptions.push_back(*options);
+    self_->GetDescriptors.push_back(*descriptor);
+    self_->GetRooms.push_back(room);
+    const bool normal = Begin("MQGET", conn, compCode, reason);
+    if (!normal && *compCode == MQCC_FAILED) return;
+    std::deque<FakeMessage>& messages = self_->Queues[hobj];
+    std::size_t& cursor = self_->cursors_[hobj];  // messages up to and including the browsed one
+    const bool underCursor = (options->Options & MQGMO_MSG_UNDER_CURSOR) != 0;
+    const bool first = (options->Options & MQGMO_BROWSE_FIRST) != 0;
+    const bool browse = first || (options->Options & MQGMO_BROWSE_NEXT) != 0;
+    const std::size_t at = underCursor ? cursor - 1 : browse && !first ? cursor : 0;
+    if (at >= messages.size()) {
+      *compCode = MQCC_FAILED;
+      *reason = underCursor ? MQRC_NO_MSG_UNDER_CURSOR : MQRC_NO_MSG_AVAILABLE;
+      return;
+    }
+    const FakeMessage message = messages[at];
+    *length = static_cast<MQLONG>(message.Data.size());
+    const bool accept = (options->Options & MQGMO_ACCEPT_TRUNCATED_MSG) != 0;
+    if (*length > room && !accept) {
+      *compCode = MQCC_WARNING;
+      *reason = MQRC_TRUNCATED_MSG_FAILED;
+      return;
+    }
+    if (*length > room) {
+      *compCode = MQCC_WARNING;
+      *reason = MQRC_TRUNCATED_MSG_ACCEPTED;
+    }
+    *descriptor = message.Descriptor;
+    std::memcpy(buffer, message.Data.data(), static_cast<std::size_t>(std::min(*length, room)));
+    if (browse) {
+      cursor = at + 1;
+      return;
+    }
+    messages.erase(messages.begin() + static_cast<std::ptrdiff_t>(at));
+    if (underCursor) --cursor;
+    if ((options->Options & MQGMO_SYNCPOINT) != 0) self_->units_[conn].Got.emplace_back(hobj, message);
+  }
+
+  static void Put(MQHCONN conn, MQHOBJ hobj, MQMD* descriptor, MQPMO* options, MQLONG length, const void* data,
+                  MQLONG* compCode, MQLONG* reason) {
+    self_->PutOptions.push_back(*options);
+    self_->PutDescriptors.push_back(*descriptor);
+    auto* records = static_cast<MQRR*>(options->ResponseRecPtr);
+    for (std::size_t i = 0; records != nullptr && i < self_->ListResponses.size(); ++i) {
+      records[i] = {self_->ListResponses[i].CompCode, self_->ListResponses[i].Reason};
+    }
+    if (!Begin("MQPUT", conn, compCode, reason)) return;
+    FakeMessage message{*descriptor, std::string(static_cast<const char*>(data), static_cast<std::size_t>(length))};
+    if ((options->Options & MQPMO_SYNCPOINT) != 0) {
+      self_->units_[conn].Put.emplace_back(hobj, message);
+    } else {
+      self_->Queues[hobj].push_back(message);
+    }
+  }
+
+  static void Commit(MQHCONN conn, MQLONG* compCode, MQLONG* reason) {
+    if (!Begin("MQCMIT", conn, compCode, reason)) return;
+    for (const auto& [hobj, message] : self_->units_[conn].Put) self_->Queues[hobj].push_back(message);
+    self_->units_[conn] = {};
+  }
+  static void Back(MQHCONN conn, MQLONG* compCode, MQLONG* reason) {
+    if (!Begin("MQBACK", conn, compCode, reason)) return;
+    auto& got = self_->units_[conn].Got;
+    for (auto i = got.rbegin(); i != got.rend(); ++i) {
+      ++i->second.Descriptor.BackoutCount;
+      self_->Queues[i->first].push_front(i->second);
+    }
+    self_->units_[conn] = {};
+  }
+  static void Open(MQHCONN conn, MQOD*, MQLONG, MQHOBJ* hobj, MQLONG* compCode, MQLONG* reason) {
+    if (Begin("MQOPEN", conn, compCode, reason)) *hobj = kOpenedHobj;
+  }
+
+  static void Callback(MQHCONN conn, MQLONG operation, MQCBD* callback, MQHOBJ hobj, MQMD*, MQGMO* options,
+                       MQLONG* compCode, MQLONG* reason) {
+    if (!Begin(operation == MQOP_REGISTER ? "MQCB(REGISTER)" : "MQCB(DEREGISTER)", conn, compCode, reason)) return;
+    if (operation == MQOP_REGISTER) {
+      self_->consumers_[hobj] = {*callback, options->Options, false};
+    } else {
+      self_->consumers_.erase(hobj);
+    }
+  }
+  static void Control(MQHCONN conn, MQLONG operation, MQCTLO* options, MQLONG* compCode, MQLONG* reason) {
+    if (!Begin(operation == MQOP_STOP ? "MQCTL(STOP)" : "MQCTL(START)", conn, compCode, reason)) return;
+    if (operation == MQOP_STOP) {
+      self_->stopping_ = true;
+      self_->Join();
+      return;
+    }
+    self_->stopping_ = false;
+    void* area = options->ConnectionArea;
+    if (operation == MQOP_START) {
+      self_->thread_ = std::make_unique<std::thread>([conn, area] {
+        delivering_ = true;
+        self_->Deliver(conn, area);
+      });
+      return;
+    }
+    self_->Deliver(conn, area);
+    if (!self_->stopping_) *compCode = MQCC_FAILED, *reason = MQRC_NO_CALLBACKS_ACTIVE;
+  }
+
+  // Calls the consumers, one message or event a queue in turn, until consumption is stopped or none is registered.
+  void Deliver(MQHCONN conn, void* area) {
+    while (!stopping_ && !consumers_.empty()) {
+      const auto consumers = consumers_;
+      for (const auto& [hobj, consumer] : consumers) {
+        if (!stopping_) DeliverOne(conn, hobj, area);
+      }
+      std::this_thread::yield();
+    }
+  }
+  void DeliverOne(MQHCONN conn, MQHOBJ hobj, void* area) {
+    Consumer& consumer = consumers_[hobj];
+    std::deque<FakeMessage>& messages = Queues[hobj];
+    MQCBC context;
+    context.CallbackArea = consumer.Callback.CallbackArea;
+    context.ConnectionArea = area;
+    context.Hobj = hobj;
+    const auto call = reinterpret_cast<MqConsumerFunction*>(consumer.Callback.CallbackFunction);
+    const bool browse = (consumer.Options & MQGMO_BROWSE_NEXT) != 0;
+    std::size_t& cursor = cursors_[hobj];
+    const std::size_t at = browse ? cursor : 0;
+    if (at < messages.size()) {
+      consumer.ToldEmpty = false;
+      FakeMessage message = messages[at];
+      if (browse) {
+        ++cursor;
+      } else {
+        messages.pop_front();
+        units_[conn].Got.emplace_back(hobj, message);
+      }
+      context.CallType = browse ? MQCBCT_MSG_NOT_REMOVED : MQCBCT_MSG_REMOVED;
+      context.DataLength = context.BufferLength = static_cast<MQLONG>(message.Data.size());
+      call(conn, &message.Descriptor, nullptr, message.Data.data(), &context);
+    } else if (!consumer.ToldEmpty) {
+      consumer.ToldEmpty = true;
+      context.CallType = MQCBCT_EVENT_CALL;
+      context.CompCode = MQCC_WARNING;
+      context.Reason = MQRC_NO_MSG_AVAILABLE;
+      call(conn, nullptr, nullptr, nullptr, &context);
+    }
+  }
+  void Join() {
+    if (delivering_ || thread_ == nullptr) return;
+    thread_->join();
+    thread_.reset();
+  }
+
+  static constexpr MQHOBJ kOpenedHobj = 900;  // what MQOPEN gives out
+  static inline FakeMq* self_ = nullptr;
+  static inline thread_local bool delivering_ = false;  // the consumers' own thread
+  std::map<MQHOBJ, std::size_t> cursors_;
+  std::map<MQHCONN, Unit> units_;
+  std::map<MQHOBJ, Consumer> consumers_;
+  std::atomic<bool> stopping_{false};
+  std::unique_ptr<std::thread> thread_;
+};
+
+inline constexpr MQHOBJ kSource = 10;
+inline constexpr MQHOBJ kTarget = 20;
+inline constexpr MQHOBJ kOpened = 900;
+
+// A run that moves the queue kSource of connection 1 to the queue kTarget.
+struct FakeRun {
+  FakeMq mq;
+  std::unique_ptr<Parameters> Owner = std::make_unique<Parameters>();
+  Parameters& run = *Owner;
+  QueueElement queue;
+
+  FakeRun() {
+    for (int i = 0; i < 2; ++i) {
+      mq.FillTable(run.QMgrs[i].Api);
+      run.QMgrs[i].Hconn = i + 1;
+      run.QMgrs[i].QMgrName.Assign(i == 0 ? "QM1" : "QM2");
+    }
+    run.Flags |= FLAG_GET;
+    run.OutputHobj = kTarget;
+    run.OutputQueueName.Assign("TARGET");
+    queue.Hobj = kSource;
+    queue.QueueName.Assign("SOURCE");
+  }
+  void Set(std::uint32_t flags, std::uint32_t flags2 = 0) {
+    run.Flags |= flags;
+    run.Flags2 |= flags2;
+  }
+  void UseTwoQueueManagers() { run.OutputQMgr = 1; }
+};

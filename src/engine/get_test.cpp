@@ -1,0 +1,182 @@
+#include "engine/get.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#include "engine/fake_mq_test.h"
+
+namespace {
+
+TEST(GetOptions, FollowTheModeOfTheRun) {
+  struct Case {
+    std::uint32_t Flags;
+    int TransactionLimit;
+    bool UnderCursor;
+    MQLONG Options;
+  };
+  const Case cases[] = {
+      {0, 200, false, MQGMO_BROWSE_NEXT | MQGMO_NO_SYNCPOINT},
+      {FLAG_GET | FLAG_SELECTING, 200, false, MQGMO_BROWSE_NEXT | MQGMO_NO_SYNCPOINT},
+      {FLAG_GET | FLAG_SELECTING, 200, true, MQGMO_MSG_UNDER_CURSOR | MQGMO_SYNCPOINT},
+      {FLAG_GET | FLAG_SELECTING, 0, true, MQGMO_MSG_UNDER_CURSOR | MQGMO_NO_SYNCPOINT},
+      {FLAG_GET, 200, false, MQGMO_SYNCPOINT},
+      {FLAG_GET, -1, false, MQGMO_SYNCPOINT},
+      {FLAG_GET, 0, false, MQGMO_NO_SYNCPOINT},
+  };
+  for (const Case& c : cases) {
+    const auto run = std::make_unique<Parameters>();
+    run->Flags = c.Flags;
+    run->TransactionLimit = c.TransactionLimit;
+    EXPECT_EQ(GetOptions(*run, c.UnderCursor), c.Options | MQGMO_PROPERTIES_FORCE_MQRFH2);
+    run->Flags2 = FLAG2_NO_FORCE_RFH2;
+    EXPECT_EQ(GetOptions(*run, c.UnderCursor), c.Options);
+  }
+}
+
+struct GetTest : testing::Test, FakeRun {
+  MQLONG Get(bool underCursor = false) { return GetQueueMessage(run, queue, underCursor); }
+  std::string Data() const {
+    return {reinterpret_cast<const char*>(run.Message.Data), static_cast<std::size_t>(run.Message.Delivered)};
+  }
+};
+
+TEST_F(GetTest, WaitsOnlyWhenNothingIsPending) {
+  struct Case {
+    int WaitInterval;
+    int LastMessageAgo;  // seconds
+    int UowCount;
+    int TransactionLimit;
+    MQLONG Wait;  // seconds; 0: none
+  };
+  const Case cases[] = {{0, 0, 0, 200, 0},  {30, 0, 0, 200, 30}, {30, 10, 0, 200, 20},  {30, 31, 0, 200, 0},
+                        {30, 0, 5, 200, 0}, {30, 0, 5, -1, 30},  {-1, 99, 0, 200, 3600}};
+  for (const Case& c : cases) {
+    mq.Add(kSource, "x");
+    run.WaitInterval = c.WaitInterval;
+    run.Now = std::time(nullptr) - c.LastMessageAgo;
+    run.Uow.UowCount = c.UowCount;
+    run.TransactionLimit = c.TransactionLimit;
+    ASSERT_EQ(Get(), 0);
+    const MQGMO& options = mq.GetOptions.back();
+    EXPECT_EQ((options.Options & MQGMO_WAIT) != 0, c.Wait != 0);
+    EXPECT_NEAR(options.WaitInterval, c.Wait * 1000, 1000);
+  }
+}
+
+TEST_F(GetTest, ResetsTheDescriptorAndAsksForIdentifiersAndConversion) {
+  run.Message.Descriptor.Priority = 7;
+  run.Flags |= FLAG_BY_MSGID | FLAG_BY_GROUPID | FLAG_CONVERT;
+  run.SelMsgId[0] = 1;
+  run.SelGroupId[23] = 2;
+  run.ConvertCcsid = 1208;
+  run.ConvertEncoding = 273;
+  mq.Add(kSource, "x");
+  ASSERT_EQ(Get(), 0);
+  const MQMD& asked = mq.GetDescriptors[0];
+  EXPECT_EQ(asked.Version, MQMD_VERSION_2);
+  EXPECT_EQ(asked.Priority, -1);
+  EXPECT_EQ(asked.MsgId[0], 1);
+  EXPECT_EQ(asked.GroupId[23], 2);
+  EXPECT_EQ(asked.CodedCharSetId, 1208);
+  EXPECT_EQ(asked.Encoding, 273);
+  EXPECT_GE(mq.GetOptions[0].Version, MQGMO_VERSION_2);
+  EXPECT_EQ(mq.GetOptions[0].MatchOptions, MQMO_MATCH_MSG_ID | MQMO_MATCH_CORREL_ID | MQMO_MATCH_GROUP_ID);
+  EXPECT_NE(mq.GetOptions[0].Options & MQGMO_CONVERT, 0);
+}
+
+TEST_F(GetTest, GrowsTheBufferToTheLengthThatTheQueueManagerReports) {
+  const std::string large(100001, 'm');
+  mq.Add(kSource, large);
+  ASSERT_EQ(GrowMessageBuffer(run, 4), 0);
+  ASSERT_EQ(Get(), 0);
+  EXPECT_EQ(mq.GetRooms, (std::vector<MQLONG>{4096, 102400}));
+  EXPECT_EQ(Data(), large);
+}
+
+TEST_F(GetTest, PassesOnWhatArrivesWithAWarning) {
+  for (const MQLONG reason : {MQRC_NOT_CONVERTED, MQRC_FORMAT_ERROR, MQRC_CONVERTED_MSG_TOO_BIG}) {
+    ASSERT_EQ(GrowMessageBuffer(run, 4096), 0);
+    mq.Add(kSource, "as it came");
+    mq.Script["MQGET"].push_back({MQCC_WARNING, reason});
+    run.QMgrs[0].UnitOpen = false;
+    EXPECT_EQ(Get(), 0);
+    EXPECT_EQ(Data(), "as it came");
+    EXPECT_TRUE(run.QMgrs[0].UnitOpen);
+  }
+}
+
+TEST_F(GetTest, DeliversNoDataWithDescriptorOnly) {
+  Set(0, FLAG2_DESCRIPTOR_ONLY);
+  mq.Add(kSource, "data");
+  ASSERT_EQ(Get(), 0);
+  EXPECT_EQ(mq.GetRooms[0], 0);
+  EXPECT_EQ(run.Message.Length, 4);
+  EXPECT_EQ(run.Message.Delivered, 0);
+}
+
+TEST_F(GetTest, TellsWhyAGetFailed) {
+  mq.Script["MQGET"] = {{MQCC_FAILED, MQRC_GET_INHIBITED}};
+  EXPECT_EQ(Get(), MQRC_GET_INHIBITED);
+  EXPECT_EQ(run.MessageText, "MQGET(SOURCE) failed RC(2016) Get inhibited");
+  EXPECT_FALSE(run.QMgrs[0].UnitOpen);
+}
+
+TEST_F(GetTest, CommitsWhatIsPendingBeforeItWaits) {
+  run.Uow = {true, 150};
+  run.WaitInterval = 1;
+  run.Now = std::time(nullptr);
+  ASSERT_EQ(Get(), 0);
+  EXPECT_TRUE(run.Finished);
+  ASSERT_GE(mq.Calls.size(), 3U);
+  EXPECT_EQ(mq.Calls[1], "MQCMIT 1");
+  EXPECT_EQ(mq.GetOptions[0].Options & MQGMO_WAIT, 0);
+  EXPECT_NE(mq.GetOptions[1].Options & MQGMO_WAIT, 0);
+  EXPECT_EQ(mq.Count("MQCMIT"), 1);
+}
+
+TEST_F(GetTest, AFileThatReachesItsAgeIsClosedByAWaitingGetOnly) {
+  const std::string name = testing::TempDir() + "aged.tvo";
+  ASSERT_EQ(run.Writer.Out.Open(name.c_str(), "w"), 0);
+  run.Writer.MsgsInFile = 1;
+  run.LimitAge = 10;
+  run.Naming.OpenTime = std::time(nullptr) - 20;
+  run.WaitInterval = 30;
+  run.Now = std::time(nullptr);
+  Set(FLAG_SELECTING);
+  mq.Add(kSource, "one");
+  mq.Add(kSource, "two");
+  run.Writer.MsgsSinceFlush = 1;
+  ASSERT_EQ(Get(), 0);
+  ASSERT_EQ(Get(true), 0);
+  EXPECT_TRUE(run.Writer.Out.is_open());
+  run.Writer.MsgsSinceFlush = 0;
+  ASSERT_EQ(Get(), 0);
+  EXPECT_FALSE(run.Writer.Out.is_open());
+}
+
+TEST_F(GetTest, ABrowsedMessageThatHasGoneIsNoFailureOfTheRun) {
+  Set(FLAG_SELECTING);
+  EXPECT_EQ(Get(true), MQRC_NO_MSG_UNDER_CURSOR);
+  EXPECT_TRUE(run.MessageText.empty());
+  EXPECT_FALSE(run.Finished);
+}
+
+TEST_F(GetTest, AReplayStartsAgainAtTheFirstMessage) {
+  run.Flags &= ~FLAG_GET;
+  run.Rate = 10;
+  run.RateDuration = 60;
+  EXPECT_EQ(Get(), 0);
+  EXPECT_TRUE(run.Finished);
+  EXPECT_NE(run.MessageText.view().find("source queue is empty"), std::string_view::npos);
+
+  run.Finished = false;
+  mq.Add(kSource, "one");
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(Get(), 0);
+    EXPECT_EQ(Data(), "one");
+    ++run.MsgsRead;
+  }
+}
+
+}  // namespace
