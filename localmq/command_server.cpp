@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -337,8 +336,6 @@ class CommandServer {
 };
 
 bool IsSilent(Store& store) {
-  const char* variable = std::getenv("LOCALMQ_COMMAND_SERVER");
-  if (variable != nullptr && std::strcmp(variable, "off") == 0) return true;
   QueueManagerAttributes attributes;
   return store.ReadQueueManager(attributes) != MQRC_NONE || attributes.CommandServer == 0;
 }

@@ -17,8 +17,7 @@ namespace localmq {
 // request that fails gets a reply with the reason and then one with MQRCCF_COMMAND_FAILED.
 //
 // There is no reply at all to what is no request message, nor while the queue manager's command server is off (its
-// attribute CMDSERV is NO, or the environment variable LOCALMQ_COMMAND_SERVER is "off"). Must be called outside any
-// transaction of `store`.
+// attribute CMDSERV is NO). Must be called outside any transaction of `store`.
 std::vector<std::vector<std::uint8_t>> AnswerCommand(Store& store, std::span<const std::uint8_t> request,
                                                      const MQMD& md);
 

@@ -1,16 +1,12 @@
 #include "localmq/command_server.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <map>
 #include <string>
 
-#include "localmq/platform.h"
+#include "localmq/test_support.h"
 
 namespace localmq {
 namespace {
@@ -69,28 +65,12 @@ std::string Padded(std::string text, std::size_t length = 48) {
   return text;
 }
 
-class CommandServerTest : public testing::Test {
+class CommandServerTest : public QueueManagerTest {
  protected:
-  CommandServerTest() {
-    folder_ = std::filesystem::temp_directory_path() / ("command_server_test." + std::to_string(ProcessNumber()));
-    setenv("LOCALMQ_DATA", folder_.c_str(), 1);
-    QueueManagerAttributes manager;
-    manager.Name = "QM1";
-    EXPECT_EQ(CreateQueueManager(manager, false), MQRC_NONE);
-    EXPECT_EQ(Store::Open("QM1", store_), MQRC_NONE);
-    const std::pair<const char*, MQLONG> queues[] = {
-        {"APP.1", MQQT_LOCAL}, {"APP.2", MQQT_LOCAL}, {"APP.A", MQQT_ALIAS}, {"app.3", MQQT_LOCAL}};
-    for (const auto& [name, type] : queues) {
-      QueueAttributes queue;
-      queue.Name = name;
-      queue.Type = type;
-      EXPECT_EQ(store_->DefineQueue(queue, false), MQRC_NONE);
-    }
-  }
-  ~CommandServerTest() override {
-    store_.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+  void SetUp() override {
+    QueueManagerTest::SetUp();
+    for (const char* name : {"APP.1", "APP.2", "app.3"}) Define(name);
+    Define("APP.A", [](QueueAttributes& queue) { queue.Type = MQQT_ALIAS; });
   }
 
   std::vector<ParsedReply> Ask(const RequestBuilder& request, const char* format = MQFMT_ADMIN) {
@@ -101,7 +81,7 @@ class CommandServerTest : public testing::Test {
     std::vector<ParsedReply> replies;
     // A copy of the exact size, so that the address sanitizer sees a read beyond it.
     const std::vector<std::uint8_t> exact(request.Bytes);
-    for (const auto& reply : AnswerCommand(*store_, exact, md)) replies.push_back(Parse(reply));
+    for (const auto& reply : AnswerCommand(*Admin, exact, md)) replies.push_back(Parse(reply));
     for (std::size_t i = 0; i < replies.size(); ++i) {
       EXPECT_EQ(replies[i].Header.Control, i + 1 == replies.size() ? MQCFC_LAST : MQCFC_NOT_LAST);
       EXPECT_EQ(replies[i].Header.MsgSeqNumber, static_cast<MQLONG>(i) + 1);
@@ -115,9 +95,6 @@ class CommandServerTest : public testing::Test {
     EXPECT_EQ(replies[0].Header.CompCode, MQCC_FAILED);
     EXPECT_EQ(replies[1].Header.Reason, MQRCCF_COMMAND_FAILED);
   }
-
-  std::filesystem::path folder_;
-  std::unique_ptr<Store> store_;
 };
 
 TEST_F(CommandServerTest, InquiresQueues) {
@@ -210,14 +187,11 @@ TEST_F(CommandServerTest, RefusesWrongRequests) {
 
 TEST_F(CommandServerTest, IsSilentWhenItIsOff) {
   const RequestBuilder request = RequestBuilder{}.Header(MQCMD_INQUIRE_Q, 1).Text(MQCA_Q_NAME, "APP.1");
-  setenv("LOCALMQ_COMMAND_SERVER", "off", 1);
-  EXPECT_TRUE(Ask(request).empty());
-  unsetenv("LOCALMQ_COMMAND_SERVER");
   EXPECT_EQ(Ask(request).size(), 1U);
   QueueManagerAttributes manager;
-  ASSERT_EQ(store_->ReadQueueManager(manager), MQRC_NONE);
+  ASSERT_EQ(Admin->ReadQueueManager(manager), MQRC_NONE);
   manager.CommandServer = 0;
-  ASSERT_EQ(store_->AlterQueueManager(manager), MQRC_NONE);
+  ASSERT_EQ(Admin->AlterQueueManager(manager), MQRC_NONE);
   EXPECT_TRUE(Ask(request).empty());
 }
 

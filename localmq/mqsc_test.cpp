@@ -1,36 +1,23 @@
 #include "localmq/mqsc.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <sstream>
 
-#include "localmq/platform.h"
+#include "localmq/test_support.h"
 
 namespace localmq {
 namespace {
 
-class Mqsc : public testing::Test {
+class Mqsc : public QueueManagerTest {
  protected:
-  Mqsc() {
-    folder_ = std::filesystem::temp_directory_path() / ("mqsc_test." + std::to_string(ProcessNumber()));
-    setenv("LOCALMQ_DATA", folder_.c_str(), 1);
-    QueueManagerAttributes attributes;
-    attributes.Name = "QM1";
-    EXPECT_EQ(CreateQueueManager(attributes, false), MQRC_NONE);
-    EXPECT_EQ(Store::Open("QM1", store_), MQRC_NONE);
-  }
-  ~Mqsc() override {
-    store_.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
+  void SetUp() override {
+    QueueManagerTest::SetUp();
+    for (const char* name : {"Q1", "Q2"}) ASSERT_EQ(Admin->DeleteQueue(name, false), MQRC_NONE);
   }
 
   std::string Run(const std::string& commands, bool echo = false) {
     std::istringstream input(commands);
     std::ostringstream output;
-    totals_ = RunMqsc(*store_, input, output, echo);
+    totals_ = RunMqsc(*Admin, input, output, echo);
     return output.str();
   }
   // Runs commands that must all succeed.
@@ -41,16 +28,14 @@ class Mqsc : public testing::Test {
   }
   QueueAttributes Find(const std::string& name) {
     Queue queue;
-    EXPECT_EQ(store_->FindQueue(name, queue), MQRC_NONE) << name;
+    EXPECT_EQ(Admin->FindQueue(name, queue), MQRC_NONE) << name;
     return queue.Attributes;
   }
   bool Exists(const std::string& name) {
     Queue queue;
-    return store_->FindQueue(name, queue) == MQRC_NONE;
+    return Admin->FindQueue(name, queue) == MQRC_NONE;
   }
 
-  std::filesystem::path folder_;
-  std::unique_ptr<Store> store_;
   MqscTotals totals_;
 };
 
@@ -194,7 +179,7 @@ TEST_F(Mqsc, DisplaysQueues) {
 TEST_F(Mqsc, AltersAndDisplaysTheQueueManager) {
   RunWell("ALTER QMGR CCSID(819) DEADQ('Dead.Q') CMDSERV(NO) USER('ann') PASSWORD('secret')");
   QueueManagerAttributes attributes;
-  ASSERT_EQ(store_->ReadQueueManager(attributes), MQRC_NONE);
+  ASSERT_EQ(Admin->ReadQueueManager(attributes), MQRC_NONE);
   EXPECT_EQ(attributes.CodedCharSetId, 819);
   EXPECT_EQ(attributes.CommandServer, 0);
   EXPECT_EQ(attributes.Password, "secret");
