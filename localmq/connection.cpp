@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "localmq/consumers.h"
 #include "localmq/schema.h"
 
 namespace localmq {
@@ -21,6 +22,9 @@ Registry& TheRegistry() {
 }
 
 }  // namespace
+
+Connection::Connection() : Consuming(std::make_unique<Consumers>(*this)) {}
+Connection::~Connection() = default;
 
 void UnitOfWork::ForgetQueue(std::int64_t queueId) {
   std::erase_if(Puts, [queueId](const PendingPut& put) { return put.QueueId == queueId; });

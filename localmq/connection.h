@@ -58,6 +58,7 @@ struct OpenObject {
   Queue Named;                            // the object that was named in the open
   std::vector<Destination> Destinations;  // one, or those of a distribution list
   bool OwnsQueue{false};                  // it made the temporary dynamic queue that it has open
+  std::int64_t GetAllowedVersion{-1};     // the database's version in which gets were found to be allowed
   std::int64_t Cursor{0};                 // key under the browse cursor, 0 when there is none
   std::unique_ptr<QueueReader> Reader;
   SavedContext Context;
@@ -103,7 +104,12 @@ class UnitOfWork {
   std::unordered_map<std::int64_t, std::size_t> counts_;
 };
 
+class Consumers;
+
 struct Connection {
+  Connection();
+  ~Connection();
+
   MQHCONN Handle{MQHC_UNUSABLE_HCONN};
   std::recursive_mutex Mutex;
   bool Closed{false};
@@ -117,6 +123,7 @@ struct Connection {
   Membership Member;
   UnitOfWork Unit;
   std::map<MQHOBJ, std::unique_ptr<OpenObject>> Objects;
+  const std::unique_ptr<Consumers> Consuming;
   MQHOBJ LastHandle{1};
   unsigned DynamicQueues{0};  // made so far, for their names
 

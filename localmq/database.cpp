@@ -1,5 +1,6 @@
 #include "localmq/database.h"
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -7,6 +8,10 @@ namespace localmq {
 namespace {
 
 constexpr int kBusyLimit = 60000;  // attempts, a millisecond apart
+constexpr std::chrono::milliseconds kRecent{2};
+
+// How many transactions this process has committed, on whatever database.
+std::atomic<std::uint64_t> changesOfProcess{0};
 
 // Called when another process has the write lock. Writers hold it for a commit's length only, so short sleeps get
 // through sooner than the growing ones that SQLite would use.
@@ -114,8 +119,17 @@ MQLONG Database::Execute(const char* sql) {
 }
 
 std::int64_t Database::DataVersion() {
+  versionChanges_ = changesOfProcess.load();
+  versionTime_ = std::chrono::steady_clock::now();
   Statement statement(*this, "PRAGMA data_version");
-  return statement.Step() ? statement.Int64(0) : -1;
+  version_ = statement.Step() ? statement.Int64(0) : -1;
+  return version_;
+}
+
+std::int64_t Database::RecentDataVersion() {
+  const bool recent = versionChanges_ == changesOfProcess.load() &&
+                      std::chrono::steady_clock::now() - versionTime_ < kRecent && version_ >= 0;
+  return recent ? version_ : DataVersion();
 }
 
 std::string Database::LastError() const { return handle_ == nullptr ? std::string() : sqlite3_errmsg(handle_); }
@@ -163,7 +177,10 @@ MQLONG Transaction::Commit() {
   if (!open_) return reason_;
   Statement commit(database_, "COMMIT");
   const MQLONG reason = commit.Run();
-  if (reason == MQRC_NONE) open_ = false;
+  if (reason == MQRC_NONE) {
+    open_ = false;
+    ++changesOfProcess;
+  }
   return reason;
 }
 

@@ -169,9 +169,7 @@ void MakeIdentifier(Connection& connection, MQBYTE24& identifier) {
 }
 
 MQMD CompleteDescriptor(Connection& connection, const MQMD& given, MQLONG options, const MQMD* passed) {
-  MQMD descriptor;
-  std::memcpy(static_cast<void*>(&descriptor), &given,
-              given.Version == MQMD_VERSION_1 ? std::size_t{MQMD_LENGTH_1} : sizeof descriptor);
+  MQMD descriptor = CopyDescriptor(given);
   descriptor.Version = MQMD_VERSION_2;
   descriptor.BackoutCount = 0;
   descriptor.Priority = std::min(descriptor.Priority, kMaxPriority);
@@ -183,6 +181,13 @@ MQMD CompleteDescriptor(Connection& connection, const MQMD& given, MQLONG option
     SetField(descriptor.ReplyToQMgr, sizeof descriptor.ReplyToQMgr, connection.QueueManager->Name());
   SetContext(connection, given, options, passed, descriptor);
   SetGroupFields(connection, descriptor);
+  return descriptor;
+}
+
+MQMD CopyDescriptor(const MQMD& given) {
+  MQMD descriptor;
+  std::memcpy(static_cast<void*>(&descriptor), &given,
+              given.Version == MQMD_VERSION_1 ? std::size_t{MQMD_LENGTH_1} : sizeof descriptor);
   return descriptor;
 }
 

@@ -16,6 +16,9 @@ MQMD CompleteDescriptor(Connection& connection, const MQMD& given, MQLONG option
 // Stores an identifier that no other message has.
 void MakeIdentifier(Connection& connection, MQBYTE24& identifier);
 
+// As much of a descriptor as its version has; the rest is as by default.
+MQMD CopyDescriptor(const MQMD& given);
+
 // Gives a descriptor back to the application, as far as the version that it passed goes.
 void ReturnDescriptor(const MQMD& descriptor, MQMD* application);
 

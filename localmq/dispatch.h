@@ -36,6 +36,10 @@ struct Admission {
 };
 Admission Admit(MQHCONN handle);
 
+// MQCTL and MQDISC, which find their own way to the connection: a consumer may be running on it.
+Outcome ControlConsumers(MQHCONN handle, MQLONG operation, const MQCTLO* options);
+Outcome EndConnection(MQHCONN* handle);
+
 // Runs a call on a connection: `call` takes it and returns an Outcome.
 template <typename Call>
 void RunOn(MQHCONN handle, MQLONG* compCode, MQLONG* reason, Call call) {

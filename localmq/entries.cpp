@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "localmq/consumers.h"
 #include "localmq/dispatch.h"
 #include "mq/mqi_calls.h"
 
@@ -31,12 +32,7 @@ LOCALMQ_EXPORT void MQCONNX(const MQCHAR* qmgr, MQCNO* options, MQHCONN* hconn, 
 }
 
 LOCALMQ_EXPORT void MQDISC(MQHCONN* hconn, MQLONG* compCode, MQLONG* reason) {
-  if (hconn == nullptr) return Finish(Failed(MQRC_HCONN_ERROR), compCode, reason);
-  RunOn(*hconn, compCode, reason, [&](Connection& connection) {
-    const Outcome outcome = Disconnect(connection);
-    if (outcome.Ok()) *hconn = MQHC_UNUSABLE_HCONN;
-    return outcome;
-  });
+  Run(compCode, reason, [&] { return EndConnection(hconn); });
 }
 
 LOCALMQ_EXPORT void MQOPEN(MQHCONN hconn, MQOD* od, MQLONG options, MQHOBJ* hobj, MQLONG* compCode, MQLONG* reason) {
@@ -109,11 +105,15 @@ LOCALMQ_EXPORT void MQBACK(MQHCONN hconn, MQLONG* compCode, MQLONG* reason) {
   RunOn(hconn, compCode, reason, [](Connection& connection) { return BackOut(connection); });
 }
 
-LOCALMQ_EXPORT void MQCB(MQHCONN, MQLONG, MQCBD*, MQHOBJ, MQMD*, MQGMO*, MQLONG* compCode, MQLONG* reason) {
-  Refuse(compCode, reason);
+LOCALMQ_EXPORT void MQCB(MQHCONN hconn, MQLONG operation, MQCBD* cbd, MQHOBJ hobj, MQMD* md, MQGMO* gmo,
+                         MQLONG* compCode, MQLONG* reason) {
+  RunOn(hconn, compCode, reason,
+        [&](Connection& connection) { return connection.Consuming->Callback(operation, cbd, hobj, md, gmo); });
 }
 
-LOCALMQ_EXPORT void MQCTL(MQHCONN, MQLONG, MQCTLO*, MQLONG* compCode, MQLONG* reason) { Refuse(compCode, reason); }
+LOCALMQ_EXPORT void MQCTL(MQHCONN hconn, MQLONG operation, MQCTLO* options, MQLONG* compCode, MQLONG* reason) {
+  Run(compCode, reason, [&] { return ControlConsumers(hconn, operation, options); });
+}
 
 LOCALMQ_EXPORT void MQSTAT(MQHCONN, MQLONG, void*, MQLONG* compCode, MQLONG* reason) { Refuse(compCode, reason); }
 

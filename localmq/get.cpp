@@ -54,15 +54,19 @@ Match MatchOf(const MQMD& descriptor, const MQGMO& options) {
 }
 
 // Gets may be inhibited on the queue that was named or on the one behind an alias.
-MQLONG CheckInhibited(Connection& connection, const OpenObject& object) {
+MQLONG CheckInhibited(Connection& connection, OpenObject& object) {
+  const std::int64_t version = connection.Data().RecentDataVersion();
+  if (version == object.GetAllowedVersion) return MQRC_NONE;
   Statement statement(connection.Data(), "SELECT max(inhibitget), count(*) FROM queue WHERE id IN (?, ?)");
   if (!statement.Bind(1, object.Named.Id).Bind(2, object.Target().Id).Step()) return statement.Reason();
   if (statement.Int64(1) < (object.Named.Id == object.Target().Id ? 1 : 2)) return MQRC_Q_DELETED;
-  return statement.Int64(0) == MQQA_GET_INHIBITED ? MQRC_GET_INHIBITED : MQRC_NONE;
+  if (statement.Int64(0) == MQQA_GET_INHIBITED) return MQRC_GET_INHIBITED;
+  object.GetAllowedVersion = version;
+  return MQRC_NONE;
 }
 
 // The message that a get is about, null when there is none.
-MQLONG Locate(Connection& connection, OpenObject& object, const MQMD& descriptor, const MQGMO& options,
+MQLONG Locate(Connection& connection, OpenObject& object, const MQMD& descriptor, const MQGMO& options, bool exact,
               const Message*& found) {
   Store& store = *connection.QueueManager;
   QueueReader& reader = *object.Reader;
@@ -73,7 +77,7 @@ MQLONG Locate(Connection& connection, OpenObject& object, const MQMD& descriptor
   }
   const bool next = (options.Options & MQGMO_BROWSE_NEXT) != 0 && object.Cursor != 0;
   const MQLONG reason =
-      reader.Next(store, next ? object.Cursor : reader.BeforeFirst(), MatchOf(descriptor, options), found);
+      reader.Next(store, next ? object.Cursor : reader.BeforeFirst(), MatchOf(descriptor, options), exact, found);
   return reason == MQRC_NONE && found == nullptr ? MQRC_NO_MSG_AVAILABLE : reason;
 }
 
@@ -136,7 +140,7 @@ void SaveContext(OpenObject& object, const Message& message) {
 
 Outcome Browse(Connection& connection, OpenObject& object, const GetRequest& request) {
   const Message* message = nullptr;
-  const MQLONG reason = Locate(connection, object, *request.Descriptor, *request.Options, message);
+  const MQLONG reason = Locate(connection, object, *request.Descriptor, *request.Options, false, message);
   if (reason != MQRC_NONE) {
     // A browse that starts again leaves no message under the cursor when there is none.
     if (reason == MQRC_NO_MSG_AVAILABLE && (request.Options->Options & MQGMO_BROWSE_FIRST) != 0) object.Cursor = 0;
@@ -156,13 +160,13 @@ Outcome Take(Connection& connection, OpenObject& object, const GetRequest& reque
   // The first look is without the write lock: it costs nobody anything when there is no message, and tells how durable
   // the transaction must be.
   const Message* message = nullptr;
-  MQLONG reason = Locate(connection, object, *request.Descriptor, *request.Options, message);
+  MQLONG reason = Locate(connection, object, *request.Descriptor, *request.Options, false, message);
   if (reason != MQRC_NONE) return Failed(reason);
   const bool durable = message->Persistent && !UsesSyncpoint(*message, *request.Options);
   Transaction transaction(connection.Data(),
                           durable ? Transaction::Durability::kDisk : Transaction::Durability::kProcess);
   if (transaction.Reason() != MQRC_NONE) return Failed(transaction.Reason());
-  reason = Locate(connection, object, *request.Descriptor, *request.Options, message);
+  reason = Locate(connection, object, *request.Descriptor, *request.Options, true, message);
   if (reason != MQRC_NONE) return Failed(reason);
   const Outcome outcome = Deliver(connection, object, *message, request);
   if (!outcome.Ok()) return outcome;
@@ -240,7 +244,7 @@ Outcome Get(Connection& connection, MQHOBJ handle, const GetRequest& request) {
       forever ? Clock::time_point::max() : Clock::now() + std::chrono::milliseconds(request.Options->WaitInterval);
   Clock::time_point deadCheck = Clock::now();
   while (true) {
-    const std::int64_t version = connection.Data().DataVersion();
+    const std::int64_t version = connection.Data().RecentDataVersion();
     const Outcome outcome = TryGet(connection, *object, request);
     if (outcome.Reason != MQRC_NO_MSG_AVAILABLE) return outcome;
     if (Clock::now() >= deadCheck) {

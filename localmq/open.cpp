@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "localmq/calls.h"
+#include "localmq/consumers.h"
 #include "localmq/resolve.h"
 #include "localmq/schema.h"
 #include "localmq/selector.h"
@@ -278,6 +279,7 @@ Outcome Close(Connection& connection, MQHOBJ* handle, MQLONG options) {
     if (reason == MQRC_NONE) reason = transaction.Commit();
     if (reason != MQRC_NONE) return Failed(reason);
   }
+  connection.Consuming->Deregister(*handle);
   connection.Objects.erase(*handle);
   *handle = MQHO_UNUSABLE_HOBJ;
   return Done();

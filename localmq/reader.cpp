@@ -60,8 +60,7 @@ void QueueReader::Drop(std::int64_t key) {
 }
 
 // Decides what of the window still stands, and puts its start behind `after`.
-MQLONG QueueReader::CheckWindow(Store& store, std::int64_t after, const Match& match) {
-  const std::int64_t version = store.Data().DataVersion();
+MQLONG QueueReader::CheckWindow(Store& store, std::int64_t version, std::int64_t after, const Match& match) {
   if (version != dataVersion_) {
     Statement statement(store.Data(), "SELECT disorder FROM queue WHERE id = ?");
     if (!statement.Bind(1, queueId_).Step()) return statement.Reason() == 0 ? MQRC_Q_DELETED : statement.Reason();
@@ -146,9 +145,10 @@ MQLONG QueueReader::RemoveExpired(Store& store) {
   return reason == MQRC_NONE ? transaction.Commit() : reason;
 }
 
-MQLONG QueueReader::Next(Store& store, std::int64_t after, const Match& match, const Message*& found) {
+MQLONG QueueReader::Next(Store& store, std::int64_t after, const Match& match, bool exact, const Message*& found) {
   found = nullptr;
-  if (const MQLONG reason = CheckWindow(store, after, match); reason != MQRC_NONE) return reason;
+  const std::int64_t version = exact ? store.Data().DataVersion() : store.Data().RecentDataVersion();
+  if (const MQLONG reason = CheckWindow(store, version, after, match); reason != MQRC_NONE) return reason;
   const std::int64_t now = NowMilliseconds();
   while (true) {
     for (; position_ < entries_.size(); ++position_) {
@@ -167,6 +167,7 @@ MQLONG QueueReader::Next(Store& store, std::int64_t after, const Match& match, c
     if (const MQLONG reason = Fill(store); reason != MQRC_NONE) return reason;
     if (entries_.empty()) break;
   }
+  if (!exact && store.Data().DataVersion() != version) return Next(store, after, match, true, found);
   return RemoveExpired(store);
 }
 

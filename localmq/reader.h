@@ -50,8 +50,9 @@ class QueueReader {
   QueueReader(std::int64_t queueId, MessageFilter filter);
 
   // The first available message behind `after` (a key, or BeforeFirst()) that fits; null when there is none. Available
-  // is what is committed, not held by a unit of work and not expired.
-  MQLONG Next(Store& store, std::int64_t after, const Match& match, const Message*& found);
+  // is what is committed, not held by a unit of work and not expired. A message that is found may have been taken by
+  // another process a moment ago, unless `exact`, which is for use within a transaction; that there is none is exact.
+  MQLONG Next(Store& store, std::int64_t after, const Match& match, bool exact, const Message*& found);
   // The message with this very key, null when it is not available.
   MQLONG At(Store& store, std::int64_t key, const Message*& found);
   std::int64_t BeforeFirst() const { return beforeFirst_; }
@@ -69,7 +70,7 @@ class QueueReader {
     bool Gone;
   };
 
-  MQLONG CheckWindow(Store& store, std::int64_t after, const Match& match);
+  MQLONG CheckWindow(Store& store, std::int64_t version, std::int64_t after, const Match& match);
   MQLONG Fill(Store& store);
   MQLONG RemoveExpired(Store& store);
   void ReadRow(const Statement& statement, Entry& entry);

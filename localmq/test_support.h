@@ -35,6 +35,15 @@ MqSubCall MQSUB;
 
 namespace localmq {
 
+// An empty value takes the variable away.
+inline void SetEnvironment(const char* name, const std::string& value) {
+#ifdef _WIN32
+  _putenv_s(name, value.c_str());
+#else
+  value.empty() ? unsetenv(name) : setenv(name, value.c_str(), 1);
+#endif
+}
+
 inline constexpr MQLONG kSharedInput = MQOO_INPUT_SHARED | MQOO_BROWSE;
 
 // One connection to QM1 with the calls that tests use again and again.
@@ -146,11 +155,7 @@ class QueueManagerTest : public testing::Test {
                                                   testing::UnitTest::GetInstance()->current_test_info()->name());
     std::filesystem::remove_all(directory_);
     std::filesystem::create_directories(directory_);
-#ifdef _WIN32
-    _putenv_s("LOCALMQ_DATA", directory_.string().c_str());
-#else
-    setenv("LOCALMQ_DATA", directory_.c_str(), 1);
-#endif
+    SetEnvironment("LOCALMQ_DATA", directory_.string());
     QueueManagerAttributes attributes;
     attributes.Name = "QM1";
     ASSERT_EQ(CreateQueueManager(attributes, true), MQRC_NONE);

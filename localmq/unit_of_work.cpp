@@ -5,6 +5,8 @@
 #include <map>
 
 #include "localmq/calls.h"
+#include "localmq/command_server.h"
+#include "localmq/descriptor.h"
 #include "localmq/schema.h"
 
 namespace localmq {
@@ -67,6 +69,44 @@ Transaction::Durability DurabilityOf(std::span<const PendingPut> puts, std::span
   return persistent ? Transaction::Durability::kDisk : Transaction::Durability::kProcess;
 }
 
+void AddReplies(Connection& connection, const MQMD& request, const std::vector<std::vector<std::uint8_t>>& replies,
+                std::vector<PendingPut>& puts) {
+  // A reply that has nowhere to go is dropped, as the command server's caller did not say where to.
+  Queue queue;
+  const std::string name = FieldText(request.ReplyToQ, sizeof request.ReplyToQ);
+  if (connection.QueueManager->FindQueue(name, queue) != MQRC_NONE || queue.Attributes.Type != MQQT_LOCAL) return;
+  MQMD descriptor;
+  descriptor.MsgType = MQMT_REPLY;
+  SetField(descriptor.Format, sizeof descriptor.Format, MQFMT_ADMIN);
+  descriptor.Priority = request.Priority;
+  descriptor.Persistence = MQPER_NOT_PERSISTENT;
+  std::memcpy(descriptor.CorrelId, request.MsgId, sizeof descriptor.CorrelId);
+  for (const auto& reply : replies) {
+    PendingPut put;
+    put.QueueId = queue.Id;
+    put.Descriptor = CompleteDescriptor(connection, descriptor, MQPMO_NEW_MSG_ID, nullptr);
+    put.Data = reply;
+    puts.push_back(std::move(put));
+  }
+}
+
+// The messages to write: those given, with the replies of the command server in place of the requests that it answers.
+// `answered` holds them when there are any.
+std::span<PendingPut> WithAnswers(Connection& connection, std::span<PendingPut> puts,
+                                  std::vector<PendingPut>& answered) {
+  if (std::none_of(puts.begin(), puts.end(), [](const PendingPut& put) { return put.Command; })) return puts;
+  for (const PendingPut& put : puts) {
+    const auto replies = put.Command ? AnswerCommand(*connection.QueueManager, put.Data, put.Descriptor)
+                                     : std::vector<std::vector<std::uint8_t>>();
+    if (replies.empty()) {
+      answered.push_back(put);
+    } else {
+      AddReplies(connection, put.Descriptor, replies, answered);
+    }
+  }
+  return answered;
+}
+
 // Ends the unit of work by returning what it got; what it put is forgotten.
 MQLONG ReturnUnit(Connection& connection) {
   if (!connection.Unit.Gets.empty()) {
@@ -117,7 +157,9 @@ MQLONG WriteMessages(Connection& connection, std::span<PendingPut> puts) {
   return MQRC_NONE;
 }
 
-MQLONG PutNow(Connection& connection, std::span<PendingPut> puts) {
+MQLONG PutNow(Connection& connection, std::span<PendingPut> given) {
+  std::vector<PendingPut> answered;
+  const std::span<PendingPut> puts = WithAnswers(connection, given, answered);
   Transaction transaction(connection.Data(), DurabilityOf(puts, {}));
   MQLONG reason = transaction.Reason();
   if (reason == MQRC_NONE) reason = WriteMessages(connection, puts);
@@ -127,11 +169,13 @@ MQLONG PutNow(Connection& connection, std::span<PendingPut> puts) {
 Outcome Commit(Connection& connection) {
   UnitOfWork& unit = connection.Unit;
   if (unit.Empty()) return Done();
+  std::vector<PendingPut> answered;
+  const std::span<PendingPut> puts = WithAnswers(connection, unit.Puts, answered);
   MQLONG reason = MQRC_NONE;
   {
-    Transaction transaction(connection.Data(), DurabilityOf(unit.Puts, unit.Gets));
+    Transaction transaction(connection.Data(), DurabilityOf(puts, unit.Gets));
     reason = transaction.Reason();
-    if (reason == MQRC_NONE) reason = WriteMessages(connection, unit.Puts);
+    if (reason == MQRC_NONE) reason = WriteMessages(connection, puts);
     if (reason == MQRC_NONE) reason = RemoveHeld(connection);
     if (reason == MQRC_NONE) reason = transaction.Commit();
   }
