@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "engine/put_time.h"
+#include "mq/put_time.h"
 #include "mq/mqi.h"
 
 struct Parameters;

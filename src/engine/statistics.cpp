@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "cmdline/parameters.h"
-#include "engine/put_time.h"
+#include "mq/put_time.h"
 
 const Bucket kAgeTable[kAgeBuckets] = {
     {"< 2  secs", 2},          {"< 10 secs", 10},          {"< 1   min", 60},          {"< 1  hour", 3600},

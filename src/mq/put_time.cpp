@@ -1,4 +1,4 @@
-#include "engine/put_time.h"
+#include "mq/put_time.h"
 
 #include <ctime>
 
