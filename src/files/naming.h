@@ -20,6 +20,7 @@ struct FileNaming {
   Text<255> InputName;                    // the expanded name of the input file in use (or last used)
   std::atomic<std::int64_t> OpenTime{0};  // when the output file was opened, seconds
   std::set<std::string> Written;          // output files of this run, which a roll-over must never open again
+  std::string Approved;                   // the existing file that the user has agreed to overwrite
   // Generic naming: directory (with its trailing separator), base name (the queue's) and file type.
   std::string Directory;
   std::string BaseName;
@@ -29,19 +30,21 @@ struct FileNaming {
 // What a template's inserts stand for at the moment of opening.
 struct InsertValues {
   std::tm Local{};
-  int MessageOrdinal = 0;   // %i %I
-  int FileNumber = 0;       // %n %N
+  int MessageOrdinal = 0;   // %i %I: position in the source, 1 for the first file
+  int FileNumber = 0;       // %n %N: input files number themselves, output files themselves
   int SelectedOrdinal = 0;  // %o %O
 };
-// Expands the inserts of a template. The result may be longer than a file name may be; the caller refuses it then.
+// Expands the inserts of a template: "%%" gives "%", an unknown insert vanishes. The result may be longer than a file
+// name may be; opening refuses it then.
 std::string ExpandTemplate(std::string_view text, const InsertValues& values);
 
 // "Q1$2.tvo": directory, base name, '$', index, file type.
 std::string IndexedName(const FileNaming& naming, int index);
 
 // Opens the next input file (when asked, a template exists and none is open) and the next output file (likewise).
-// `mayAsk` allows the overwrite question. Returns 0, or MQRC_FILE_SYSTEM_ERROR with MessageText; without a text when a
-// later file of an indexed input set does not exist (the end of the set).
+// `MayAsk` allows the overwrite question. Returns 0, or MQRC_FILE_SYSTEM_ERROR with MessageText; without a text when a
+// later file of an indexed input set does not exist (the end of the set). During a preliminary count the output file is
+// only checked and asked about, not opened: nothing is touched before the user has agreed to the count.
 struct OpenRequest {
   bool MayAsk = false;
   bool Input = false;
@@ -49,11 +52,13 @@ struct OpenRequest {
 };
 MQLONG OpenFiles(Parameters& run, OpenRequest request);
 
+// Closes the input file and counts its bytes as finished (FileBytes moves into FinishedFileBytes). The next one is
+// another file of the set, or, once FilesRead is 0 again, the first.
+void CloseInputFile(Parameters& run);
+
 // Before a message of `length` bytes is written: closes an output file that has no room for it, and opens the next one
-// with its header when none is open. `source` names the queue in the header and may be null.
+// with its header when none is open. A file without any message has room for one, whatever its limit. `source` names
+// the queue in the header and may be null.
 MQLONG CheckFileLimits(Parameters& run, MQLONG length, const QueueElement* source, bool mayAsk);
 // After a message was written: closes an output file that has reached a limit.
 MQLONG RollOverAfterMessage(Parameters& run);
-
-// Closes the input file. The next one is another file of the set, or the first again.
-void CloseInputFile(Parameters& run);

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "files/plain_input.h"
+#include "files/plain_scan.h"
 #include "mq/mqi.h"
 
 struct Parameters;
@@ -21,9 +23,40 @@ struct PlainFileState {
   Delimiter StartMessage, EndMessage, StartProperty, EndProperty;
   int MessagesFound = 0;           // preliminary count
   int MessagesWithProperties = 0;  // preliminary count
+
+  DelimiterRule StartMessageRule, EndMessageRule, StartPropertyRule, EndPropertyRule;
+  BracketStack Brackets;
+  PlainInput Input;
+  TrackedBlock Properties;  // the message in hand when it carries properties: MQRFH2 header, properties, data
 };
 
 enum class PlainOptionResult { Ok, Refused, RefusedWithHelp };
 
-// Reads one -n argument. Prints what is wrong with it.
+// Reads one -n argument. Prints what is wrong with it; the help of RefusedWithHelp is the caller's to show.
 PlainOptionResult ParseNonTarvoOptions(Parameters& run, char letter, std::string_view text);
+
+// Checks the delimiters and turns them into bytes (unless the preliminary count has done that already). Returns 0 or
+// MQRCCF_PARM_VALUE_ERROR with MessageText.
+MQLONG PrepareDelimiters(Parameters& run);
+// The bytes of a delimiter as typed: "\13" is the byte 13, "\n" a line feed, "\\" a backslash. Returns as above.
+MQLONG DecodeDelimiter(Parameters& run, Delimiter& delimiter);
+
+// Prepares a run over plain files: the delimiters and an empty read buffer.
+MQLONG PreparePlainFile(Parameters& run);
+
+// The next message into the message in hand (data pointer and descriptor included), going on through an indexed set of
+// files; sets Finished at the end of the input. Returns 0; MQRC_FILE_SYSTEM_ERROR or MQRC_STORAGE_NOT_AVAILABLE with
+// MessageText.
+MQLONG ReadPlainMessage(Parameters& run);
+
+// One message of the current file: the next delimited one, or the whole file. Sets Finished at the end of that file.
+MQLONG ReadDelimitedMessage(Parameters& run);
+MQLONG ReadWholeFile(Parameters& run);
+
+// The preliminary count: reads every message (without building it) and counts it in MsgsRead and in the counts above.
+// Afterwards the input is at its start again, Finished is clear and FLAG2_COUNTED set. Returns the result of the last
+// read.
+MQLONG CountPlainFile(Parameters& run);
+
+// Gives the read buffer and the properties buffer back at the end of a transfer.
+void ReleasePlainBuffers(Parameters& run);

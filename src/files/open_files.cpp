@@ -1,0 +1,211 @@
+#include <algorithm>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+
+#include "cmdline/parameters.h"
+#include "common/console.h"
+#include "files/naming.h"
+#include "files/progress.h"
+#include "platform/files.h"
+
+namespace {
+
+constexpr std::size_t kNameLimit = decltype(FileNaming::InputName)::kCapacity;
+constexpr std::size_t kModeLimit = 20;     // characters of an access mode
+constexpr std::size_t kAnswerLimit = 100;  // characters of an answer
+
+MQLONG TooLong(Parameters& run, const std::string& name) {
+  SetMessageText(run, "File name '%s' is longer than %d characters\n", name.c_str(), static_cast<int>(kNameLimit));
+  return MQRC_FILE_SYSTEM_ERROR;
+}
+
+// The stream mode of one side ('r' or 'w'): its letter first, then what -a adds. An 'a' makes the output append.
+std::string AccessMode(const Parameters& run, char side) {
+  if (run.FileAccessMode == nullptr) return std::string(1, side);
+  const std::string_view given(run.FileAccessMode);
+  std::string mode(1, side == 'w' && given.find('a') != std::string_view::npos ? 'a' : side);
+  for (const char c : given) {
+    if (c != 'r' && c != 'w' && c != 'a' && mode.size() < kModeLimit) mode += c;
+  }
+  return mode;
+}
+
+InsertValues ValuesNow(const Parameters& run, int fileNumber) {
+  InsertValues values;
+  const std::time_t now = std::time(nullptr);
+  if (const std::tm* local = std::localtime(&now); local != nullptr) values.Local = *local;
+  // The first files are opened before the first message is read.
+  values.MessageOrdinal = std::max(1, run.MessageIndex);
+  values.FileNumber = fileNumber;
+  values.SelectedOrdinal = run.SelectedCount + 1;
+  return values;
+}
+
+bool SameFile(const std::string& one, const std::string& other) {
+  std::error_code error;
+  return !one.empty() && !other.empty() && std::filesystem::equivalent(one, other, error) && !error;
+}
+
+// Whether `name` is a file that this run is reading from.
+bool IsBeingRead(Parameters& run, const std::string& name) {
+  if (run.Reader.In.is_open() && SameFile(name, run.Naming.InputName.c_str())) return true;
+  return run.LogMode && SameFile(name, run.Log.LogFile.c_str());
+}
+
+// Whether `name` is a file that this run has written or is writing.
+bool IsBeingWritten(Parameters& run, const std::string& name) {
+  if (run.Naming.Written.contains(name)) return true;
+  return run.Writer.Out.is_open() && SameFile(name, run.Writer.FileName.c_str());
+}
+
+MQLONG AlreadyExists(Parameters& run, const std::string& name) {
+  SetMessageText(run, "File '%s' already exists.\n", name.c_str());
+  return MQRC_FILE_SYSTEM_ERROR;
+}
+
+MQLONG CanNotOpen(Parameters& run, const char* side, const std::string& name, const std::string& mode) {
+  if (run.FileAccessMode != nullptr) {
+    SetMessageText(run, "Can not open %s file '%s'(%s)\n", side, name.c_str(), mode.c_str());
+  } else {
+    SetMessageText(run, "Can not open %s file '%s'\n", side, name.c_str());
+  }
+  return MQRC_FILE_SYSTEM_ERROR;
+}
+
+// The progress of a set of plainly named files is that of the file in hand. A generic load has started one line for the
+// whole set, which goes on.
+void StartLoading(Parameters& run, const std::string& name) {
+  if (run.Has2(FLAG2_GENERIC)) return;
+  EndProgressLine(run, false);
+  if (!run.Screen.StdinIsTerminal || (run.Has(FLAG_QUIET) && !run.Has2(FLAG2_COUNT_FIRST))) return;
+  run.Reader.FinishedFileBytes = 0;
+  StartProgressLine(run, run.Reader.In.Size(), name.c_str());
+}
+
+MQLONG OpenInput(Parameters& run) {
+  run.MessageText.clear();
+  const bool generic = run.Has2(FLAG2_GENERIC);
+  const int number = run.FilesRead + 1;
+  // The first file of a generic set was opened by whoever walks through the queues.
+  const bool later = generic || number > 1;
+  const std::string name =
+      generic ? IndexedName(run.Naming, number + 1) : ExpandTemplate(run.InputFileName.view(), ValuesNow(run, number));
+  if (name.size() > kNameLimit) return TooLong(run, name);
+  if (later && run.Naming.InputName == name) {
+    SetMessageText(run, "Duplicate input file '%s'\n", name.c_str());
+    return MQRC_FILE_SYSTEM_ERROR;
+  }
+  if (IsBeingWritten(run, name)) {
+    SetMessageText(run, "Input file '%s' is an output file of this run\n", name.c_str());
+    return MQRC_FILE_SYSTEM_ERROR;
+  }
+  run.Naming.InputName.Assign(name);
+  run.Reader.FileBytes = 0;
+  run.Reader.LineNumber = 0;
+  const std::string mode = AccessMode(run, 'r');
+  if (run.Reader.In.Open(name.c_str(), mode.c_str()) != 0) {
+    std::error_code error;
+    const bool missing = std::filesystem::symlink_status(name, error).type() == std::filesystem::file_type::not_found;
+    if (later && missing) return MQRC_FILE_SYSTEM_ERROR;
+    return CanNotOpen(run, "input", name, mode);
+  }
+  run.FilesRead = number;
+  StartLoading(run, name);
+  return 0;
+}
+
+// Asks until the answer is one of the three; the end of input is a no. False when the file must stay as it is.
+bool MayOverwrite(Parameters& run, const std::string& name) {
+  std::string answer;
+  for (;;) {
+    PrintDiagnostic(run, "File '%s' exists - overwrite (y)es/(n)o/(a)ll ?\n", name.c_str());
+    if (!ReadAnswer(answer, kAnswerLimit)) return false;
+    switch (answer.empty() ? '\0' : answer[0]) {
+      case 'a':
+        run.Flags |= FLAG_FORCE;
+        return true;
+      case 'y':
+        run.Naming.Approved = name;
+        return true;
+      case 'n':
+        return false;
+      default:
+        break;
+    }
+  }
+}
+
+// When a queue's unload needs a second file, the first one gets the index 1.
+MQLONG NumberFirstFile(Parameters& run) {
+  const std::string first = IndexedName(run.Naming, 1);
+  if (first.size() > kNameLimit) return TooLong(run, first);
+  if (RenameNoReplace(run.Writer.FileName.c_str(), first) != 0) {
+    SetMessageText(run, "Can not rename file '%s' to '%s'", run.Writer.FileName.c_str(), first.c_str());
+    return MQRC_FILE_SYSTEM_ERROR;
+  }
+  run.Naming.Written.insert(first);
+  run.FilesWritten = 1;
+  return 0;
+}
+
+// Whether `name` may be opened for writing: never a file that is read or that this run has written, and an existing one
+// only when that is wanted.
+MQLONG CheckOutputName(Parameters& run, const std::string& name, bool append, bool mayAsk) {
+  if (IsBeingRead(run, name)) {
+    SetMessageText(run, "Output file '%s' is the input file\n", name.c_str());
+    return MQRC_FILE_SYSTEM_ERROR;
+  }
+  if (run.Naming.Written.contains(name)) return AlreadyExists(run, name);
+  std::error_code error;
+  if (append || run.Has(FLAG_FORCE) || name == run.Naming.Approved || !std::filesystem::exists(name, error)) return 0;
+  return mayAsk && MayOverwrite(run, name) ? 0 : AlreadyExists(run, name);
+}
+
+MQLONG OpenOutput(Parameters& run, bool mayAsk) {
+  const bool generic = run.Has2(FLAG2_GENERIC);
+  if (generic && run.FilesWritten == 0) {
+    if (const MQLONG reason = NumberFirstFile(run); reason != 0) return reason;
+  }
+  const int number = run.FilesWritten + 1;
+  const std::string name =
+      generic ? IndexedName(run.Naming, number) : ExpandTemplate(run.OutputFileName.view(), ValuesNow(run, number));
+  if (name.size() > kNameLimit) return TooLong(run, name);
+  WriterState& writer = run.Writer;
+  writer.FileName.Assign(name);
+  writer.MsgsInFile = 0;
+  writer.MsgsSinceFlush = 0;
+  if (name == "null") {
+    run.NullOutput = true;
+    return 0;
+  }
+  if (name == "stdout") {
+    writer.Out.UseStandardOutput();
+    return 0;
+  }
+  const std::string mode = AccessMode(run, 'w');
+  if (const MQLONG reason = CheckOutputName(run, name, mode[0] == 'a', mayAsk); reason != 0) return reason;
+  if (run.Has2(FLAG2_COUNT_FIRST)) return 0;
+  if (writer.Out.Open(name.c_str(), mode.c_str()) != 0) return CanNotOpen(run, "output", name, mode);
+  run.Naming.Written.insert(name);
+  run.FilesWritten = number;
+  run.Naming.OpenTime = static_cast<std::int64_t>(std::time(nullptr));
+  return 0;
+}
+
+}  // namespace
+
+MQLONG OpenFiles(Parameters& run, OpenRequest request) {
+  MQLONG reason = 0;
+  if (request.Input && !run.InputFileName.empty() && !run.Reader.In.is_open()) reason = OpenInput(run);
+  if (reason == 0 && request.Output && !run.OutputFileName.empty() && !run.Writer.Out.is_open()) {
+    reason = OpenOutput(run, request.MayAsk);
+  }
+  return reason;
+}
+
+void CloseInputFile(Parameters& run) {
+  run.Reader.FinishedFileBytes += run.Reader.FileBytes;
+  run.Reader.FileBytes = 0;
+  run.Reader.In.Close();
+}

@@ -1,0 +1,130 @@
+#include "files/plain_scan.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace {
+
+constexpr std::uint8_t kBracket = kOpening | kClosing;
+
+std::uint8_t ClassOf(char c) {
+  if (ClosingBracket(c) != 0) return kOpening;
+  return c == ')' || c == '>' || c == ']' || c == '}' ? kClosing : 0;
+}
+
+// The next byte in [p, stop) that means something, or `stop`.
+const unsigned char* NextSignificant(const DelimiterRule& rule, const unsigned char* p, const unsigned char* stop) {
+  if (p == stop) return stop;
+  if (!rule.Brackets) {
+    const void* first = std::memchr(p, static_cast<unsigned char>(rule.Bytes[0]), static_cast<std::size_t>(stop - p));
+    return first != nullptr ? static_cast<const unsigned char*>(first) : stop;
+  }
+  const std::uint8_t* classes = rule.Classes;
+  while (stop - p >= 8) {
+    if ((classes[p[0]] | classes[p[1]] | classes[p[2]] | classes[p[3]]) != 0) break;
+    if ((classes[p[4]] | classes[p[5]] | classes[p[6]] | classes[p[7]]) != 0) {
+      p += 4;
+      break;
+    }
+    p += 8;
+  }
+  while (p != stop && classes[*p] == 0) ++p;
+  return p;
+}
+
+// Whether a delimiter that begins where `open` is due closes all of it.
+bool Accepts(const DelimiterRule& rule, ScanMode mode, const BracketStack& open) {
+  if (!rule.Brackets) return true;
+  if (mode == ScanMode::Start) return open.empty();
+  return rule.Closed && std::equal(rule.ClosesBefore.begin(), rule.ClosesBefore.end(), open.rbegin(), open.rend());
+}
+
+}  // namespace
+
+char ClosingBracket(char c) {
+  switch (c) {
+    case '(':
+      return ')';
+    case '<':
+      return '>';
+    case '[':
+      return ']';
+    case '{':
+      return '}';
+    default:
+      return 0;
+  }
+}
+
+DelimiterRule MakeDelimiterRule(std::string_view bytes, bool brackets) {
+  DelimiterRule rule;
+  rule.Bytes = bytes;
+  rule.Brackets = brackets;
+  std::string open;
+  for (const char c : bytes) {
+    if (const char closing = ClosingBracket(c); closing != 0) {
+      open += closing;
+    } else if (ClassOf(c) == kClosing) {
+      if (open.empty()) {
+        rule.ClosesBefore += c;
+      } else if (open.back() == c) {
+        open.pop_back();
+      } else {
+        rule.Closed = false;
+      }
+    }
+  }
+  rule.Closed = rule.Closed && open.empty();
+  for (int c = 0; c < 256; ++c) rule.Classes[c] = ClassOf(static_cast<char>(c));
+  if (!bytes.empty()) rule.Classes[static_cast<unsigned char>(bytes[0])] |= kFirstByte;
+  return rule;
+}
+
+DelimiterScan::DelimiterScan(const DelimiterRule& delimiterRule, ScanMode scanMode, std::int64_t from,
+                             BracketStack& stack)
+    : Rule(delimiterRule), Mode(scanMode), At(from), CandidatesFrom(from), Brackets(stack) {
+  Brackets.clear();
+}
+
+ScanResult DelimiterScan::Continue(std::string_view held, std::int64_t base, bool ended) {
+  const auto* first = reinterpret_cast<const unsigned char*>(held.data());
+  const auto* end = first + held.size();
+  const bool limited = Limit < base + static_cast<std::int64_t>(held.size());
+  if (limited && Limit < At) return ScanResult::PastLimit;
+  const auto* stop = limited ? first + (Limit - base) + 1 : end;
+  const std::size_t length = Rule.Bytes.size();
+  const unsigned char* p = first + (At - base);
+  for (;;) {
+    p = NextSignificant(Rule, p, stop);
+    At = base + (p - first);
+    if (p == stop) return limited ? ScanResult::PastLimit : ScanResult::NeedsData;
+    const std::uint8_t meaning = Rule.Classes[*p];
+    if ((meaning & kFirstByte) != 0 && At >= CandidatesFrom) {
+      if (static_cast<std::size_t>(end - p) < length) {
+        if (!ended) return ScanResult::NeedsData;
+      } else if (std::memcmp(p, Rule.Bytes.data(), length) == 0) {
+        if (Accepts(Rule, Mode, Brackets)) {
+          Found = At;
+          return ScanResult::Found;
+        }
+        if (FirstRejected < 0) FirstRejected = At;
+      }
+    }
+    if (Rule.Brackets && (meaning & kBracket) != 0) {
+      const char c = static_cast<char>(*p);
+      if ((meaning & kOpening) != 0) {
+        try {
+          Brackets.push_back(ClosingBracket(c));
+        } catch (const std::bad_alloc&) {
+          return ScanResult::NoMemory;
+        }
+      } else if (!Brackets.empty() && Brackets.back() == c) {
+        Brackets.pop_back();
+      } else {
+        return ScanResult::Hopeless;
+      }
+    }
+    ++p;
+  }
+}

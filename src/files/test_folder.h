@@ -1,0 +1,48 @@
+#pragma once
+
+// For tests: a folder of their own that goes with them, and a text in place of standard input.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+class TestFolder {
+ public:
+  TestFolder() {
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    root_ = std::filesystem::temp_directory_path() /
+            ("tarvo_test_" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + "_" + test->name());
+    std::filesystem::remove_all(root_);
+    std::filesystem::create_directories(root_);
+  }
+  ~TestFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+  }
+  TestFolder(const TestFolder&) = delete;
+  TestFolder& operator=(const TestFolder&) = delete;
+
+  std::string Path(std::string_view name) const { return (root_ / name).string(); }
+  std::string Write(std::string_view name, std::string_view bytes) const {
+    std::ofstream(Path(name), std::ios::binary) << bytes;
+    return Path(name);
+  }
+  std::string Read(std::string_view name) const {
+    std::ifstream file(Path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  bool Has(std::string_view name) const { return std::filesystem::exists(Path(name)); }
+
+ private:
+  std::filesystem::path root_;
+};
+
+// Standard input reads `text` from now on.
+inline void AnswerWith(const TestFolder& folder, std::string_view text) {
+  ASSERT_NE(std::freopen(folder.Write("answers", text).c_str(), "r", stdin), nullptr);
+}
