@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
@@ -40,7 +41,7 @@ TEST(CommonLock, IsHeldUntilReleasedAsOftenAsTaken) {
 
 TEST(CommonLock, IsWaitedForLongerThanTheFirstTimeOut) {
   CSLockCommon();
-  bool waited = false;
+  std::atomic<bool> waited = false;
   std::thread other([&] {
     CSLockCommon();
     waited = true;

@@ -192,9 +192,11 @@ TEST_F(DestinationFile, RecursionIsRecognisedByTheFile) {
     const Outcome outcome = Add("file:" + Path("a.txt"));
     EXPECT_FALSE(outcome.Ok);
     const std::string again = Path("") + spelling;
-    EXPECT_EQ(outcome.Shown, "Recursive use of file '" + again + "'.\n  File '" + Path("a.txt") + "' includes file '" +
-                                 Path("b.txt") + "' on line 2.\n  File '" + Path("b.txt") + "' includes file '" +
-                                 again + "' on line 1.\n");
+    EXPECT_EQ(outcome.Shown, FormatText("Recursive use of file '%s'.\n"
+                                        "  File '%s' includes file '%s' on line 2.\n"
+                                        "  File '%s' includes file '%s' on line 1.\n",
+                                        again.c_str(), Path("a.txt").c_str(), Path("b.txt").c_str(),
+                                        Path("b.txt").c_str(), again.c_str()));
     EXPECT_EQ(run_.IncludeChain, nullptr);
   }
 }
