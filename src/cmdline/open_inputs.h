@@ -1,0 +1,13 @@
+#pragma once
+
+// Opening the input queues of a run.
+
+#include "mq/mqi.h"
+
+struct Parameters;
+
+// Opens every queue of InputList into InputList->Elements and asks each for its backout queue and its limits. Where
+// inquiring is not allowed, the run goes on without backout processing. Returns 0, or the reason of the step that
+// failed, which has been reported. Leaves FLAG_SELECTING set when messages are to be browsed first and only the
+// selected ones got.
+MQLONG OpenInputQueues(Parameters& run);

@@ -1,0 +1,63 @@
+#pragma once
+
+// One handler an option: it stores the argument in Parameters. A handler returns false when scanning must stop, after
+// telling the user why. Handlers live in option_handlers_<theme>.cpp.
+
+#include <cstdint>
+#include <limits>
+#include <string_view>
+
+#include "mq/mqi.h"
+
+struct Parameters;
+
+// The scan in progress.
+struct OptionScan {
+  Parameters& run;
+  char Letter = 0;          // the option in hand
+  int OptionsSeen = 0;      // including the one in hand
+  int CurrentQMgr = 0;      // the queue manager that -l, -u and -U describe
+  int FirstQMgrOption = 0;  // which option the first -m was; 0: none yet
+  bool SelfTest = false;    // the format self-test was asked for
+};
+
+// `argument` is NUL-terminated and lives as long as the process; null for an option that takes none.
+using OptionHandler = bool(OptionScan& scan, const char* argument);
+
+// Queues and queue managers.
+OptionHandler HandleInputQueue, HandleOutputQueue, HandleQMgr, HandleLibrary, HandleUserId, HandlePassword,
+    HandleSeparator;
+// Files.
+OptionHandler HandleFile, HandleForcedFile, HandleAccessMode, HandleFileLimit, HandleNonTarvo, HandleLog, HandleDisplay;
+// Which messages.
+OptionHandler HandleAsciiSearch, HandleAsciiNotSearch, HandleEbcdicSearch, HandleEbcdicNotSearch, HandleHexSearch,
+    HandleHexNotSearch, HandleIdentifier, HandleGetFilter, HandleSelector, HandlePriority, HandleRange, HandleTime,
+    HandleSize;
+// What happens to a message.
+OptionHandler HandleOverride, HandleConvert, HandleContext, HandleDelay, HandleStripHeaders, HandlePurge,
+    HandleTransactionLimit, HandleRate, HandleWait, HandleBufferSize;
+// The run itself.
+OptionHandler HandleGeneral, HandleQuiet, HandleVerbose, HandleDebug;
+
+// Tells that an argument is refused: "Invalid -r parameter 'x'". Returns false.
+bool RefuseArgument(OptionScan& scan, std::string_view argument);
+
+// Stores the number at the start of `text` (0 without one). A number outside `least` and `most` refuses `argument`.
+bool StoreNumber(OptionScan& scan, std::string_view argument, std::string_view text, std::int32_t& field,
+                 std::int32_t least = std::numeric_limits<std::int32_t>::min(),
+                 std::int32_t most = std::numeric_limits<std::int32_t>::max());
+
+// One letter of an option that is a list of letters, and the bits that it sets.
+struct LetterBits {
+  char Letter;
+  std::uint32_t Flags;
+  std::uint32_t Flags2;
+};
+// Sets the bits of `letter` in the table (ended by letter 0). False when the letter is not in it.
+bool ApplyLetter(Parameters& run, const LetterBits* table, char letter);
+
+// The name in a NUL-padded field; unlike in names from a queue manager, a blank belongs to what the user typed.
+std::string_view FieldText(const MQCHAR48& field);
+
+// "<letter>:<value>" arguments: false, after printing why, when the ':' is missing.
+bool CheckColon(OptionScan& scan, std::string_view argument);

@@ -1,0 +1,103 @@
+// Queues and queue managers: -i -I -o -m -l -u -U -$.
+
+#include "cmdline/option_handlers.h"
+#include "cmdline/parameters.h"
+
+namespace {
+
+// The first output stands in fields of its own, so that a run with one queue needs no list; a destination file makes
+// the list at once.
+bool AddFirstOutput(Parameters& run, const char* argument) {
+  QueueNames names;
+  if (!SplitQueueName(run, run.QueueSeparator, argument, names, ListKind::Output)) return false;
+  if (names.NamedFile) return true;
+  if (names.Queue[0] == '\0') {
+    PrintDiagnostic(run, "The Queue name part of destination '%s' is missing.\n", argument);
+    return false;
+  }
+  run.OutputQMgrName.Assign(FieldText(names.QMgr));
+  run.OutputQueueName.Assign(FieldText(names.Queue));
+  return true;
+}
+
+// Stores a field of the current queue manager that may be given once.
+bool StoreOnce(OptionScan& scan, const char*& field, const char* argument) {
+  if (field != nullptr) {
+    PrintDiagnostic(scan.run, "-%c parameter specifified more than once for the same Queue Manaager\n", scan.Letter);
+    return false;
+  }
+  field = argument;
+  return true;
+}
+
+bool Refuse(Parameters& run, const char* text) {
+  PrintDiagnosticText(run, text);
+  return false;
+}
+
+// What must be known when the second queue manager is named: which side the first one serves.
+bool CheckSecondQMgr(OptionScan& scan, std::string_view name) {
+  Parameters& run = scan.run;
+  if (scan.FirstQMgrOption != 1) {
+    return Refuse(run, "Sorry, if you are using two Queue Managers then -m must be the first parameter.\n");
+  }
+  if (run.QMgrs[0].QMgrName == name.substr(0, run.QMgrs[0].QMgrName.kCapacity)) {
+    return Refuse(run, "Sorry, the Queue Manager names must be different.\n");
+  }
+  if (run.HasInputQueues() && run.HasOutputQueue()) {
+    return Refuse(run, "Sorry, you can not specify both input and output queues before the second -m parameter.\n");
+  }
+  if (run.LogMode && !run.HasInputQueues()) {
+    return Refuse(run, "Please specify the name of the queue to search the log for using the -i parameter.\n");
+  }
+  if (!run.HasInputQueues() && !run.HasOutputQueue()) {
+    return Refuse(run, "Sorry, you must at least specify an input or output queue before the second -m parameter.\n");
+  }
+  return true;
+}
+
+}  // namespace
+
+bool HandleInputQueue(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  const bool get = scan.Letter == 'I';
+  if (run.InputList != nullptr && run.Has(FLAG_GET) != get) {
+    return Refuse(run, "Sorry, you can not specify both -i and -I in the same command\n");
+  }
+  if (get) run.Flags |= FLAG_GET;
+  return AddDestination(run, argument, ListKind::Input);
+}
+
+bool HandleOutputQueue(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  return run.HasOutputQueue() ? AddDestination(run, argument, ListKind::Output) : AddFirstOutput(run, argument);
+}
+
+bool HandleQMgr(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  if (scan.CurrentQMgr < 2 && !run.QMgrs[scan.CurrentQMgr].QMgrName.empty()) ++scan.CurrentQMgr;
+  if (scan.CurrentQMgr > 1) return Refuse(run, "Sorry, you can only specify at most two Queue Managers\n");
+  if (scan.CurrentQMgr == 0) {
+    scan.FirstQMgrOption = scan.OptionsSeen;
+  } else {
+    if (!CheckSecondQMgr(scan, argument)) return false;
+    (run.HasInputQueues() ? run.OutputQMgr : run.InputQMgr) = 1;
+  }
+  run.QMgrs[scan.CurrentQMgr].QMgrName.Assign(argument);
+  return true;
+}
+
+bool HandleLibrary(OptionScan& scan, const char* argument) {
+  return StoreOnce(scan, scan.run.QMgrs[scan.CurrentQMgr].LibraryName, argument);
+}
+bool HandleUserId(OptionScan& scan, const char* argument) {
+  return StoreOnce(scan, scan.run.QMgrs[scan.CurrentQMgr].UserId, argument);
+}
+bool HandlePassword(OptionScan& scan, const char* argument) {
+  return StoreOnce(scan, scan.run.QMgrs[scan.CurrentQMgr].Password, argument);
+}
+
+bool HandleSeparator(OptionScan& scan, const char* argument) {
+  scan.run.QueueSeparator = argument[0];
+  return true;
+}

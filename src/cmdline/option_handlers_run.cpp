@@ -1,0 +1,128 @@
+// The run itself: -O -q -v -V.
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "cmdline/help.h"
+#include "cmdline/option_handlers.h"
+#include "cmdline/parameters.h"
+#include "cmdline/selection_report.h"
+#include "common/units.h"
+
+namespace {
+
+constexpr LetterBits kGeneralLetters[] = {
+    {'B', 0, FLAG2_NO_BACKOUT},        {'F', 0, FLAG2_NO_FORCE_RFH2},
+    {'I', 0, FLAG2_INDIVIDUAL_QUEUES}, {'T', 0, FLAG2_FULL_GET},
+    {'a', 0, FLAG2_ASYNC_PUT},         {'e', 0, FLAG2_EXCLUSIVE_INPUT},
+    {'r', 0, FLAG2_READ_AHEAD},        {0, 0, 0},
+};
+
+void ShowMachineInformation(Parameters& run) {
+  run.Flags2 |= FLAG2_MACHINE_INFO;
+  ShowBanner(run);
+  std::printf("  User Identifier:%s\n  Machine Name   :%s\n\n", UserName(), ComputerName());
+}
+
+// What follows an 'S': one character, or "(...)" with the name of a feature; of one that is never closed, the first
+// letter. Returns where the letters go on.
+const char* ApplyFeature(Parameters& run, const char* at) {
+  run.Flags2 |= FLAG2_FULL_GET;
+  if (*at == '\0') return at;
+  if (*at++ != '(') return at;
+  const std::size_t length = std::strcspn(at, ")");
+  if (at[length] == '\0') return length == 0 ? at : at + 1;
+  if (std::string_view(at, length) == "CFH3") {
+    std::printf("CFH3 Processing Active\n");
+    run.PcfFlags |= PCF_CFH3;
+  }
+  return at + length + 1;
+}
+
+// An interval directly behind a verbose letter; without digits the field keeps its value.
+bool StoreInterval(OptionScan& scan, const char* argument, const char*& at, int& field) {
+  scan.run.Verbose |= VERBOSE_STATUS;
+  const std::size_t digits = std::strspn(at, "0123456789");
+  if (digits == 0) return true;
+  const std::string_view text(at, digits);
+  at += digits;
+  return StoreNumber(scan, argument, text, field);
+}
+
+}  // namespace
+
+bool HandleGeneral(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  for (const char* at = argument; *at != '\0';) {
+    const char letter = *at++;
+    if (letter == 'S') {
+      at = ApplyFeature(run, at);
+    } else if (letter == 'i') {
+      ShowMachineInformation(run);
+      return false;
+    } else if (!ApplyLetter(run, kGeneralLetters, letter)) {
+      PrintDiagnostic(run, "I did not understand your options parameter '%c'\n\n", letter);
+      ShowOptionHelp(run, scan.Letter);
+      return false;
+    }
+  }
+  return true;
+}
+
+bool HandleQuiet(OptionScan& scan, const char*) {
+  scan.run.Flags |= FLAG_QUIET;
+  scan.run.Screen.Quiet = true;
+  return true;
+}
+
+bool HandleVerbose(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  for (const char* at = argument; *at != '\0';) {
+    const char letter = *at++;
+    switch (letter) {
+      case 'a':
+        run.Verbose |= VERBOSE_APIS;
+        break;
+      case 'd':
+        run.Verbose |= VERBOSE_DESTINATIONS;
+        break;
+      case 'r':
+        run.Verbose |= VERBOSE_RATE;
+        break;
+      case 's':
+        if (!StoreInterval(scan, argument, at, run.StatusEveryMsgs)) return false;
+        break;
+      case 't':
+        if (!StoreInterval(scan, argument, at, run.StatusEverySecs)) return false;
+        break;
+      case '!':
+        PrintDiagnostic(run, "sizeof(MQLONG) '%d'\nsizeof(char *) '%d'\n", static_cast<int>(sizeof(MQLONG)),
+                        static_cast<int>(sizeof(char*)));
+        break;
+      default:
+        PrintDiagnostic(run, "Unrecognised verbose option '%c'\n", letter);
+        ShowOptionHelp(run, scan.Letter);
+        return false;
+    }
+  }
+  return true;
+}
+
+bool HandleDebug(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  const auto has = [argument](char letter) { return std::strchr(argument, letter) != nullptr; };
+  if (has('m')) run.Debug |= DEBUG_MEMORY;
+  if (has('t')) run.Debug |= DEBUG_TIME;
+  if (has('v')) run.Debug |= DEBUG_WORD_SIZE;
+  if (has('T')) {
+    run.Debug |= DEBUG_TIME_TEST;
+    const std::int64_t now = run.Now;
+    PrintDiagnostic(run, "Current Time:%" PRId64 "\n", now);
+    PrintDiagnostic(run, "Local Time  :%s\n", LocalTimeText(now).c_str());
+    ShowExampleDates(run, "20141225");
+    ShowExampleDates(run, "20150625");
+  }
+  return true;
+}

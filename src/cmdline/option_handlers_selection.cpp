@@ -1,0 +1,251 @@
+// Which messages a run takes: -s -S -e -E -x -X -g -G -H -P -r -T -z.
+
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "cmdline/numbers.h"
+#include "cmdline/option_handlers.h"
+#include "cmdline/parameters.h"
+#include "cmdline/value_parsers.h"
+#include "engine/code_pages.h"
+
+namespace {
+
+constexpr int kNoDigit = -1;
+
+int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return kNoDigit;
+}
+
+bool IsHex(std::string_view text) {
+  for (const char c : text) {
+    if (HexDigit(c) == kNoDigit) return false;
+  }
+  return true;
+}
+
+// The byte of the digit pair at `index` of a text of hex digits.
+unsigned char HexByte(std::string_view digits, std::size_t index) {
+  return static_cast<unsigned char>(HexDigit(digits[2 * index]) * 16 + HexDigit(digits[2 * index + 1]));
+}
+
+// What the six search options differ in.
+struct SearchKind {
+  SearchString (Parameters::*Entries)[kSearchStrings];
+  enum { Text, Ebcdic, Hex } Form;
+  const char* Name;         // in the refusal of a fourth string
+  const char* LimitedName;  // in the refusal of a long one
+  const char* NoHexName;    // in the refusal of what is no hex
+};
+
+bool AddSearchString(OptionScan& scan, const SearchKind& kind, const char* argument) {
+  constexpr std::size_t kMostBytes = sizeof(SearchString::Text) - 1;
+  Parameters& run = scan.run;
+  const std::string_view text = argument;
+  const bool isHex = kind.Form == SearchKind::Hex;
+  run.Flags |= FLAG_SELECTING;
+
+  SearchString* entry = run.*kind.Entries;
+  SearchString* const end = entry + kSearchStrings;
+  while (entry != end && entry->Length != 0) ++entry;
+  if (entry == end) {
+    PrintDiagnostic(run, "Sorry, you can only specify %d %s search strings\n", kSearchStrings, kind.Name);
+    return false;
+  }
+  const std::size_t longest = isHex ? kMostBytes * 2 : kMostBytes;
+  if (text.size() > longest) {
+    PrintDiagnostic(run, "Sorry the %ssearch string is limited to %d characters\n", kind.LimitedName,
+                    static_cast<int>(longest));
+    return false;
+  }
+  if (isHex && !IsHex(text)) {
+    PrintDiagnostic(run, "Sorry the %shex search string does not appear to be hex\n", kind.NoHexName);
+    return false;
+  }
+  // A criterion without a byte would be met by every message.
+  const std::size_t bytes = isHex ? text.size() / 2 : text.size();
+  if (bytes == 0) {
+    PrintDiagnostic(run, "Sorry the search string must not be empty\n");
+    return false;
+  }
+  for (std::size_t i = 0; i < bytes; ++i) {
+    const unsigned char byte = isHex ? HexByte(text, i) : static_cast<unsigned char>(text[i]);
+    entry->Text[i] = static_cast<char>(kind.Form == SearchKind::Ebcdic ? AsciiToEbcdic(byte) : byte);
+  }
+  entry->Length = static_cast<int>(bytes);
+  return true;
+}
+
+constexpr SearchKind kAscii = {&Parameters::AsciiSearch, SearchKind::Text, "ASCII", "", ""};
+constexpr SearchKind kAsciiNot = {&Parameters::AsciiNotSearch, SearchKind::Text, "ASCII 'not'", "", ""};
+constexpr SearchKind kEbcdic = {&Parameters::EbcdicSearch, SearchKind::Ebcdic, "Ebcdic", "", ""};
+constexpr SearchKind kEbcdicNot = {&Parameters::EbcdicNotSearch, SearchKind::Ebcdic, "Ebcdic 'not'", "", ""};
+constexpr SearchKind kHex = {&Parameters::HexSearch, SearchKind::Hex, "Hex", "hex ", ""};
+constexpr SearchKind kHexNot = {&Parameters::HexNotSearch, SearchKind::Hex, "Hex 'not'", "", "negative "};
+
+struct IdentifierKind {
+  char Letter;
+  MQBYTE24 Parameters::*Field;
+  std::uint32_t Flag;
+};
+constexpr IdentifierKind kIdentifiers[] = {
+    {'m', &Parameters::SelMsgId, FLAG_BY_MSGID},
+    {'c', &Parameters::SelCorrelId, FLAG_BY_CORRELID},
+    {'g', &Parameters::SelGroupId, FLAG_BY_GROUPID},
+};
+
+const IdentifierKind* FindIdentifier(char letter) {
+  for (const IdentifierKind& kind : kIdentifiers) {
+    if (kind.Letter == letter) return &kind;
+  }
+  return nullptr;
+}
+
+// Reads hex digit pairs into an identifier, zeros behind them. An identifier of zeros is none: it would match every
+// message, so it is refused like a text that is no hex.
+bool ReadHexIdentifier(Parameters& run, std::string_view text, MQBYTE24& identifier) {
+  const std::string_view digits = text.substr(0, 2 * sizeof(MQBYTE24));
+  if (digits.size() < 2 || !IsHex(digits)) {
+    PrintDiagnostic(run, "Sorry the hex identifier does not appear to be hex\n");
+    return false;
+  }
+  bool isNone = true;
+  std::memset(identifier, 0, sizeof identifier);
+  for (std::size_t i = 0; i < digits.size() / 2; ++i) {
+    identifier[i] = HexByte(digits, i);
+    isNone = isNone && identifier[i] == 0;
+  }
+  if (isNone) PrintDiagnostic(run, "Sorry the hex identifier must not be all zeros\n");
+  return !isNone;
+}
+
+// Takes a position or count of a message range from the front of `text`: digits, not 0. False when there is none or
+// it does not fit.
+bool TakePosition(std::string_view& text, int& position) {
+  if (text.empty() || text.front() < '0' || text.front() > '9') return false;
+  if (!ReadInteger(text, position) || position < 1) return false;
+  text.remove_prefix(ReadNumber(text).Used);
+  return true;
+}
+
+// "x", "x..", "x..y", "..y", "x#n" or "#n" into bounds, 0 for an open one.
+bool ReadRange(std::string_view text, int& start, int& end) {
+  start = end = 0;
+  const bool hasStart = TakePosition(text, start);
+  if (text.empty()) {
+    end = start;
+    return hasStart;
+  }
+  if (text.front() == '#') {
+    text.remove_prefix(1);
+    int count = 0;
+    if (!TakePosition(text, count) || !text.empty()) return false;
+    const std::int64_t last = hasStart ? std::int64_t{start} + count - 1 : count;
+    end = static_cast<int>(last);
+    return last <= std::numeric_limits<int>::max();
+  }
+  if (text.substr(0, 2) != "..") return false;
+  text.remove_prefix(2);
+  if (text.empty()) return hasStart;
+  return TakePosition(text, end) && text.empty();
+}
+
+}  // namespace
+
+bool HandleAsciiSearch(OptionScan& scan, const char* argument) { return AddSearchString(scan, kAscii, argument); }
+bool HandleAsciiNotSearch(OptionScan& scan, const char* argument) { return AddSearchString(scan, kAsciiNot, argument); }
+bool HandleEbcdicSearch(OptionScan& scan, const char* argument) { return AddSearchString(scan, kEbcdic, argument); }
+bool HandleEbcdicNotSearch(OptionScan& scan, const char* argument) {
+  return AddSearchString(scan, kEbcdicNot, argument);
+}
+bool HandleHexSearch(OptionScan& scan, const char* argument) { return AddSearchString(scan, kHex, argument); }
+bool HandleHexNotSearch(OptionScan& scan, const char* argument) { return AddSearchString(scan, kHexNot, argument); }
+
+bool HandleIdentifier(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  const bool isHex = argument[0] == 'x';
+  const char letter = isHex ? argument[1] : argument[0];
+  const IdentifierKind* kind = FindIdentifier(letter);
+  if (kind == nullptr) {
+    if (isHex) {
+      PrintDiagnostic(run, "Unrecognised 'g' flag '%c', please specify 'm','c' or 'g'\n", letter);
+    } else {
+      PrintDiagnostic(run, "Unrecognised 'g' flag '%c', please specify 'm',c','g' or 'x'\n", letter);
+    }
+    return false;
+  }
+  MQBYTE24& identifier = run.*kind->Field;
+  run.Flags |= kind->Flag;
+  if (isHex) return ReadHexIdentifier(run, argument + 2, identifier);
+  FillField(reinterpret_cast<char*>(identifier), sizeof identifier, argument + 1);
+  return true;
+}
+
+bool HandleGetFilter(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  if (!CheckColon(scan, argument)) return false;
+  const char* value = argument + 2;
+  switch (argument[0]) {
+    case 'i':
+      run.Flags2 |= FLAG2_INVERT;
+      return true;
+    case 'r':
+      if (!StoreNumber(scan, argument, value, run.DlqReason)) return false;
+      run.Flags2 |= FLAG2_BY_DLQ_REASON;
+      run.Flags |= FLAG_SELECTING;
+      return true;
+    case 't': {
+      QueueNames masks;
+      if (!SplitQueueName(run, run.QueueSeparator, value, masks, ListKind::Output)) return false;
+      run.TargetQMgrMask.Assign(FieldText(masks.QMgr));
+      run.TargetQueueMask.Assign(FieldText(masks.Queue));
+      run.Flags2 |= FLAG2_BY_TARGET;
+      run.Flags |= FLAG_SELECTING;
+      return true;
+    }
+    default:
+      PrintDiagnostic(run, "Unrecognised 'G' flag '%c'\n", argument[0]);
+      return true;
+  }
+}
+
+bool HandleSelector(OptionScan& scan, const char* argument) {
+  if (argument[0] == '\0') return RefuseArgument(scan, argument);
+  scan.run.Flags |= FLAG_SELECTING;
+  scan.run.Selector = std::make_unique<std::string>(argument);
+  return true;
+}
+
+bool HandlePriority(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  const std::string_view text = argument;
+  const std::size_t comma = text.find(',');
+  const std::string_view least = text.substr(0, comma);
+  const std::string_view most = comma == std::string_view::npos ? std::string_view() : text.substr(comma + 1);
+  if (least.empty() && most.empty()) return RefuseArgument(scan, argument);
+  run.Flags |= FLAG_SELECTING;
+  return (least.empty() || StoreNumber(scan, argument, least, run.PriorityAtLeast)) &&
+         (most.empty() || StoreNumber(scan, argument, most, run.PriorityAtMost));
+}
+
+bool HandleRange(OptionScan& scan, const char* argument) {
+  Parameters& run = scan.run;
+  run.Flags |= FLAG_SELECTING;
+  if (ReadRange(argument, run.RangeStart, run.RangeEnd)) return true;
+  PrintDiagnostic(run, "Invalid message range parameter '%s'\n", argument);
+  return false;
+}
+
+bool HandleTime(OptionScan& scan, const char* argument) {
+  scan.run.Flags |= FLAG_SELECTING;
+  return ParseTimeSelection(scan.run, argument);
+}
+
+bool HandleSize(OptionScan& scan, const char* argument) {
+  scan.run.Flags |= FLAG_SELECTING;
+  return ParseSizeSelection(scan.run, argument);
+}

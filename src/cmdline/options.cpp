@@ -1,0 +1,184 @@
+#include "cmdline/options.h"
+
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "cmdline/help.h"
+#include "cmdline/option_handlers.h"
+#include "cmdline/parameters.h"
+#include "files/self_test.h"
+
+namespace {
+
+struct Option {
+  char Letter;
+  bool TakesArgument;
+  OptionHandler* Handle;
+};
+
+constexpr Option kOptions[] = {
+    {'a', true, HandleAccessMode},
+    {'A', true, HandleOverride},
+    {'b', true, HandleBufferSize},
+    {'c', true, HandleConvert},
+    {'C', true, HandleContext},
+    {'d', true, HandleDisplay},
+    {'D', true, HandleDelay},
+    {'e', true, HandleEbcdicSearch},
+    {'E', true, HandleEbcdicNotSearch},
+    {'f', true, HandleFile},
+    {'F', true, HandleForcedFile},
+    {'g', true, HandleIdentifier},
+    {'G', true, HandleGetFilter},
+    {'h', false, HandleStripHeaders},
+    {'H', true, HandleSelector},
+    {'i', true, HandleInputQueue},
+    {'I', true, HandleInputQueue},
+    {'j', true, HandleLog},
+    {'l', true, HandleLibrary},
+    {'L', true, HandleFileLimit},
+    {'m', true, HandleQMgr},
+    {'n', true, HandleNonTarvo},
+    {'o', true, HandleOutputQueue},
+    {'O', true, HandleGeneral},
+    {'p', false, HandlePurge},
+    {'P', true, HandlePriority},
+    {'q', false, HandleQuiet},
+    {'r', true, HandleRange},
+    {'R', true, HandleRate},
+    {'s', true, HandleAsciiSearch},
+    {'S', true, HandleAsciiNotSearch},
+    {'t', true, HandleTransactionLimit},
+    {'T', true, HandleTime},
+    {'u', true, HandleUserId},
+    {'U', true, HandlePassword},
+    {'v', true, HandleVerbose},
+    {'V', true, HandleDebug},
+    {'w', true, HandleWait},
+    {'x', true, HandleHexSearch},
+    {'X', true, HandleHexNotSearch},
+    {'z', true, HandleSize},
+    {'$', true, HandleSeparator},
+};
+
+constexpr char kHelpLetter = '?';
+
+const Option* FindOption(char letter) {
+  for (const Option& option : kOptions) {
+    if (option.Letter == letter) return &option;
+  }
+  return nullptr;
+}
+
+bool StartsOptions(const char* argument) { return (argument[0] == '-' || argument[0] == '/') && argument[1] != '\0'; }
+
+bool IsQuestion(const char* text) { return std::strcmp(text, "?") == 0; }
+
+// Walks the arguments letter by letter.
+class Cursor {
+ public:
+  Cursor(int argc, char** argv) : argc_(argc), argv_(argv) {}
+
+  // Moves to the next option letter. False when the next argument starts no options.
+  bool Next(char& letter) {
+    if (*at_ == '\0') {
+      if (index_ >= argc_ || !StartsOptions(argv_[index_])) return false;
+      at_ = argv_[index_++] + 1;
+      startsArgument_ = true;
+    } else {
+      startsArgument_ = false;
+    }
+    letter = *at_++;
+    return true;
+  }
+
+  // The argument of the letter in hand: the rest of this argument, else the whole next one, without one leading ':'.
+  // Null when there is none.
+  const char* Argument() {
+    const char* argument = at_;
+    at_ = "";
+    if (*argument == '\0') {
+      if (index_ >= argc_) return nullptr;
+      argument = argv_[index_++];
+    }
+    return *argument == ':' ? argument + 1 : argument;
+  }
+
+  // Whether the whole argument is the letter in hand and a question mark.
+  bool IsQuestionAboutLetter() const { return startsArgument_ && IsQuestion(at_); }
+  // Whether arguments are left over.
+  bool HasMore() const { return index_ < argc_; }
+
+ private:
+  int argc_;
+  char** argv_;
+  int index_ = 1;
+  const char* at_ = "";  // the rest of the argument in hand
+  bool startsArgument_ = false;
+};
+
+bool RefuseLetter(Parameters& run, char letter) {
+  if (letter != kHelpLetter) PrintDiagnostic(run, "-%c is not a valid parameter.\n\n", letter);
+  ShowFullUsage(run);
+  return false;
+}
+
+// The interactive help, beginning with `topic` unless it is a question mark.
+bool ShowInteractiveHelp(Parameters& run, const char* topic) {
+  if (!IsQuestion(topic)) ShowHelpTopic(run, topic);
+  HelpPrompt(run);
+  return false;
+}
+
+// One option. Returns false when scanning must stop.
+bool ScanOption(OptionScan& scan, Cursor& cursor, char letter) {
+  Parameters& run = scan.run;
+  const Option* option = FindOption(letter);
+  const bool isHelp = letter == kHelpLetter;
+  if (option == nullptr && !isHelp) return RefuseLetter(run, letter);
+
+  const char* argument = nullptr;
+  if (isHelp || option->TakesArgument) {
+    argument = cursor.Argument();
+    if (argument == nullptr) return RefuseLetter(run, letter);
+    if (isHelp) return ShowInteractiveHelp(run, argument);
+  }
+  if (argument != nullptr ? IsQuestion(argument) : cursor.IsQuestionAboutLetter()) {
+    ShowOptionHelp(run, letter);
+    return false;
+  }
+  scan.Letter = letter;
+  ++scan.OptionsSeen;
+  return option->Handle(scan, argument);
+}
+
+void DropIfEmpty(std::unique_ptr<QueueList>& list) {
+  if (list != nullptr && list->Count() == 0) list.reset();
+}
+
+void FinishScan(OptionScan& scan) {
+  Parameters& run = scan.run;
+  ShowBanner(run);
+  if ((run.Debug & DEBUG_WORD_SIZE) != 0) PrintDiagnostic(run, "%dBit %s\n", 64, "LittleEndian");
+  DropIfEmpty(run.InputList);
+  DropIfEmpty(run.OutputList);
+  if (scan.SelfTest) RunFileFormatTest(run);
+}
+
+}  // namespace
+
+ParseOutcome ParseOptions(Parameters& run, int argc, char** argv) {
+  OptionScan scan{run};
+  Cursor cursor(argc, argv);
+  char letter = 0;
+  while (cursor.Next(letter)) {
+    if (!ScanOption(scan, cursor, letter)) return {false, MQRC_OPTIONS_ERROR};
+  }
+  if (cursor.HasMore() || argc <= 1) {
+    ShowShortUsage(run);
+    return {false, 0};
+  }
+  FinishScan(scan);
+  return {true, 0};
+}

@@ -1,0 +1,60 @@
+#include "cmdline/outcome_report.h"
+
+#include <cinttypes>
+#include <cstdio>
+
+#include "cmdline/parameters.h"
+#include "display/summary.h"
+
+namespace {
+
+struct Totals {
+  std::int64_t MsgsRead, BytesRead, MsgsWritten, BytesWritten;
+};
+
+bool HasOutput(const Parameters& run) {
+  return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.OutputList != nullptr || !run.OutputFileName.empty();
+}
+
+void ShowRead(Parameters& run, const Totals& totals) {
+  PrintReportLine(run, {"Read", run.FilesRead, true, totals.MsgsRead, static_cast<std::uint64_t>(totals.BytesRead)});
+}
+
+void ShowWritten(Parameters& run, const Totals& totals) {
+  PrintReportLine(
+      run, {"Written", run.FilesWritten, true, totals.MsgsWritten, static_cast<std::uint64_t>(totals.BytesWritten)});
+}
+
+void ShowTotals(Parameters& run, const QueueElement* queue) {
+  if (run.Has(FLAG_SUMMARY)) return ShowSummary(run, queue);
+  const Totals totals = {run.MsgsRead, run.BytesRead, run.MsgsWritten, run.BytesWritten};
+  ShowRead(run, totals);
+  if (run.Has2(FLAG2_COUNT)) {
+    PrintReportLine(run, {"Counted", 0, false, totals.MsgsWritten, static_cast<std::uint64_t>(totals.BytesWritten)});
+  } else if (HasOutput(run) && !run.NullOutput) {
+    ShowWritten(run, totals);
+  }
+}
+
+// What the committed units of work moved.
+void ShowCompleted(Parameters& run) {
+  const Totals totals = {run.MsgsRead - run.UowMsgsRead, run.BytesRead - run.UowBytesRead,
+                         run.MsgsWritten - run.UowMsgsWritten, run.BytesWritten - run.UowBytesWritten};
+  PrintDiagnostic(run, "\nOperation rolled back, completed operations as follows:\n");
+  ShowRead(run, totals);
+  if (HasOutput(run)) ShowWritten(run, totals);
+}
+
+}  // namespace
+
+void ShowOutcome(Parameters& run, const Outcome& outcome, const QueueElement* queue) {
+  if (!run.MessageText.empty()) PrintDiagnostic(run, "%s\n", run.MessageText.c_str());
+  if (outcome.SkipReport) return;
+  if (run.Has(FLAG_QUIET)) {
+    // A caller takes this number for the count, so a run that never counted prints none.
+    if (run.Has2(FLAG2_COUNT) && outcome.ReportEnabled) std::printf("%" PRId64, run.MsgsWritten);
+    return;
+  }
+  if (outcome.ReportEnabled) ShowTotals(run, queue);
+  if (run.RolledBack) ShowCompleted(run);
+}

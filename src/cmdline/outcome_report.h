@@ -1,0 +1,19 @@
+#pragma once
+
+// What a run tells at its end.
+
+#include "mq/mqi.h"
+
+struct Parameters;
+struct QueueElement;
+
+// Whether the end of the run has anything to report, and what the process returns.
+struct Outcome {
+  MQLONG ExitCode = 0;
+  bool SkipReport = false;     // the run has reported for itself, or the user declined it
+  bool ReportEnabled = false;  // the transfer has begun: its counters mean something
+};
+
+// Prints the message that a failing step left, then the lines "Read", "Written" or "Counted" or the summary, and what
+// remains when the last unit of work was backed out. `queue` is the first input queue, or null.
+void ShowOutcome(Parameters& run, const Outcome& outcome, const QueueElement* queue);

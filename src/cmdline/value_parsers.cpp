@@ -1,0 +1,275 @@
+#include "cmdline/value_parsers.h"
+
+#include <cctype>
+#include <charconv>
+#include <chrono>
+#include <ctime>
+#include <limits>
+
+#include "cmdline/numbers.h"
+#include "cmdline/parameters.h"
+
+namespace {
+
+constexpr std::int64_t kMaxInt = std::numeric_limits<std::int32_t>::max();
+
+struct Unit {
+  char Letter;  // upper case; 0 ends a table
+  std::int64_t Size;
+};
+constexpr Unit kAgeUnits[] = {{'H', 3600}, {'M', 60}, {'S', 1}, {0, 0}};
+constexpr Unit kSizeUnits[] = {{'G', 1073741824}, {'M', 1048576}, {'K', 1024}, {'B', 1}, {0, 0}};
+
+// The size of a unit in its table, 0 when there is none with that letter.
+std::int64_t UnitSize(const Unit* table, char letter) {
+  const int upper = std::toupper(static_cast<unsigned char>(letter));
+  while (table->Letter != 0 && table->Letter != upper) ++table;
+  return table->Size;
+}
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool RefuseValue(Parameters& run, char option, std::string_view text) {
+  PrintDiagnostic(run, "Invalid -%c parameter '%.*s'\n", option, static_cast<int>(text.size()), text.data());
+  return false;
+}
+
+// Two parts around the first comma; the second is empty without one.
+struct Bounds {
+  std::string_view First;
+  std::string_view Second;
+  bool HasComma;
+};
+Bounds SplitAtComma(std::string_view text) {
+  const std::size_t comma = text.find(',');
+  if (comma == std::string_view::npos) return {text, {}, false};
+  return {text.substr(0, comma), text.substr(comma + 1), true};
+}
+
+// A '0' in the pattern stands for any digit; every other character for itself.
+bool MatchesPattern(std::string_view text, std::string_view pattern) {
+  if (text.size() != pattern.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (pattern[i] == '0' ? !IsDigit(text[i]) : text[i] != pattern[i]) return false;
+  }
+  return true;
+}
+
+int TwoDigits(std::string_view text) { return (text[0] - '0') * 10 + (text[1] - '0'); }
+
+// "HH:MM:SS", "HH:MM" or "HH". False when the text is none of them.
+bool ParseTimeOfDay(std::string_view text, std::tm& calendar) {
+  for (const std::string_view pattern : {"00:00:00", "00:00", "00"}) {
+    if (!MatchesPattern(text, pattern)) continue;
+    calendar.tm_hour = TwoDigits(text);
+    calendar.tm_min = text.size() > 2 ? TwoDigits(text.substr(3)) : 0;
+    calendar.tm_sec = text.size() > 5 ? TwoDigits(text.substr(6)) : 0;
+    return true;
+  }
+  return false;
+}
+
+// "DD/MM/YYYY". False when the text is no date.
+bool ParseDate(std::string_view text, std::tm& calendar) {
+  if (!MatchesPattern(text, "00/00/0000")) return false;
+  calendar.tm_mday = TwoDigits(text);
+  calendar.tm_mon = TwoDigits(text.substr(3)) - 1;
+  calendar.tm_year = TwoDigits(text.substr(6)) * 100 + TwoDigits(text.substr(8)) - 1900;
+  return true;
+}
+
+// The day on which the run started, in local time. False when the system cannot tell.
+bool TakeToday(const Parameters& run, std::tm& calendar) {
+  const std::time_t start = static_cast<std::time_t>(run.StartTime);
+  const std::tm* local = std::localtime(&start);
+  if (local == nullptr) return false;
+  calendar.tm_mday = local->tm_mday;
+  calendar.tm_mon = local->tm_mon;
+  calendar.tm_year = local->tm_year;
+  return true;
+}
+
+// Days, months and times beyond their range run over into the next.
+std::int64_t UtcSeconds(const std::tm& calendar) {
+  using std::chrono::days, std::chrono::hours, std::chrono::minutes, std::chrono::months, std::chrono::seconds;
+  const auto year = std::chrono::year(calendar.tm_year + 1900);
+  const std::chrono::sys_days month = year / std::chrono::January / 1 + months(calendar.tm_mon);
+  const auto time = month + days(calendar.tm_mday - 1) + hours(calendar.tm_hour) + minutes(calendar.tm_min) +
+                    seconds(calendar.tm_sec);
+  return time.time_since_epoch().count();
+}
+
+// A timestamp without its 'u' in seconds since 1970, negative when it is none.
+std::int64_t TimestampSeconds(const Parameters& run, std::string_view text, bool utc) {
+  std::tm calendar{};
+  calendar.tm_isdst = -1;  // the calendar knows
+  bool ok = false;
+  if (const std::size_t underscore = text.find('_'); underscore != std::string_view::npos) {
+    ok = ParseDate(text.substr(0, underscore), calendar) && ParseTimeOfDay(text.substr(underscore + 1), calendar);
+  } else if (text.find(':') != std::string_view::npos) {
+    ok = TakeToday(run, calendar) && ParseTimeOfDay(text, calendar);
+  } else {
+    ok = ParseDate(text, calendar);
+  }
+  if (!ok) return -1;
+  return utc ? UtcSeconds(calendar) : static_cast<std::int64_t>(std::mktime(&calendar));
+}
+
+// The texts of one kind of -L limit.
+struct LimitTexts {
+  const char* Kind;  // "-La" or "-Ls"
+  const char* UnitName;
+  const Unit* Units;
+};
+
+// Reads "<number><unit>" and gives their product, at most `largest`. Returns false after printing why.
+bool ReadLimit(Parameters& run, const LimitTexts& texts, std::string_view text, std::int64_t largest,
+               std::int64_t& limit) {
+  const int length = static_cast<int>(text.size());
+  const Number number = ReadNumber(text);
+  if (number.Used != 0 && number.Used == text.size()) {
+    PrintDiagnostic(run, "Please specify the units for %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    return false;
+  }
+  if (number.Used == 0 || number.Used + 1 != text.size()) {
+    PrintDiagnostic(run, "Unrecognised %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    return false;
+  }
+  if (number.Value < 1) {
+    PrintDiagnostic(run, "Invalid %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    return false;
+  }
+  const std::int64_t unit = UnitSize(texts.Units, text.back());
+  if (unit == 0) {
+    PrintDiagnostic(run, "Unrecognised %s %s unit '%c'\n", texts.Kind, texts.UnitName, text.back());
+    return false;
+  }
+  if (number.Value > largest / unit) {
+    PrintDiagnostic(run, "Invalid %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    return false;
+  }
+  limit = number.Value * unit;
+  return true;
+}
+
+}  // namespace
+
+bool ParseTimeSelection(Parameters& run, std::string_view text) {
+  const char form = text.empty() ? '\0' : text.front();
+  if (form == 'f') return ParseTimestamp(run, text.substr(1), "younger than", run.PutAfter);
+  if (form == 't') return ParseTimestamp(run, text.substr(1), "older than", run.PutBefore);
+
+  const Bounds ages = SplitAtComma(text);
+  if (ages.First.empty() && ages.Second.empty()) return RefuseValue(run, 'T', text);
+  if (ages.HasComma && run.YoungerThan != 0) {
+    PrintDiagnostic(run, "You can only specify the '%s' age once\n", "younger than");
+    return false;
+  }
+  return ParseAge(run, ages.Second, "younger than", run.YoungerThan) &&
+         ParseAge(run, ages.First, "older than", run.OlderThan);
+}
+
+bool ParseAge(Parameters& run, std::string_view text, const char* label, int& field) {
+  if (text.empty()) return true;
+  if (field != 0) {
+    PrintDiagnostic(run, "You can only specify the '%s' age once\n", label);
+    return false;
+  }
+  // One part is minutes, two are hours and minutes, three are days, hours and minutes: the last one is always minutes.
+  std::int32_t parts[3] = {};  // days, hours, minutes
+  std::string_view rest = text;
+  std::size_t colon = 0;
+  for (int count = 1; colon != std::string_view::npos && count <= 3; ++count) {
+    colon = rest.find(':');
+    parts[0] = parts[1];
+    parts[1] = parts[2];
+    if (!ReadInteger(rest.substr(0, colon), parts[2])) return RefuseValue(run, 'T', text);
+    if (colon != std::string_view::npos) rest.remove_prefix(colon + 1);
+  }
+  const std::int64_t seconds = ((parts[1] + std::int64_t{parts[0]} * 24) * 60 + parts[2]) * 60;
+  if (seconds > kMaxInt || seconds < -kMaxInt) return RefuseValue(run, 'T', text);
+  field = static_cast<int>(seconds);
+  return true;
+}
+
+bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, std::int64_t& field) {
+  constexpr std::size_t kLongest = 19;  // DD/MM/YYYY_HH:MM:SS
+  if (field != 0) {
+    PrintDiagnostic(run, "You can only specify the '%s' time once\n", label);
+    return false;
+  }
+  const bool utc = !text.empty() && text.front() == 'u';
+  if (utc) text.remove_prefix(1);
+  const std::int64_t seconds = text.size() > kLongest ? -1 : TimestampSeconds(run, text, utc);
+  if (seconds < 0) {
+    PrintDiagnostic(run, "Unrecognised time format '%.*s'\n", static_cast<int>(text.size()), text.data());
+    return false;
+  }
+  field = seconds;
+  return true;
+}
+
+bool ParseSizeSelection(Parameters& run, std::string_view text) {
+  const Bounds sizes = SplitAtComma(text);
+  if (sizes.First.empty() && sizes.Second.empty()) return RefuseValue(run, 'z', text);
+  return ParseSize(run, sizes.First, "larger than", run.SizeAtLeast) &&
+         ParseSize(run, sizes.Second, "less than", run.SizeBelow);
+}
+
+bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG& field) {
+  if (text.empty()) return true;
+  if (field != -1) {
+    PrintDiagnostic(run, "You can only specify the '%s' message size once\n", label);
+    return false;
+  }
+  double total = 0;
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    if (!IsDigit(*at)) {
+      ++at;
+      continue;
+    }
+    double number = 0;
+    const auto [behind, error] = std::from_chars(at, end, number, std::chars_format::fixed);
+    if (error != std::errc()) return RefuseValue(run, 'z', text);
+    at = behind;
+    while (at != end && *at == ' ') ++at;
+    total += number * static_cast<double>(at == end ? 1 : UnitSize(kSizeUnits, *at));
+  }
+  if (total >= static_cast<double>(kMaxInt) + 1) return RefuseValue(run, 'z', text);
+  field = static_cast<MQLONG>(total);
+  return true;
+}
+
+bool ParseFileLimit(Parameters& run, std::string_view text) {
+  if (!run.LimitsActive) {
+    run.LimitsActive = true;
+    run.LimitMsgs = 0;
+    run.LimitSize = 0;
+    run.LimitAge = 0;
+  }
+  const char kind = text.empty() ? '\0' : text.front();
+  const std::string_view value = text.substr(text.empty() ? 0 : 1);
+  std::int64_t limit = 0;
+  switch (kind) {
+    case 'a':
+      if (!ReadLimit(run, {"-La", "file age", kAgeUnits}, value, kMaxInt, limit)) return false;
+      run.LimitAge = static_cast<int>(limit);
+      return true;
+    case 's':
+      return ReadLimit(run, {"-Ls", "file size", kSizeUnits}, value, std::numeric_limits<std::int64_t>::max(),
+                       run.LimitSize);
+    case 'm':
+      limit = ReadNumber(value).Value;
+      if (limit < 1 || limit > kMaxInt) {
+        PrintDiagnostic(run, "Invalid -Lm parameter '%.*s'\n", static_cast<int>(value.size()), value.data());
+        return false;
+      }
+      run.LimitMsgs = static_cast<int>(limit);
+      return true;
+    default:
+      PrintDiagnostic(run, "Unrecognised -L parameter '%.*s'\n", static_cast<int>(text.size()), text.data());
+      return false;
+  }
+}

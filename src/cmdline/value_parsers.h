@@ -1,0 +1,25 @@
+#pragma once
+
+// The small languages of -T (ages and timestamps), -z (message sizes) and -L (limits of the output files). Every parser
+// prints what is wrong and returns false; a field is only changed by a text that is right.
+
+#include <cstdint>
+#include <string_view>
+
+#include "mq/mqi.h"
+
+struct Parameters;
+
+// A whole -T, -z or -L argument. A message selection that is left without any bound is refused: a script that passes an
+// empty variable means to restrict the run.
+bool ParseTimeSelection(Parameters& run, std::string_view text);
+bool ParseSizeSelection(Parameters& run, std::string_view text);
+bool ParseFileLimit(Parameters& run, std::string_view text);
+
+// "[[DD:]HH:]MM" into seconds. `label` names the bound in the refusal of a second value; an empty text sets nothing.
+bool ParseAge(Parameters& run, std::string_view text, const char* label, int& field);
+// "[u][DD/MM/YYYY][_][HH:MM[:SS]]" into seconds since 1970; local time unless it starts with 'u'. Without a date it is
+// the day on which the run started. Days and hours beyond their range run over into the next.
+bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, std::int64_t& field);
+// Numbers with the units B, K, M and G, added up, into bytes. An empty text sets nothing.
+bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG& field);

@@ -1,0 +1,191 @@
+#include "cmdline/value_parsers.h"
+
+#include <cstdlib>
+#include <ctime>
+
+#include "cmdline/command_line_test.h"
+#include "cmdline/numbers.h"
+
+namespace {
+
+// One parser called with one text after another on the same run, and what it printed for the last of them.
+using Parser = bool(Parameters& run, std::string_view text);
+
+struct Result {
+  std::unique_ptr<Parameters> Run = FreshRun();
+  bool Ok = false;
+  std::string Errors;
+};
+
+Result Apply(Parser* parse, const std::vector<std::string>& texts) {
+  Result result;
+  for (const std::string& text : texts) {
+    result.Errors = CaptureOf([&] { result.Ok = parse(*result.Run, text); }).Errors;
+  }
+  return result;
+}
+
+struct Refused {
+  Parser* Parse;
+  std::vector<std::string> Texts;
+  std::string Message;
+};
+
+// Local time two hours ahead of UTC, without daylight saving.
+class Times : public testing::Test {
+ protected:
+  void SetUp() override { setenv_("UTC-2"); }
+  void TearDown() override { setenv_("UTC0"); }
+
+ private:
+  static void setenv_(const char* zone) {
+    static char text[32];
+    std::snprintf(text, sizeof text, "TZ=%s", zone);
+    putenv(text);
+    tzset();
+  }
+};
+
+}  // namespace
+
+TEST(Numbers, AreReadLikeAtoi) {
+  struct Case {
+    const char* Text;
+    std::int64_t Value;
+    std::size_t Used;
+  };
+  for (const Case& one : {Case{"12x", 12, 2},
+                          {" \t-7", -7, 4},
+                          {"+5", 5, 2},
+                          {"", 0, 0},
+                          {"-", 0, 0},
+                          {"+-5", 0, 0},
+                          {"x1", 0, 0},
+                          {"99999999999999999999", INT64_MAX, 20}}) {
+    SCOPED_TRACE(one.Text);
+    EXPECT_EQ(ReadNumber(one.Text).Value, one.Value);
+    EXPECT_EQ(ReadNumber(one.Text).Used, one.Used);
+  }
+  std::int32_t value = 1;
+  EXPECT_TRUE(ReadInteger("-2147483648", value));
+  EXPECT_EQ(value, INT32_MIN);
+  EXPECT_FALSE(ReadInteger("2147483648", value));
+  EXPECT_EQ(value, INT32_MIN);
+}
+
+TEST(TimeSelection, ReadsAges) {
+  struct Case {
+    const char* Text;
+    int Older, Younger;
+  };
+  for (const Case& one : {Case{"90", 5400, 0},
+                          {"1:30", 5400, 0},
+                          {"2:0:0", 172800, 0},
+                          {",60", 0, 3600},
+                          {"30,1:00", 1800, 3600},
+                          {"60,", 3600, 0},
+                          {"0", 0, 0},
+                          {"35791394", 2147483640, 0}}) {
+    SCOPED_TRACE(one.Text);
+    const Result result = Apply(ParseTimeSelection, {one.Text});
+    EXPECT_TRUE(result.Ok);
+    EXPECT_EQ(result.Run->OlderThan, one.Older);
+    EXPECT_EQ(result.Run->YoungerThan, one.Younger);
+  }
+}
+
+TEST_F(Times, ReadsTimestamps) {
+  constexpr std::int64_t kChristmasNoon = 1735128000;  // 25 December 2024, 12:00:00 UTC
+  struct Case {
+    const char* Text;
+    std::int64_t Seconds;
+  };
+  for (const Case& one : {Case{"25/12/2024_12:00", kChristmasNoon - 7200},
+                          {"u25/12/2024_12:00", kChristmasNoon},
+                          {"u25/12/2024_12:00:01", kChristmasNoon + 1},
+                          {"u25/12/2024_13", kChristmasNoon + 3600},
+                          {"25/12/2024", kChristmasNoon - 12 * 3600 - 7200},
+                          {"u25/12/2024", kChristmasNoon - 12 * 3600},
+                          {"14:00", kStart},
+                          {"u12:00", kStart},
+                          {"u31/02/2024", 1709337600 /* 2 March */}}) {
+    SCOPED_TRACE(one.Text);
+    EXPECT_EQ(Apply(ParseTimeSelection, {std::string("f") + one.Text}).Run->PutAfter, one.Seconds);
+    EXPECT_EQ(Apply(ParseTimeSelection, {std::string("t") + one.Text}).Run->PutBefore, one.Seconds);
+  }
+}
+
+TEST(SizeSelection, AddsUpUnits) {
+  struct Case {
+    const char* Text;
+    MQLONG AtLeast, Below;
+  };
+  for (const Case& one : {Case{"100", 100, -1},
+                          {"1.5k", 1536, -1},
+                          {"10 MB", 10485760, -1},
+                          {"1M512K", 1572864, -1},
+                          {"5X", 0, -1},
+                          {"1k,1m", 1024, 1048576},
+                          {",100", -1, 100},
+                          {"16777217", 16777217, -1},
+                          {"2147483647", 2147483647, -1},
+
+                          {"1g1023m1023k1023", 2147483647, -1}}) {
+    SCOPED_TRACE(one.Text);
+    const Result result = Apply(ParseSizeSelection, {one.Text});
+    EXPECT_TRUE(result.Ok);
+    EXPECT_EQ(result.Run->SizeAtLeast, one.AtLeast);
+    EXPECT_EQ(result.Run->SizeBelow, one.Below);
+  }
+}
+
+TEST(FileLimits, SetOneEach) {
+  const Result age = Apply(ParseFileLimit, {"a30m"});
+  EXPECT_EQ(age.Run->LimitAge, 1800);
+  EXPECT_TRUE(age.Run->LimitsActive);
+  EXPECT_EQ(age.Run->LimitMsgs, 0);
+  EXPECT_EQ(Apply(ParseFileLimit, {"s2g"}).Run->LimitSize, 2147483648);
+  EXPECT_EQ(Apply(ParseFileLimit, {"s5000000000B"}).Run->LimitSize, 5000000000);
+  const Result both = Apply(ParseFileLimit, {"m10", "s1m"});
+  EXPECT_EQ(both.Run->LimitMsgs, 10);
+  EXPECT_EQ(both.Run->LimitSize, 1048576);
+}
+
+TEST(ValueParsers, RefuseWhatTheyCanNotRead) {
+  for (const Refused& one : std::vector<Refused>{
+           {ParseTimeSelection, {"60", "30"}, "You can only specify the 'older than' age once\n"},
+           {ParseTimeSelection, {",5", ",6"}, "You can only specify the 'younger than' age once\n"},
+           {ParseTimeSelection, {""}, "Invalid -T parameter ''\n"},
+           {ParseTimeSelection, {"35791395"}, "Invalid -T parameter '35791395'\n"},
+           {ParseTimeSelection, {"99999999999:0:0"}, "Invalid -T parameter '99999999999:0:0'\n"},
+           {ParseTimeSelection, {"f25/12/2024", "f25/12/2024"}, "You can only specify the 'younger than' time once\n"},
+           {ParseTimeSelection, {"t25/12/2024", "t25/12/2024"}, "You can only specify the 'older than' time once\n"},
+           {ParseTimeSelection, {"f9:00"}, "Unrecognised time format '9:00'\n"},
+           {ParseTimeSelection, {"f12"}, "Unrecognised time format '12'\n"},
+           {ParseTimeSelection, {"fu25/12/24"}, "Unrecognised time format '25/12/24'\n"},
+           {ParseTimeSelection, {"fu25/12/2024_12:00:00x"}, "Unrecognised time format '25/12/2024_12:00:00x'\n"},
+           {ParseTimeSelection, {"fu01/01/1950"}, "Unrecognised time format '01/01/1950'\n"},
+           {ParseTimeSelection, {"f_12:00"}, "Unrecognised time format '_12:00'\n"},
+           {ParseSizeSelection, {"1", "2"}, "You can only specify the 'larger than' message size once\n"},
+           {ParseSizeSelection, {",1", ",2"}, "You can only specify the 'less than' message size once\n"},
+           {ParseSizeSelection, {","}, "Invalid -z parameter ','\n"},
+           {ParseSizeSelection, {"2g"}, "Invalid -z parameter '2g'\n"},
+           {ParseFileLimit, {"a30"}, "Please specify the units for -La parameter '30'\n"},
+           {ParseFileLimit, {"a30mx"}, "Unrecognised -La parameter '30mx'\n"},
+           {ParseFileLimit, {"a"}, "Unrecognised -La parameter ''\n"},
+           {ParseFileLimit, {"a0h"}, "Invalid -La parameter '0h'\n"},
+           {ParseFileLimit, {"a3x"}, "Unrecognised -La file age unit 'x'\n"},
+           {ParseFileLimit, {"a600000h"}, "Invalid -La parameter '600000h'\n"},
+           {ParseFileLimit, {"s30"}, "Please specify the units for -Ls parameter '30'\n"},
+           {ParseFileLimit, {"s3h"}, "Unrecognised -Ls file size unit 'h'\n"},
+           {ParseFileLimit, {"s9000000000g"}, "Invalid -Ls parameter '9000000000g'\n"},
+           {ParseFileLimit, {"m0"}, "Invalid -Lm parameter '0'\n"},
+           {ParseFileLimit, {"m2147483648"}, "Invalid -Lm parameter '2147483648'\n"},
+           {ParseFileLimit, {"x5"}, "Unrecognised -L parameter 'x5'\n"},
+       }) {
+    SCOPED_TRACE(Joined(one.Texts));
+    const Result result = Apply(one.Parse, one.Texts);
+    EXPECT_FALSE(result.Ok);
+    EXPECT_EQ(result.Errors, one.Message);
+  }
+}
