@@ -18,5 +18,6 @@ struct ReaderState {
   std::int64_t LineNumber = 0;         // physical lines of the current file read so far, the first being 1
   std::int64_t FileBytes = 0;          // bytes read from the current input file
   std::int64_t FinishedFileBytes = 0;  // bytes of the input files already finished
-  std::size_t TokenEnd = 0;            // dump tokenizer: where the last token ended in the current line
+  std::size_t TokenEnd = 0;            // dump tokenizer: where the next token is looked for in the current line
+  bool PassedEmptyLine = false;        // the last read went over an empty line, which ends a message
 };

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -22,22 +23,29 @@ class OutputFile {
 
   // Opens with a C library mode ("w", "wb", "ab"...). Returns 0, or errno.
   int Open(const char* name, const char* mode);
+  // Takes over an open stream. Returns 0, or ENOMEM with the stream closed.
+  int Adopt(std::FILE* file);
   // Writes to standard output, which Close leaves open.
   void UseStandardOutput();
   bool is_open() const { return file_ != nullptr; }
 
   // Room for `bytes` (at most kStreamBlock) contiguous bytes; what was filled is kept by Advance. Null when the block
   // had to be written out for it and that failed (error() tells).
-  char* Reserve(std::size_t bytes);
+  char* Reserve(std::size_t bytes) {
+    if (block_ != nullptr && used_ + bytes <= kStreamBlock && error_ == 0) return block_.get() + used_;
+    return WriteBlock() ? block_.get() : nullptr;
+  }
   void Advance(std::size_t bytes) { used_ += bytes; }
   // Appends any number of bytes. False when a write failed.
   bool Append(std::string_view bytes);
 
   // Bytes in the file as the program counts them: what stood there before (append mode) plus what was written since.
   std::int64_t position() const { return written_ + static_cast<std::int64_t>(used_); }
+  // The part of position() that the system has taken.
+  std::int64_t written() const { return written_; }
 
-  // Hands everything to the operating system; with `toDisk` also forces it onto the disk. Returns 0, or errno. An error
-  // stays: every later call fails with it too.
+  // Hands everything to the operating system; with `toDisk` also forces it onto the disk, the file's directory entry
+  // included. Returns 0, or errno. An error stays: every later call fails with it too.
   int Flush(bool toDisk);
   // Flushes and closes. Returns 0, or errno of the first failure since the file was opened.
   int Close(bool toDisk);
@@ -45,11 +53,16 @@ class OutputFile {
 
  private:
   bool WriteBlock();
+  bool Write(const char* data, std::size_t bytes);
+  void Begin(std::FILE* file);
+
   std::FILE* file_ = nullptr;
   std::unique_ptr<char[]> block_;
   std::size_t used_ = 0;
   std::int64_t written_ = 0;
   int error_ = 0;
+  std::string newEntryIn_;  // the directory whose entry for this file may not be on the disk yet
+  bool entryOnDisk_ = true;
 };
 
 class InputFile {
@@ -70,10 +83,23 @@ class InputFile {
   // Back to the first byte. Returns 0, or errno.
   int Rewind();
 
+  // Takes the read block, which otherwise the first read does. Null when memory cannot be had, else its address.
+  const void* AllocateBlock();
+  // Gives the read block back unless it still holds bytes of an open file. Returns the address that it had, or null.
+  const void* ReleaseBlock();
+
   // The next line including its line end, as a view that stays valid until the next call; empty at the end of the file
   // or after a read error (error() tells which). A line of any length is returned whole: one that does not fit the
-  // block makes the block grow. Throws nothing; std::bad_alloc becomes ENOMEM in error().
-  std::string_view NextLine();
+  // block makes the block grow. Throws nothing; a lack of memory is ENOMEM in error().
+  std::string_view NextLine() {
+    if (begin_ < end_) {
+      const char* const from = block_.get() + begin_;
+      if (const void* const lf = std::memchr(from, '\n', end_ - begin_); lf != nullptr) {
+        return Take(static_cast<std::size_t>(static_cast<const char*>(lf) - from) + 1);
+      }
+    }
+    return NextLineBeyondBlock();
+  }
   // Reads raw bytes, at most `bytes`. 0 at the end or after an error.
   std::size_t Read(void* buffer, std::size_t bytes);
   int error() const { return error_; }
@@ -81,12 +107,22 @@ class InputFile {
   std::int64_t consumed() const { return consumed_; }
 
  private:
+  std::string_view Take(std::size_t bytes) {
+    const std::string_view taken(block_.get() + begin_, bytes);
+    begin_ += bytes;
+    consumed_ += static_cast<std::int64_t>(bytes);
+    return taken;
+  }
+  std::string_view NextLineBeyondBlock();
   bool Fill();
+  std::size_t ReadFrom(void* buffer, std::size_t bytes);
+
   std::FILE* file_ = nullptr;
   std::unique_ptr<char[]> block_;
   std::size_t capacity_ = 0;
   std::size_t begin_ = 0;  // first byte not consumed
   std::size_t end_ = 0;    // end of the bytes held
+  std::size_t readAtMost_ = 0;
   bool ended_ = false;
   std::int64_t consumed_ = 0;
   int error_ = 0;

@@ -20,7 +20,15 @@ struct WriterState {
   int MsgsSinceFlush = 0;    // messages that may not be on the disk yet; never outlives its file
   MQLONG LastLength = 0;     // length of the last message
   bool LastWritten = false;  // a message was handed to the writer
+  // Messages wait in the block. When the file fails, those that are not known to have left it are not counted as
+  // written: the counts as they were when the file was `HeldFrom` bytes long, all of which have left the block.
+  std::int64_t HeldFrom = 0;
+  std::int64_t HeldMsgs = 0;   // of MsgsWritten, those whose bytes may still be in the block
+  std::int64_t HeldBytes = 0;  // of BytesWritten, theirs
 };
+
+// Lines of more data bytes than this (-dw) are refused, so that whoever reads a line has room for it.
+inline constexpr int kWidestLine = 16 * 1024 * 1024;
 
 // The file header, or nothing with -dH. `source` may be null; its names are shown when its handle is usable.
 MQLONG WriteFileHeader(Parameters& run, const QueueElement* source);
@@ -28,12 +36,12 @@ MQLONG WriteFileHeader(Parameters& run, const QueueElement* source);
 // the counters. Returns 0, MQRC_RESOURCE_PROBLEM with MessageText, or MQRC_FILE_SYSTEM_ERROR for a time-on-queue entry.
 MQLONG WriteFileMessage(Parameters& run);
 
-// Upper bound of the bytes that the message in hand takes in the file, for the layout in force.
+// Upper bound of the bytes that a message of that length takes in the file, for the layout in force.
 std::int64_t WorstCaseSize(const Parameters& run, MQLONG messageLength);
 
 // Hands the output to the system and, when `toDisk`, onto the disk, before a unit of work is committed. Returns 0, or
 // MQRC_RESOURCE_PROBLEM with MessageText. Nothing to do without an open file.
 MQLONG FlushOutputFile(Parameters& run, bool toDisk);
-// Flushes, syncs to disk and closes the output file, if one is open. Returns 0, or MQRC_RESOURCE_PROBLEM with
-// MessageText (a first message is kept).
+// Flushes and closes the output file, if one is open; what a run removes from its queues is on the disk then. Returns
+// 0, or MQRC_RESOURCE_PROBLEM with MessageText (a first message is kept).
 MQLONG CloseOutputFile(Parameters& run);

@@ -1,0 +1,177 @@
+#include "files/reader.h"
+
+#include <cinttypes>
+#include <cstring>
+
+#include "cmdline/parameters.h"
+#include "files/field_values.h"
+#include "files/hex.h"
+
+namespace {
+
+constexpr char kDumpMark[] = "AMQSBCG0";
+constexpr std::string_view kFileMarks[] = {"* TARVO", "* KORVANEL"};
+
+bool IsDataLine(std::string_view line) {
+  return !line.empty() && (line.front() == 'X' || line.front() == 'S' || line.front() == 'T');
+}
+
+// What stands behind the letter of a data line, from its first character that is no blank.
+std::string_view ValueOf(std::string_view line) {
+  const std::size_t first = line.find_first_not_of(' ', 1);
+  return first == std::string_view::npos ? std::string_view{} : line.substr(first);
+}
+
+// The columns of "A TAG value".
+constexpr std::size_t kTagColumn = 2;
+constexpr std::size_t kTagEnd = kTagColumn + 3;
+constexpr std::size_t kValueColumn = kTagEnd + 1;
+
+// Stores the field of the current line. `field` is the one of the line before, then the one of this line.
+MQLONG ParseAttributeLine(Parameters& run, const DescriptorField*& field) {
+  const std::string_view line = run.Reader.Line;
+  if (line.size() < kTagEnd) return RefuseLine(run, "Invalid attribute line on");
+  const TaggedField target = FindByTag(line.substr(kTagColumn, kTagEnd - kTagColumn), field);
+  if (target.Field == nullptr) return RefuseLine(run, "Unrecognised attribute on");
+  field = target.Field;
+  return line.size() > kValueColumn ? StoreFieldValue(run, target, line.substr(kValueColumn)) : 0;
+}
+
+// The steps below append one line's data at `out`, which has room for every byte of the line and one more, and tell how
+// many bytes they appended.
+
+MQLONG AppendHex(Parameters& run, MQBYTE* out, std::size_t& bytes) {
+  const std::string_view digits = ValueOf(run.Reader.Line);
+  const HexResult decoded = DecodeHex(out, digits.size(), digits);
+  bytes = decoded.Bytes;
+  return decoded.Bad ? RefuseLine(run, kBadHex) : 0;
+}
+
+MQLONG AppendText(Parameters& run, MQBYTE* out, std::size_t& bytes) {
+  constexpr std::size_t kTextColumn = 2;
+  std::string_view text = run.Reader.Line;
+  text.remove_prefix(std::min(text.size(), kTextColumn));
+  std::memcpy(out, text.data(), text.size());
+  out[text.size()] = '\n';
+  bytes = text.size() + 1;
+  return 0;
+}
+
+// The text behind an opening quote.
+MQLONG AppendQuoted(Parameters& run, std::string_view text, MQBYTE* out, std::size_t& bytes) {
+  bytes = 0;
+  for (;;) {
+    const std::size_t plain = std::min(text.find('"'), text.find('~'));
+    if (plain == std::string_view::npos) return RefuseLine(run, "Invalid string line - no terminating \" symbol on");
+    std::memcpy(out + bytes, text.data(), plain);
+    bytes += plain;
+    if (text[plain] == '"') return 0;
+    const char escaped = plain + 1 < text.size() ? text[plain + 1] : '\0';
+    if (escaped != '~' && escaped != '"') return RefuseLine(run, "Unexpected escape sequence on");
+    out[bytes++] = static_cast<MQBYTE>(escaped);
+    text.remove_prefix(plain + 2);
+  }
+}
+
+MQLONG AppendString(Parameters& run, MQBYTE* out, std::size_t& bytes) {
+  std::string_view text = ValueOf(run.Reader.Line);
+  if (!text.empty() && text.front() == '"') return AppendQuoted(run, text.substr(1), out, bytes);
+  const std::size_t last = text.find_last_not_of(' ');
+  bytes = last == std::string_view::npos ? 0 : last + 1;
+  std::memcpy(out, text.data(), bytes);
+  return 0;
+}
+
+MQLONG AppendDataLine(Parameters& run) {
+  const std::string_view line = run.Reader.Line;
+  MQBYTE* const out = RoomForData(run, line.size());
+  if (out == nullptr) return MQRC_STORAGE_NOT_AVAILABLE;
+  std::size_t bytes = 0;
+  const MQLONG reason = line.front() == 'X'   ? AppendHex(run, out, bytes)
+                        : line.front() == 'S' ? AppendString(run, out, bytes)
+                                              : AppendText(run, out, bytes);
+  run.Message.Length += static_cast<MQLONG>(bytes);
+  return reason;
+}
+
+MQLONG ReadDescriptorLines(Parameters& run) {
+  bool end = false;
+  const char kind = run.Reader.Line.front();
+  if (kind != 'A' && kind != 'N') {
+    SetMessageText(run, "Expected message attribute at line % " PRId64 " of file '%s'", run.Reader.LineNumber,
+                   run.Naming.InputName.c_str());
+    return MQRC_FILE_SYSTEM_ERROR;
+  }
+  if (kind == 'N') {
+    if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
+  }
+  const DescriptorField* field = nullptr;
+  while (!run.Reader.Line.empty() && run.Reader.Line.front() == 'A') {
+    if (const MQLONG reason = ParseAttributeLine(run, field); reason != 0) return reason;
+    if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
+  }
+  return IsDataLine(run.Reader.Line) ? 0 : RefuseLine(run, "Expected message at");
+}
+
+MQLONG ReadDataLines(Parameters& run) {
+  bool end = false;
+  while (IsDataLine(run.Reader.Line)) {
+    if (const MQLONG reason = AppendDataLine(run); reason != 0) return reason;
+    if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) {
+      // Behind an empty line the message is whole. The failure stays with the file, so that the next read meets it.
+      if (!run.Reader.PassedEmptyLine) return reason;
+      run.MessageText.clear();
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+
+MQLONG CheckInputFormat(Parameters& run, FormatCheck& check) {
+  check = {};
+  run.Flags &= ~FLAG_INPUT_BROWSE_FORMAT;
+  std::string_view& line = run.Reader.Line;
+  do {
+    if (const MQLONG reason = ReadFileLine(run, true, check.Empty, true); reason != 0) return reason;
+    if (check.Empty) return 0;
+  } while (line.find_first_not_of("\t\r\n ") == std::string_view::npos);
+  if (line.starts_with(kDumpMark)) {
+    run.Flags |= FLAG_INPUT_BROWSE_FORMAT;
+  } else if (!line.starts_with(kFileMarks[0]) && !line.starts_with(kFileMarks[1])) {
+    SetMessageText(run, "File '%s' does not appear to be a TARVO file", run.Naming.InputName.c_str());
+    return MQRC_FILE_SYSTEM_ERROR;
+  }
+  return ReadFileLine(run, true, check.OnlyMark);
+}
+
+MQLONG ReadFileMessage(Parameters& run, bool& end) {
+  run.Message.Descriptor = DefaultDescriptor();
+  run.Message.Length = 0;
+  if (const MQLONG reason = ReadFileLine(run, false, end); reason != 0 || end) return reason;
+  if (const MQLONG reason = ReadDescriptorLines(run); reason != 0) return reason;
+  return ReadDataLines(run);
+}
+
+MQLONG ReadNextFileMessage(Parameters& run) {
+  for (;;) {
+    bool end = false;
+    const bool dump = run.Has(FLAG_INPUT_BROWSE_FORMAT);
+    const MQLONG reason = dump ? ReadDumpMessage(run, end) : ReadFileMessage(run, end);
+    if (reason != 0) return reason;
+    if (!end) {
+      run.Message.Data = run.Message.Buffer.data();
+      run.Message.Delivered = run.Message.Length;
+      return 0;
+    }
+    if (run.Has(FLAG_INPUT_INSERTS)) {
+      CloseInputFile(run);
+      run.Reader.TokenEnd = 0;
+      const MQLONG opened = OpenFiles(run, {.Input = true});
+      if (opened == 0) continue;
+      if (!run.MessageText.empty()) return opened;  // without a text the set has come to its end
+    }
+    run.Finished = true;
+    return 0;
+  }
+}

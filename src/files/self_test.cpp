@@ -1,0 +1,125 @@
+#include "files/self_test.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "cmdline/parameters.h"
+#include "common/cs.h"
+#include "files/descriptor_fields.h"
+#include "files/reader.h"
+#include "platform/system.h"
+
+namespace {
+
+constexpr int kDataLength = 4096;
+
+struct LayoutCase {
+  const char* Title;
+  std::uint32_t Flags;
+};
+
+constexpr LayoutCase kLayouts[] = {{"  Testing Hex file\n", 0},
+                                   {"  Testing Ascii file\n", FLAG_ASCII_LINES},
+                                   {"  Testing Ascii column file\n", FLAG_ASCII_LINES | FLAG_ASCII_COLUMNS}};
+
+// Every field that has a tag holds its place in the table, so that no two fields are alike.
+MQMD TestDescriptor() {
+  MQMD descriptor;
+  auto* const bytes = reinterpret_cast<unsigned char*>(&descriptor);
+  for (MQLONG i = 0; DescriptorFields[i].Kind != FieldKind::End; ++i) {
+    const DescriptorField& field = DescriptorFields[i];
+    if (field.Tag[0] == '\0') continue;
+    if (field.Kind == FieldKind::Integer) {
+      std::memcpy(bytes + field.Offset, &i, sizeof i);
+    } else {
+      std::memset(bytes + field.Offset, field.Kind == FieldKind::String ? 'a' + i : i, field.Length);
+    }
+  }
+  descriptor.Version = MQMD_VERSION_2;
+  return descriptor;
+}
+
+[[noreturn]] void Mismatch(const char* text, int line, long long value) {
+  std::fputs(text, stdout);
+  std::fflush(stdout);
+  CSTrap("tarvofnc", __TIMESTAMP__, line, value);
+}
+
+bool WriteTestFile(Parameters& test, const std::string& name) {
+  if (test.Writer.Out.Adopt(OpenTemporaryForWrite(name)) != 0) {
+    std::printf("Can not open test file '%s' for output\n", name.c_str());
+    return false;
+  }
+  MQLONG reason = WriteFileMessage(test);
+  if (reason == 0) reason = CloseOutputFile(test);
+  if (reason != 0) std::printf("WriteFileMessage returned RC(%d)\n", reason);
+  return reason == 0;
+}
+
+bool ReadTestFile(Parameters& test, const std::string& name) {
+  if (test.Reader.In.Open(name.c_str(), "r") != 0) {
+    std::printf("Can not open test file '%s' for input\n", name.c_str());
+    return false;
+  }
+  test.Reader.Line = {};
+  test.Reader.LineNumber = 0;
+  test.Message.Length = 0;
+  std::memset(static_cast<void*>(&test.Message.Descriptor), 0, sizeof test.Message.Descriptor);
+  bool end = false;
+  const MQLONG reason = ReadFileMessage(test, end);
+  if (reason != 0) std::printf("ReadFileMessage returned RC(%d)\n", reason);
+  return reason == 0;
+}
+
+bool TestLayout(Parameters& test, const LayoutCase& layout, const MQMD& descriptor, MQBYTE* data) {
+  std::fputs(layout.Title, stdout);
+  const std::string name = TemporaryFilePath("tarvo.tst");
+  test.Flags = (test.Flags & ~(FLAG_ASCII_LINES | FLAG_ASCII_COLUMNS)) | layout.Flags;
+  test.Reader.In.Close();
+  test.Writer.FileName.Assign(name);
+  test.Naming.InputName.Assign(name);
+  CurrentMessage& message = test.Message;
+  message.Descriptor = descriptor;
+  message.Data = data;
+  message.Length = message.Delivered = kDataLength;
+  if (!WriteTestFile(test, name) || !ReadTestFile(test, name)) return false;
+  if (std::memcmp(&message.Descriptor, &descriptor, sizeof descriptor) != 0) {
+    Mismatch("Message Descriptors don't match\n", __LINE__, 0);
+  }
+  if (message.Length != kDataLength) Mismatch("Message length does not match\n", __LINE__, message.Length);
+  if (std::memcmp(message.Buffer.data(), data, kDataLength) != 0) Mismatch("Message does not match!\n", __LINE__, 0);
+  return true;
+}
+
+bool TestLayouts(Parameters& test) {
+  const std::unique_ptr<MQBYTE, void (*)(void*)> data(static_cast<MQBYTE*>(CSGetMem(kDataLength)), CSFreeMem);
+  if (data == nullptr || GrowMessageBuffer(test, kDataLength) != 0) {
+    std::printf("Can not allocate %d bytes\n", kDataLength);
+    return false;
+  }
+  if (CreateLineBuffer(test) != 0) {
+    std::printf("Can not allocate line area\n");
+    return false;
+  }
+  for (int i = 0; i < kDataLength; ++i) data.get()[i] = static_cast<MQBYTE>(i);
+  const MQMD descriptor = TestDescriptor();
+  for (const LayoutCase& layout : kLayouts) {
+    if (!TestLayout(test, layout, descriptor, data.get())) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void RunFileFormatTest(Parameters&) {
+  std::printf("\nRunning file format tests");
+  std::printf("\n-------------------------\n");
+  Parameters test;  // a run of its own, with the program's defaults
+  if (TestLayouts(test)) {
+    std::printf("All tests passed\n");
+    std::printf("----------------\n\n");
+  }
+  std::fflush(stdout);
+}
