@@ -1,21 +1,11 @@
 #include "engine/rate.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <ctime>
 #include <limits>
-#include <thread>
 
 #include "cmdline/parameters.h"
-#include "platform/system.h"
-
-const PaceClock kSystemClock = {
-    TickCount,
-    [] { return static_cast<std::int64_t>(std::time(nullptr)); },
-    [](std::int64_t millis) { std::this_thread::sleep_for(std::chrono::milliseconds(millis)); },
-};
 
 namespace {
 

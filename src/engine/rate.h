@@ -2,9 +2,13 @@
 
 // The pace of a run: rate control and status lines.
 
+#include <chrono>
 #include <cstdint>
+#include <ctime>
+#include <thread>
 
 #include "mq/mqi.h"
+#include "platform/system.h"
 
 struct Parameters;
 
@@ -14,7 +18,12 @@ struct PaceClock {
   std::int64_t (*Seconds)();           // since 1970
   void (*Sleep)(std::int64_t millis);  // milliseconds
 };
-extern const PaceClock kSystemClock;
+// Defined here because the record of every run points to it, also in programs that pace nothing.
+inline const PaceClock kSystemClock = {
+    TickCount,
+    [] { return static_cast<std::int64_t>(std::time(nullptr)); },
+    [](std::int64_t millis) { std::this_thread::sleep_for(std::chrono::milliseconds(millis)); },
+};
 
 struct RateState {
   int RateGuess = 1000;               // messages allowed in the current one-second period
