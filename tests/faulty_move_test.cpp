@@ -1,0 +1,202 @@
+// A failure or a sudden death at any single call of a move: on one queue manager every message ends in exactly one
+// place; between two, only a failure between the two commits may leave the messages of that one unit on both, never on
+// neither.
+
+#include <algorithm>
+#include <map>
+#include <thread>
+
+#include "harness.h"
+
+namespace {
+
+constexpr int kMessages = 7;
+constexpr int kUnit = 3;
+const char* const kUnitOption = "-t3";
+
+using Counts = std::map<std::string, int>;
+
+Counts CountTexts(const std::vector<std::vector<std::string>>& places) {
+  Counts counts;
+  for (const auto& place : places) {
+    for (const auto& text : place) ++counts[text];
+  }
+  return counts;
+}
+
+class FaultyMove : public Sandbox {
+ protected:
+  void SetUp() override {
+    CreateQueueManager("QM1", {"Q1", "Q2"});
+    CreateQueueManager("QM2", {"Q2"});
+  }
+
+  void Fill() {
+    ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q1)\nCLEAR QLOCAL(Q2)\n").Exit, 0);
+    ASSERT_EQ(LocalMq({"QM2"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
+    Queues("QM1").PutNumbered("Q1", kMessages, "m");
+  }
+
+  // How often the clean run makes each call.
+  std::map<std::string, int> CallsOfCleanRun(const std::vector<std::string>& arguments) {
+    Fill();
+    const Outcome outcome = TarvoWithFaults("", arguments);
+    EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+    std::map<std::string, int> calls;
+    for (const auto& line : Trace()) ++calls[line.substr(0, line.find(' '))];
+    return calls;
+  }
+
+  // Runs the command once for every call and every kind of fault, and looks at the outcome of each.
+  template <typename Check>
+  void ForEveryFault(const std::vector<std::string>& arguments, Check check) {
+    const auto calls = CallsOfCleanRun(arguments);
+    for (const char* call : {"MQCONNX", "MQOPEN", "MQINQ", "MQGET", "MQPUT", "MQCMIT", "MQDISC"}) {
+      const auto found = calls.find(call);
+      ASSERT_NE(found, calls.end()) << call;
+      for (int n = 1; n <= found->second; ++n) {
+        for (const char* action : {"2009", "after:2009", "kill", "after:kill"}) {
+          const std::string script = std::string(call) + ":" + std::to_string(n) + "=" + action;
+          SCOPED_TRACE(script);
+          Fill();
+          check(script, TarvoWithFaults(script, arguments));
+          if (HasFatalFailure()) return;
+        }
+      }
+    }
+  }
+};
+
+TEST_F(FaultyMove, OnOneQueueManagerEveryMessageIsInExactlyOnePlace) {
+  ForEveryFault({"-mQM1", "-IQ1", "-oQ2", kUnitOption}, [&](const std::string& script, const Outcome& outcome) {
+    Queues queues("QM1");
+    const Counts counts = CountTexts({queues.Texts("Q1"), queues.Texts("Q2")});
+    EXPECT_EQ(counts.size(), static_cast<std::size_t>(kMessages)) << outcome.Err;
+    for (const auto& [text, n] : counts) EXPECT_EQ(n, 1) << text << "\n" << outcome.Err;
+    const bool harmless = script.starts_with("MQINQ") || script.starts_with("MQDISC") ||
+                          script.starts_with("MQOPEN:1=");  // what the program can do without
+    EXPECT_TRUE(harmless || outcome.Exit != 0);
+  });
+}
+
+TEST_F(FaultyMove, BetweenTwoQueueManagersAtMostOneUnitIsOnBoth) {
+  ForEveryFault({"-mQM1", "-IQ1", "-mQM2", "-oQ2", kUnitOption},
+                [&](const std::string& script, const Outcome& outcome) {
+                  const auto there = Queues("QM2").Texts("Q2");
+                  const Counts counts = CountTexts({Queues("QM1").Texts("Q1"), there});
+                  EXPECT_EQ(counts.size(), static_cast<std::size_t>(kMessages)) << outcome.Err;
+                  const auto doubled =
+                      std::count_if(counts.begin(), counts.end(), [](const auto& entry) { return entry.second > 1; });
+                  const bool betweenCommits = script.starts_with("MQCMIT");
+                  EXPECT_LE(doubled, betweenCommits ? kUnit : 0) << outcome.Err;
+                  EXPECT_EQ(there.size() % kUnit == 0 || there.size() == kMessages, true) << there.size();
+                });
+}
+
+TEST_F(FaultyMove, IntoAFileNothingLeavesTheQueueThatIsNotInTheFile) {
+  std::vector<std::string> arguments = {"-mQM1", "-IQ1", "-Fout.tvo", "-dt", kUnitOption};
+  const auto calls = CallsOfCleanRun(arguments);
+  for (const char* call : {"MQGET", "MQCMIT", "MQDISC"}) {
+    for (int n = 1; n <= calls.at(call); ++n) {
+      for (const char* action : {"2009", "after:2009", "kill", "after:kill"}) {
+        const std::string script = std::string(call) + ":" + std::to_string(n) + "=" + action;
+        SCOPED_TRACE(script);
+        Fill();
+        std::filesystem::remove(Path("out.tvo"));
+        TarvoWithFaults(script, arguments);
+        std::vector<std::string> written;
+        for (const auto& line : Lines(ReadText("out.tvo"))) {
+          if (line.starts_with("T ")) written.push_back(line.substr(2));
+        }
+        EXPECT_EQ(CountTexts({Queues("QM1").Texts("Q1"), written}).size(), static_cast<std::size_t>(kMessages));
+      }
+    }
+  }
+}
+
+TEST_F(FaultyMove, FailingBackoutsLeaveTheUnitToTheQueueManager) {
+  for (const char* script :
+       {"MQPUT:5=2053;MQBACK:*=2009", "MQPUT:5=2053;MQBACK@QM2:*=2009", "MQPUT:5=2053;MQBACK@QM1:*=2009",
+        "MQCMIT@QM2:1=2003;MQBACK:*=2009", "MQCMIT@QM1:2=2009;MQBACK:*=2009"}) {
+    SCOPED_TRACE(script);
+    Fill();
+    const auto outcome = TarvoWithFaults(script, {"-mQM1", "-IQ1", "-mQM2", "-oQ2", kUnitOption});
+    EXPECT_NE(outcome.Exit, 0);
+    const auto trace = Trace();
+    for (const char* qmgr : {"QM1", "QM2"}) {
+      // Where the last backout of a connection failed, no disconnect may follow: it would commit.
+      std::string last;
+      for (const auto& line : trace) {
+        if (line.find(std::string("qmgr=") + qmgr) == std::string::npos) continue;
+        const bool backoutFailed = last.starts_with("MQBACK") && last.find("cc=2") != std::string::npos;
+        EXPECT_FALSE(line.starts_with("MQDISC") && backoutFailed) << line;
+        last = line;
+      }
+    }
+    const Counts counts = CountTexts({Queues("QM1").Texts("Q1"), Queues("QM2").Texts("Q2")});
+    EXPECT_EQ(counts.size(), static_cast<std::size_t>(kMessages)) << outcome.Err;
+    const bool secondCommitFailed = std::string(script).find("MQCMIT@QM1") != std::string::npos;
+    for (const auto& [text, n] : counts) EXPECT_LE(n, secondCommitFailed ? 2 : 1) << text;
+  }
+}
+
+TEST_F(FaultyMove, KilledAtAnyMomentNothingIsLost) {
+  Fill();
+  Queues("QM1").PutNumbered("Q1", 3000, "k");
+  const int all = Queues("QM1").Depth("Q1");
+  for (int round = 0; round < 20 && Queues("QM1").Depth("Q1") > 0; ++round) {
+    harness::Process moving({harness::ProgramFolder() / "tarvo",
+                             {"-q", "-mQM1", "-IQ1", "-oQ2", "-t20"},
+                             Path("."),
+                             environment(),
+                             {},
+                             {}});
+    std::this_thread::sleep_for(std::chrono::milliseconds(20 + 7 * round));
+    moving.Kill();
+    Queues queues("QM1");
+    EXPECT_EQ(queues.Depth("Q1") + queues.Depth("Q2"), all);
+    EXPECT_EQ(CountTexts({queues.Texts("Q1"), queues.Texts("Q2")}).size(), static_cast<std::size_t>(all));
+  }
+}
+
+TEST_F(FaultyMove, EveryCallHasTheOptionsItsContextNeeds) {
+  const struct {
+    const char* Context;
+    MQLONG Open;
+    MQLONG Put;
+  } cases[] = {
+      {"-CA", MQOO_SET_ALL_CONTEXT, MQPMO_SET_ALL_CONTEXT},
+      {"-CI", MQOO_SET_IDENTITY_CONTEXT, MQPMO_SET_IDENTITY_CONTEXT},
+      {"-Ca", MQOO_PASS_ALL_CONTEXT, MQPMO_PASS_ALL_CONTEXT},
+      {"-Ci", MQOO_PASS_IDENTITY_CONTEXT, MQPMO_PASS_IDENTITY_CONTEXT},
+      {"-Cd", 0, MQPMO_DEFAULT_CONTEXT},
+      {"-Cn", 0, MQPMO_NO_CONTEXT},
+      {"-Ct", MQOO_SET_ALL_CONTEXT, MQPMO_SET_ALL_CONTEXT},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.Context);
+    Fill();
+    ASSERT_EQ(TarvoWithFaults("", {"-mQM1", "-IQ1", "-oQ2", c.Context}).Exit, 0);
+    const std::string trace = ReadText("trace.txt");
+    const auto options = [](const char* name, MQLONG value) { return std::string(name) + std::to_string(value); };
+    EXPECT_NE(trace.find(options("options=", MQOO_OUTPUT | c.Open)), std::string::npos);
+    EXPECT_EQ(Occurrences(trace, options("options=", MQPMO_SYNCPOINT | c.Put) + " "), kMessages) << trace;
+    EXPECT_EQ(Occurrences(trace, "MQGET #"), kMessages + 1);
+    EXPECT_GE(Occurrences(trace, options("options=", MQGMO_SYNCPOINT | MQGMO_PROPERTIES_FORCE_MQRFH2)), kMessages);
+  }
+}
+
+TEST_F(FaultyMove, OlderQueueManagersAreServedWithOlderStructures) {
+  Fill();
+  const auto retried = TarvoWithFaults("MQCONNX:1=2139", {"-mQM1", "-IQ1", "-oQ2"});
+  EXPECT_EQ(retried.Exit, 0) << retried.Err;
+  EXPECT_EQ(Occurrences(ReadText("trace.txt"), "MQCONNX #2"), 1);
+  Fill();
+  const auto synchronous = TarvoWithFaults("MQPUT:1=2046", {"-mQM1", "-IQ1", "-oQ2", "-Oa"});
+  EXPECT_EQ(synchronous.Exit, 0) << synchronous.Err;
+  EXPECT_EQ(Queues("QM1").Depth("Q2"), kMessages);
+  const std::string trace = ReadText("trace.txt");
+  EXPECT_EQ(Occurrences(trace, "MQPUT #"), kMessages + 1);
+}
+
+}  // namespace
