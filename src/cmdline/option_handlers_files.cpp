@@ -1,11 +1,9 @@
 // Files: -f -F -a -L -n -j -d.
 
-#include <algorithm>
 #include <cstring>
 #include <string_view>
 
 #include "cmdline/help.h"
-#include "cmdline/numbers.h"
 #include "cmdline/option_handlers.h"
 #include "cmdline/parameters.h"
 #include "cmdline/value_parsers.h"

@@ -1,5 +1,6 @@
 #include "cmdline/selection_report.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <ctime>
 #include <span>
