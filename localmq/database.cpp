@@ -179,7 +179,9 @@ MQLONG Transaction::Commit() {
   const MQLONG reason = commit.Run();
   if (reason == MQRC_NONE) {
     open_ = false;
-    ++changesOfProcess;
+    // This database's version tells of the changes of others only, so its own change leaves what it knows true.
+    const std::uint64_t before = changesOfProcess.fetch_add(1);
+    if (database_.versionChanges_ == before) database_.versionChanges_ = before + 1;
   }
   return reason;
 }
