@@ -7,7 +7,7 @@
 #include "cmdline/help.h"
 #include "cmdline/option_handlers.h"
 #include "cmdline/parameters.h"
-#include "files/self_test.h"
+#include "files/format_check.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "files/self_test.h"
+#include "files/format_check.h"
 
 #include <cstdio>
 #include <cstring>
