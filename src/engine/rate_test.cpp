@@ -1,0 +1,195 @@
+#include "engine/rate.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "engine/fake_mq_test.h"
+
+namespace {
+
+// A clock that stands still unless somebody sleeps or the test moves it.
+std::uint32_t ticks = 0;
+std::int64_t seconds = 0;
+std::vector<std::int64_t> sleeps;
+constexpr PaceClock kFakeClock = {
+    [] { return ticks; },
+    [] { return seconds; },
+    [](std::int64_t millis) {
+      sleeps.push_back(millis);
+      ticks += static_cast<std::uint32_t>(millis);
+    },
+};
+
+int depth = 0;
+void InquireDepth(MQHCONN, MQHOBJ, MQLONG, const MQLONG* selectors, MQLONG, MQLONG* values, MQLONG, MQCHAR*,
+                  MQLONG* compCode, MQLONG* reason) {
+  EXPECT_EQ(selectors[0], MQIA_CURRENT_Q_DEPTH);
+  *values = depth;
+  *compCode = depth < 0 ? MQCC_FAILED : MQCC_OK;
+  *reason = 0;
+}
+
+struct RateTest : testing::Test, FakeRun {
+  RateTest() {
+    ticks = 0xFFFFFF00U;  // wraps in the first period
+    seconds = 5000;
+    depth = 0;
+    sleeps.clear();
+    run.Pace.Clock = &kFakeClock;
+    run.QMgrs[0].Api.MQINQ = InquireDepth;
+    run.Now = seconds;
+    run.Uow.SyncpointActive = true;
+  }
+  // Messages handled until the next period ends, and what that printed.
+  int RunPeriod(std::uint32_t millisPerMessage = 0) {
+    const std::size_t sleepsBefore = sleeps.size();
+    const int commitsBefore = mq.Count("MQCMIT");
+    testing::internal::CaptureStdout();
+    int messages = 0;
+    while (!ended && mq.Count("MQCMIT") == commitsBefore && messages < 100000) {
+      ticks += millisPerMessage;
+      ++messages;
+      EXPECT_EQ(PaceMessage(run, ended), 0);
+    }
+    printed = testing::internal::GetCapturedStdout();
+    slept = sleeps.size() > sleepsBefore ? sleeps.back() : 0;
+    return messages;
+  }
+  bool ended = false;
+  std::string printed;
+  std::int64_t slept = 0;
+};
+
+TEST_F(RateTest, AFixedRateFillsEachSecond) {
+  run.Rate = 100;
+  StartRate(run);
+  for (int period = 0; period < 3; ++period) {
+    EXPECT_EQ(RunPeriod(4), 100);
+    EXPECT_EQ(printed, "100 msgs sent in 400 milliseconds\n");
+    EXPECT_EQ(slept, 600);
+  }
+  EXPECT_EQ(mq.Count("MQCMIT"), 3);
+}
+
+TEST_F(RateTest, AFixedRateThatCannotBeReachedSaysSoAndDoesNotSleep) {
+  run.Rate = 100;
+  StartRate(run);
+  EXPECT_EQ(RunPeriod(13), 100);
+  EXPECT_EQ(printed, "Can not achieve 100 msgs/second, took 1.3 seconds\n");
+  EXPECT_TRUE(sleeps.empty());
+}
+
+TEST_F(RateTest, EndsBehindItsDuration) {
+  run.Rate = 10;
+  run.RateDuration = 2;
+  StartRate(run);
+  seconds += 2;
+  RunPeriod();
+  EXPECT_FALSE(ended);
+  ++seconds;
+  RunPeriod();
+  EXPECT_TRUE(ended);
+  EXPECT_EQ(printed, "10 msgs sent in 0 milliseconds\nRequired Rate End Time Reached.\n");
+}
+
+TEST_F(RateTest, AFailedCommitEndsTheRun) {
+  run.Rate = 1;
+  StartRate(run);
+  mq.Script["MQCMIT"] = {{MQCC_FAILED, MQRC_BACKED_OUT}};
+  EXPECT_EQ(PaceMessage(run, ended), MQRC_BACKED_OUT);
+}
+
+TEST_F(RateTest, AnAdaptiveRateFollowsTheConsumer) {
+  run.Rate = -1;
+  run.Verbose = VERBOSE_RATE;
+  StartRate(run);
+  depth = 200;  // of 1000 put in half a second, 800 were taken
+  ticks += 500;
+  EXPECT_EQ(RunPeriod(), 1000);
+  EXPECT_EQ(printed,
+            "  Period:500 Guess:1000 Rate:1000 Remain:0 Depth:200 Processed:800\n"
+            "  800 msgs sent in  500 milliseconds\n  Adjust:2.00\n  Sleeping for 500\n");
+  EXPECT_EQ(slept, 500);
+  EXPECT_EQ(run.Pace.RateGuess, 2000);
+  // The depth at the start of the period counts towards the quota; a late period limits the adjustment to 5 %.
+  ticks += 2000;
+  EXPECT_EQ(RunPeriod(), 1800);
+  EXPECT_EQ(run.Pace.RateGuess, 1900);
+  EXPECT_NE(printed.find("  Adjust:0.95\n  Sleep skipped\n"), std::string::npos) << printed;
+}
+
+TEST_F(RateTest, ADeepTargetIsDrained) {
+  run.Rate = -1;
+  depth = 6000;
+  StartRate(run);
+  depth = 5900;
+  ticks += 1000;
+  RunPeriod();
+  EXPECT_EQ(printed, "Message Rate   101 msgs/sec\n");
+  EXPECT_EQ(run.Pace.RateGuess, 101);
+}
+
+TEST_F(RateTest, NothingDividesByZeroWhenNobodyConsumes) {
+  run.Rate = -1;
+  depth = 6000;
+  StartRate(run);
+  for (int period = 0; period < 5; ++period) {
+    ++depth;
+    RunPeriod();
+    EXPECT_EQ(printed, "Target Queue does not appear to be being processed.\n");
+  }
+  EXPECT_EQ(run.Pace.RateGuess, 0);
+  // Somebody else puts too, then the consumer starts and the quota recovers from 0.
+  depth += 500;
+  RunPeriod();
+  EXPECT_EQ(run.Pace.RateGuess, 0);
+  depth = 100;
+  RunPeriod();
+  EXPECT_GT(run.Pace.RateGuess, 0);
+}
+
+TEST_F(RateTest, AnInstantConsumerNeverOverflowsTheQuota) {
+  run.Rate = -1;
+  StartRate(run);
+  run.Pace.RateGuess = 2000000000;
+  run.Pace.RatePeriodCount = 1999999999;
+  RunPeriod();
+  EXPECT_EQ(run.Pace.RateGuess, 2147483647);
+}
+
+struct StatusTest : RateTest {
+  std::string Check() {
+    testing::internal::CaptureStderr();
+    CheckStatus(run);
+    const std::string line = testing::internal::GetCapturedStderr();
+    return line.empty() ? line : line.substr(line.find('>'));
+  }
+  StatusTest() { run.Status.LastStatusTime = run.Status.LastRateTime = seconds; }
+};
+
+TEST_F(StatusTest, CountsAreCarriedUntilTheClockHasMoved) {
+  run.MsgsRead = run.Status.StatusMsgs = 999;
+  EXPECT_EQ(Check(), "");
+  run.MsgsRead = run.Status.StatusMsgs = 1000;
+  EXPECT_EQ(Check(), "> Status - Read:      1000 Written:         0 Thruput:       * msg/sec\n");
+  run.MsgsRead = 2000;
+  run.MsgsWritten = 1900;
+  run.Status.StatusMsgs = 1000;
+  seconds += 4;
+  EXPECT_EQ(Check(), "> Status - Read:      2000 Written:      1900 Thruput:   500.0 msg/sec\n");
+  EXPECT_EQ(run.Status.StatusCarry, 0U);
+}
+
+TEST_F(StatusTest, ALineIsPrintedWhenItsTimeHasPassed) {
+  run.StatusEverySecs = 10;
+  run.Status.StatusMsgs = 5;
+  seconds += 10;
+  EXPECT_EQ(Check(), "");
+  ++seconds;
+  EXPECT_EQ(Check(), "> Status - Read:         0 Written:         0 Thruput:     0.5 msg/sec\n");
+  EXPECT_EQ(Check(), "");
+}
+
+}  // namespace

@@ -1,0 +1,86 @@
+#include "engine/statistics.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "engine/fake_mq_test.h"
+
+namespace {
+
+constexpr std::int64_t kStart = 1700000000;  // 2023-11-14 22:13:20
+
+struct StatisticsTest : testing::Test, FakeRun {
+  StatisticsTest() {
+    run.StartTime = kStart;
+    run.NowCentis = kStart * 100 + 25;
+    run.Message.Descriptor = DefaultDescriptor();
+  }
+  void Collect(std::int64_t age, MQLONG size, int hundredths = 0) {
+    const std::time_t put = kStart - age;
+    char text[16];
+    std::strftime(text, sizeof text, "%Y%m%d%H%M%S", std::gmtime(&put));
+    MQMD& descriptor = run.Message.Descriptor;
+    FillField(descriptor.PutDate, 8, std::string_view(text, 8));
+    const std::string centis = {static_cast<char>('0' + hundredths / 10), static_cast<char>('0' + hundredths % 10)};
+    FillField(descriptor.PutTime, 8, std::string(text + 8, 6) + centis);
+    Collect(size);
+  }
+  void Collect(MQLONG size) {
+    run.Message.Length = size;
+    run.Message.Descriptor.MsgId[0] = static_cast<MQBYTE>(++run.SelectedCount);
+    CollectSummary(run);
+  }
+  SummaryState& summary = run.Summary;
+};
+
+TEST_F(StatisticsTest, BoundsBelongToTheNextBucket) {
+  for (int i = 0; i + 1 < kAgeBuckets; ++i) {
+    summary = {};
+    const std::int64_t bound = kAgeTable[i].Bound;
+    Collect(bound - 1, 0);
+    Collect(bound, 0);
+    EXPECT_EQ(summary.AgeCounts[i], 1) << kAgeTable[i].Label;
+    EXPECT_EQ(summary.AgeCounts[i + 1], 1) << kAgeTable[i].Label;
+  }
+  for (int i = 0; i + 1 < kSizeBuckets; ++i) {
+    summary = {};
+    const auto bound = static_cast<MQLONG>(kSizeTable[i].Bound);
+    Collect(0, bound - 1);
+    Collect(0, bound);
+    EXPECT_EQ(summary.SizeCounts[i], 1) << kSizeTable[i].Label;
+    EXPECT_EQ(summary.SizeCounts[i + 1], 1) << kSizeTable[i].Label;
+  }
+}
+
+TEST_F(StatisticsTest, ExtremesKeepTheEarlierOfEquals) {
+  Collect(50, 500, 10);
+  Collect(50, 500);
+  EXPECT_EQ(summary.OldestMsgId[0], 1);
+  EXPECT_EQ(summary.YoungestMsgId[0], 1);
+  EXPECT_EQ(summary.BiggestMsgId[0], 1);
+  EXPECT_EQ(summary.SmallestMsgId[0], 1);
+  EXPECT_EQ(summary.YoungestAgeCentis, 50 * 100 + 15);
+  Collect(86400 * 3, 499);
+  Collect(49, 501, 99);
+  EXPECT_EQ(summary.OldestMsgId[0], 3);
+  EXPECT_EQ(summary.SmallestMsgId[0], 3);
+  EXPECT_EQ(summary.YoungestMsgId[0], 4);
+  EXPECT_EQ(summary.YoungestAgeCentis, 49 * 100 - 74);
+  EXPECT_EQ(summary.BiggestMsgId[0], 4);
+  EXPECT_EQ(summary.AgeSumCentis, 5015 + 5025 + 86400 * 300 + 25 + 4826);
+}
+
+TEST_F(StatisticsTest, AMessageWithoutPutTimeIsAsOldAsTheEpochAndOneFromTheFutureIsYoung) {
+  MQMD& descriptor = run.Message.Descriptor;
+  FillField(descriptor.PutDate, 8, "");
+  FillField(descriptor.PutTime, 8, "");
+  Collect(10);
+  EXPECT_EQ(summary.OldestAge, kStart);
+  EXPECT_EQ(summary.AgeCounts[kAgeBuckets - 1], 1);
+  Collect(-30, 10);
+  EXPECT_EQ(summary.YoungestAge, -30);
+  EXPECT_EQ(summary.AgeCounts[0], 1);
+}
+
+}  // namespace
