@@ -10,11 +10,11 @@
 namespace {
 
 // What a byte is to the layouts.
-enum : std::uint8_t { kPlain = 1, kPrintable = 2, kUnescaped = 4 };
+enum : std::uint8_t { kPlain = 1, kPrintable = 2, kEscaped = 4 };
 
 constexpr auto kClasses = [] {
   std::array<std::uint8_t, 256> classes{};
-  for (unsigned c = 0x20; c < 0x7F; ++c) classes[c] = kPrintable | (c == '"' || c == '~' ? 0 : kUnescaped);
+  for (unsigned c = 0x20; c < 0x7F; ++c) classes[c] = kPrintable | (c == '"' || c == '~' ? kEscaped : 0);
   for (unsigned c = '0'; c <= '9'; ++c) classes[c] |= kPlain;
   for (unsigned c = 'A'; c <= 'Z'; ++c) classes[c] |= kPlain;
   for (unsigned c = 'a'; c <= 'z'; ++c) classes[c] |= kPlain;
@@ -109,18 +109,33 @@ bool AppendHexLine(OutputFile& out, DataBytes data, LineForm form) {
   return out.Append("\n");
 }
 
-// The text with a tilde before each quote and each tilde.
-bool AppendEscaped(OutputFile& out, DataBytes data) {
-  while (!data.empty()) {
-    const std::size_t plain = RunLength<true>(data, kUnescaped);
-    if (!out.Append(AsText(Head(data, plain)))) return false;
-    data = data.subspan(plain);
-    if (data.empty()) return true;
-    const char escaped[] = {'~', static_cast<char>(data.front())};
-    if (!out.Append({escaped, sizeof escaped})) return false;
-    data = data.subspan(1);
+// The bytes with a tilde before each quote and each tilde; returns the place behind them.
+char* PutEscaped(char* out, DataBytes data) {
+  for (const MQBYTE byte : data) {
+    *out = '~';
+    out += (ClassOf(byte) & kEscaped) != 0 ? 1 : 0;
+    *out++ = static_cast<char>(byte);
   }
-  return true;
+  return out;
+}
+
+// One string line, in as many pieces as it takes.
+bool AppendStringLine(OutputFile& out, DataBytes data) {
+  constexpr std::string_view kOpening = "S \"";
+  constexpr std::string_view kClosing = "\"\n";
+  const std::size_t around = kOpening.size() + kClosing.size();
+  std::string_view opening = kOpening;
+  for (;;) {
+    const DataBytes piece = Head(data, kPiece);
+    data = data.subspan(piece.size());
+    char* const room = out.Reserve(2 * piece.size() + around);
+    if (room == nullptr) return false;
+    char* end = PutEscaped(std::copy(opening.begin(), opening.end(), room), piece);
+    if (data.empty()) end = std::copy(kClosing.begin(), kClosing.end(), end);
+    out.Advance(static_cast<std::size_t>(end - room));
+    if (data.empty()) return true;
+    opening = {};
+  }
 }
 
 bool AppendTextLine(OutputFile& out, DataBytes text) {
@@ -155,7 +170,7 @@ bool WriteStringLines(OutputFile& out, DataBytes data, std::size_t width) {
   const std::size_t perLine = 2 * width - 2;
   while (!data.empty()) {
     const DataBytes line = Head(data, perLine);
-    if (!out.Append("S \"") || !AppendEscaped(out, line) || !out.Append("\"\n")) return false;
+    if (!AppendStringLine(out, line)) return false;
     data = data.subspan(line.size());
   }
   return true;
