@@ -155,8 +155,11 @@ MQLONG ReadDataSection(Parameters& run) {
 MQLONG ReadDumpMessage(Parameters& run, bool& end) {
   run.Message.Descriptor = DefaultDescriptor();
   run.Message.Length = 0;
+  // The format check leaves the line behind the file's mark current; a short dump begins its first message there.
+  bool advance = false;
   do {
-    if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0 || end) return reason;
+    if (const MQLONG reason = ReadFileLine(run, advance, end); reason != 0 || end) return reason;
+    advance = true;
   } while (!run.Reader.Line.starts_with(kDescriptorMark));
   bool cut = false;
   if (const MQLONG reason = ReadFileLine(run, true, cut); reason != 0) return reason;

@@ -1,0 +1,85 @@
+#pragma once
+
+// For tests: messages into files and back.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "cmdline/parameters.h"
+#include "files/reader.h"
+#include "files/test_folder.h"
+#include "files/writer.h"
+
+struct TestMessage {
+  MQMD Descriptor;
+  std::string Data;
+};
+
+// Flags and width of a layout.
+struct Layout {
+  const char* Name;
+  std::uint32_t Flags = 0;
+  std::uint32_t Flags2 = 0;
+  int Width = 25;
+};
+
+inline void Use(Parameters& run, const Layout& layout) {
+  run.Flags |= layout.Flags;
+  run.Flags2 |= layout.Flags2;
+  run.DataWidth = layout.Width;
+}
+
+class MessageFiles : public testing::Test {
+ protected:
+  static MQLONG WriteMessage(Parameters& run, const TestMessage& message) {
+    std::vector<MQBYTE> data(message.Data.begin(), message.Data.end());  // exactly as long as the message
+    run.Message.Descriptor = message.Descriptor;
+    run.Message.Data = data.data();
+    run.Message.Length = run.Message.Delivered = static_cast<MQLONG>(data.size());
+    return WriteFileMessage(run);
+  }
+
+  // What the file holds after one message.
+  std::string FileOf(Parameters& run, const TestMessage& message) {
+    run.Writer.FileName.Assign(folder.Path("out"));
+    EXPECT_EQ(run.Writer.Out.Open(run.Writer.FileName.c_str(), "wb"), 0);
+    EXPECT_EQ(WriteMessage(run, message), 0) << run.MessageText.c_str();
+    EXPECT_EQ(CloseOutputFile(run), 0);
+    return folder.Read("out");
+  }
+
+  void OpenFile(Parameters& run, std::string_view content) {
+    run.Naming.InputName.Assign(folder.Write("in", content));
+    ASSERT_EQ(run.Reader.In.Open(run.Naming.InputName.c_str(), "rb"), 0);
+  }
+
+  // Every message of a file up to its end or a failure, whose reason goes to `reason`.
+  std::vector<TestMessage> Messages(Parameters& run, MQLONG& reason) {
+    FormatCheck check;
+    std::vector<TestMessage> messages;
+    reason = CheckInputFormat(run, check);
+    while (reason == 0 && !run.Finished) {
+      reason = ReadNextFileMessage(run);
+      if (reason != 0 || run.Finished) break;
+      const auto* const data = reinterpret_cast<const char*>(run.Message.Data);
+      messages.push_back({run.Message.Descriptor, std::string(data, static_cast<std::size_t>(run.Message.Length))});
+    }
+    return messages;
+  }
+  std::vector<TestMessage> MessagesOf(std::string_view content) {
+    Parameters run;
+    OpenFile(run, content);
+    MQLONG reason = 0;
+    auto messages = Messages(run, reason);
+    EXPECT_EQ(reason, 0) << run.MessageText.c_str();
+    return messages;
+  }
+
+  TestFolder folder;
+};
+
+inline bool SameDescriptor(const MQMD& one, const MQMD& other) { return std::memcmp(&one, &other, sizeof one) == 0; }

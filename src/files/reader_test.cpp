@@ -1,0 +1,239 @@
+#include "files/reader.h"
+
+#include "files/field_values.h"
+#include "files/message_files_test.h"
+
+namespace {
+
+const std::string kMark = "* TARVO\n";
+
+class Reader : public MessageFiles {
+ protected:
+  // Reads a file that fails; returns the text with the file's name as "F", behind the number of good messages.
+  std::string Failure(std::string_view content, MQLONG expected = MQRC_FILE_SYSTEM_ERROR) {
+    Parameters run;
+    OpenFile(run, content);
+    MQLONG reason = 0;
+    const std::size_t good = Messages(run, reason).size();
+    EXPECT_EQ(reason, expected);
+    std::string text(run.MessageText.view());
+    if (const std::size_t at = text.find(run.Naming.InputName.c_str()); at != std::string::npos) {
+      text.replace(at, run.Naming.InputName.view().size(), "F");
+    }
+    return std::to_string(good) + " " + text;
+  }
+  std::string DataOf(const std::string& lines) {
+    const auto messages = MessagesOf(kMark + "N\n" + lines);
+    return messages.size() == 1 ? messages[0].Data : "not one message";
+  }
+};
+
+TEST_F(Reader, RefusedLines) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"*  TARVO\n", "0 File 'F' does not appear to be a TARVO file"},
+      {" * TARVO\n", "0 File 'F' does not appear to be a TARVO file"},
+      {kMark + "\n* note\nX 00\n", "0 Expected message attribute at line  4 of file 'F'"},
+      {kMark + "N\n\n", "0 Expected message at line 3 of file 'F'"},
+      {kMark + "A PRI 1\nN\n", "0 Expected message at line 3 of file 'F'"},
+      {kMark + "A PR\nX 00\n", "0 Invalid attribute line on line 2 of file 'F'"},
+      {kMark + "A pri 1\nX 00\n", "0 Unrecognised attribute on line 2 of file 'F'"},
+      {kMark + std::string("A \0\0\0 x\nX 00\n", 14), "0 Unrecognised attribute on line 2 of file 'F'"},
+      {kMark + "A MSI 0G\nX 00\n", "0 Badly formed HEX string on line 2 of file 'F'"},
+      {kMark + "N\nX 00\nX 0A0\n", "0 Badly formed HEX string on line 4 of file 'F'"},
+      {kMark + "N\nX 0\r\n", "0 Badly formed HEX string on line 3 of file 'F'"},
+      {kMark + "N\nX " + std::string(63, 'A') + "x\n", "0 Badly formed HEX string on line 3 of file 'F'"},
+      {kMark + "N\nS \"a~b\"\n", "0 Unexpected escape sequence on line 3 of file 'F'"},
+      {kMark + "N\nS \"\n", "0 Invalid string line - no terminating \" symbol on line 3 of file 'F'"},
+      {kMark + "N\nS \"abc~\"\n", "0 Invalid string line - no terminating \" symbol on line 3 of file 'F'"},
+      {kMark + "N\nS \"abc", "0 Invalid string line - no terminating \" symbol on line 3 of file 'F'"},
+      {kMark + "N\nX 00\n\nQ\n", "1 Expected message attribute at line  5 of file 'F'"}};
+  for (const auto& [content, text] : cases) EXPECT_EQ(Failure(content), text) << content;
+}
+
+TEST_F(Reader, DataLines) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"S Hello  \n", "Hello"},
+      {"S   \n", ""},
+      {"S   \"a~~b~\"c\" and so on\n", "a~b\"c"},
+      {"X 0A G1\n", "\n"},
+      {"X 41424344454647484950  <ABCDEFGHIP>\nX    4b\n", "ABCDEFGHIPK"},
+      {"T\n", "\n"},
+      {"T  two\nTxone\n* comment\n\nT", " two\none\n\n"},
+      {"X 4142", "AB"},
+      {"X 4142\r\nS \"C\"\r\nT D\r\n", "ABCD\n"},
+      {"X \nS \n", ""}};
+  for (const auto& [lines, data] : cases) EXPECT_EQ(DataOf(lines), data) << lines;
+}
+
+TEST_F(Reader, AttributeLines) {
+  const auto messages = MessagesOf(
+      "\n \t\n* KORVANEL\nA PRI\nA PRI \nA MSI 0102\nA FMT ABC\nA ENC   +12x\nA EXP 99999999999\n"
+      "A FDB -99999999999\nA CCS none\nA AID text\nA RTQ first\nA RTQ second, and a text of more "
+      "than 48 characters in all\nA COI 01z\nA VER 1\nS a\n\nN\nA PER 1\nS b\n");
+  ASSERT_EQ(messages.size(), 2U);
+  MQMD md = DefaultDescriptor();
+  md.MsgId[0] = 1;
+  md.MsgId[1] = 2;
+  md.CorrelId[0] = 1;
+  md.Encoding = 12;
+  md.Expiry = INT32_MAX;
+  md.Feedback = INT32_MIN;
+  md.CodedCharSetId = 0;
+  md.Version = 1;
+  FillField(md.Format, 8, "ABC");
+  FillField(md.ApplIdentityData, 32, "text");
+  FillField(md.ReplyToQ, 48, "second, and a text of more than 48 characters in all");
+  EXPECT_TRUE(SameDescriptor(messages[0].Descriptor, md));
+  EXPECT_EQ(messages[0].Data, "a");
+  md = DefaultDescriptor();
+  md.Persistence = 1;
+  EXPECT_TRUE(SameDescriptor(messages[1].Descriptor, md));
+}
+
+TEST_F(Reader, EmptyFiles) {
+  for (const char* content : {"", "\n \r\n\t\n"}) {
+    Parameters run;
+    OpenFile(run, content);
+    FormatCheck check;
+    EXPECT_EQ(CheckInputFormat(run, check), 0);
+    EXPECT_TRUE(check.Empty);
+  }
+  Parameters run;
+  OpenFile(run, kMark + "* more\n");
+  FormatCheck check;
+  EXPECT_EQ(CheckInputFormat(run, check), 0);
+  EXPECT_TRUE(check.OnlyMark);
+  EXPECT_EQ(ReadNextFileMessage(run), 0);
+  EXPECT_TRUE(run.Finished);
+}
+
+TEST_F(Reader, SetsOfFilesAreReadWhole) {
+  const std::string dump = "AMQSBCG0\n****Message descriptor****\nPriority : 3\n****\n0:41\n";
+  for (const std::string& file : {kMark + "N\nS A\n", dump}) {
+    for (const char* name : {"1", "2", "3"}) folder.Write(name, file);
+    folder.Write("2", kMark);  // nothing in it
+    Parameters run;
+    run.Flags |= FLAG_INPUT_INSERTS;
+    run.InputFileName.Assign(folder.Path("%n"));
+    ASSERT_EQ(OpenFiles(run, {.Input = true}), 0);
+    MQLONG reason = 0;
+    EXPECT_EQ(Messages(run, reason).size(), 2U);
+    EXPECT_EQ(reason, 0);
+    EXPECT_EQ(run.Reader.FinishedFileBytes, static_cast<std::int64_t>(2 * file.size() + kMark.size()));
+    std::filesystem::remove(folder.Path("2"));
+    std::filesystem::create_directory(folder.Path("2"));  // is there, but cannot be read
+    Parameters again;
+    again.Flags |= FLAG_INPUT_INSERTS;
+    again.InputFileName.Assign(folder.Path("%n"));
+    ASSERT_EQ(OpenFiles(again, {.Input = true}), 0);
+    EXPECT_EQ(Messages(again, reason).size(), 1U);
+    EXPECT_EQ(reason, MQRC_FILE_SYSTEM_ERROR);
+    std::filesystem::remove(folder.Path("2"));
+  }
+}
+
+#ifdef __linux__
+TEST_F(Reader, WholeMessagesAreDeliveredBeforeAReadErrorIs) {
+  for (const bool whole : {true, false}) {
+    std::string block = kMark + "N\nS a\n" + (whole ? "\n" : "");
+    while (block.size() < kStreamBlock) block += "* comment behind the message\n";
+    Parameters run;
+    OpenFile(run, block.substr(0, kStreamBlock));
+    FormatCheck check;
+    ASSERT_EQ(CheckInputFormat(run, check), 0);
+    ASSERT_NE(std::freopen("/proc/self/mem", "r", run.Reader.In.stream()), nullptr);  // cannot be read at its start
+    if (whole) {
+      EXPECT_EQ(ReadNextFileMessage(run), 0);
+      EXPECT_EQ(run.Message.Length, 1);
+      EXPECT_TRUE(run.MessageText.empty());
+    }
+    EXPECT_EQ(ReadNextFileMessage(run), MQRC_FILE_SYSTEM_ERROR);
+    EXPECT_EQ(run.MessageText, "Error reading from file '" + folder.Path("in") + "' RC(5)");
+    EXPECT_FALSE(run.Finished);
+  }
+}
+#endif
+
+TEST_F(Reader, MemoryTrace) {
+  Parameters run;
+  run.Debug = DEBUG_MEMORY;
+  OpenFile(run, kMark + "N\nS \"" + std::string(2040, 'a') + "\"\n");
+  testing::internal::CaptureStderr();
+  ASSERT_EQ(GrowMessageBuffer(run, 1), 0);
+  ASSERT_EQ(CreateLineBuffer(run), 0);
+  MQLONG reason = 0;
+  EXPECT_EQ(Messages(run, reason)[0].Data.size(), 2040U);
+  ReleaseMessageBuffer(run);
+  ReleaseLineBuffer(run);
+  const std::string trace = testing::internal::GetCapturedStderr();
+  std::string sizes;
+  for (std::size_t at = 0; (at = trace.find("Allocating ", at)) != std::string::npos; ++at) {
+    sizes += trace.substr(at + 11, trace.find(' ', at + 11) - at - 11) + " ";
+  }
+  EXPECT_EQ(sizes, "4096 1024 2048 ");
+  EXPECT_NE(trace.find("Freeing 0x"), std::string::npos);
+}
+
+TEST_F(Reader, RowOfUnknownKind) {
+  Parameters run;
+  run.Naming.InputName.Assign("F");
+  EXPECT_EQ(StoreFieldValue(run, {&DescriptorFields[0], FieldKind::End}, "1"), MQRC_UNEXPECTED_ERROR);
+  EXPECT_EQ(run.MessageText, "Internal Eror:Unrecognised attribute type 0 on line 0 of file 'F'");
+}
+
+TEST_F(Reader, MessagesPastTwoGigabytesAreRefused) {
+  Parameters run;
+  run.Message.Length = INT32_MAX - 10;
+  EXPECT_EQ(RoomForData(run, 11), nullptr);
+  EXPECT_EQ(run.MessageText, "Unable to allocate 2147483647 bytes message storage");
+}
+
+TEST_F(Reader, Dump) {
+  const std::string dump =
+      "\nAMQSBCG0 - starts here\n**********************\n \n MQOPEN - 'Q1'\n \n \n"
+      " MQGET of message number 1, CompCode:0 Reason:0\n****Message descriptor****\n\n"
+      "  StrucId  : 'MD  '  Version : 2\n  Report   : 0  MsgType : 8\n  Format : 'MQSTR   '\n"
+      "  MsgId : X'414D51'\n  ReplyToQ       : ''    \n  ** Identity Context\n"
+      "  AccountingToken :\n   X'0102'\n  ApplIdentityData : 'a:b'\n  PutApplType    : '6'\n  Offset         : '0'\n\n"
+      "****   Message      ****\n \n length - 5 of 5 bytes\n \n"
+      "00000000:  4865 6C6C                               'Hell            '\n00000004:  6F 'o'\n\n\n"
+      " MQGET of message number 2, CompCode:0 Reason:0\n****Message descriptor****\n  Priority : 5\n"
+      "****   Message      ****\n length - 3 of 300 bytes\n00000000:  41\n\n No more messages \n MQCLOSE\n MQDISC\n";
+  testing::internal::CaptureStderr();
+  const auto messages = MessagesOf(dump);
+  const std::string warning = testing::internal::GetCapturedStderr();
+  EXPECT_NE(warning.find("announces 300 bytes of message data, but only 1 bytes follow\n"), std::string::npos);
+  EXPECT_EQ(warning.find('\n'), warning.size() - 1);
+  ASSERT_EQ(messages.size(), 2U);
+  MQMD md = DefaultDescriptor();
+  FillField(md.Format, 8, "MQSTR");
+  std::memcpy(md.MsgId, "AMQ", 3);
+  FillField(md.ReplyToQ, 48, "'");  // the character behind the opening quote belongs to the value
+  md.AccountingToken[0] = 1;
+  md.AccountingToken[1] = 2;
+  FillField(md.ApplIdentityData, 32, "a:b");
+  md.PutApplType = 6;
+  EXPECT_TRUE(SameDescriptor(messages[0].Descriptor, md));
+  EXPECT_EQ(messages[0].Data, "Hello");
+  EXPECT_EQ(messages[1].Descriptor.Priority, 5);
+  EXPECT_EQ(messages[1].Data, "A");
+}
+
+TEST_F(Reader, RefusedDumps) {
+  const std::string start = "AMQSBCG0\n****Message descriptor****\n";
+  const std::pair<std::string, std::string> cases[] = {
+      {"", "0 Unexpected end of file on line 2 of file 'F'"},
+      {"Version : 2\n", "0 Unexpected end of file on line 3 of file 'F'"},
+      {"Version :\n", "0 Unexpected end of file on line 3 of file 'F'"},
+      {"Version :\n****\n", "0 Unexpected end of section on line 4 of file 'F'"},
+      {"version : 2\n", "0 Unrecognised attribute 'version' on line 3 of file 'F'"},
+      {"MsgId : 414D51\n", "0 Badly formed hex string on line 3 of file 'F'"},
+      {"MsgId : X'\n", "0 Badly formed hex string on line 3 of file 'F'"},
+      {"MsgId : X'4G'\n", "0 Badly formed HEX string on line 3 of file 'F'"},
+      {"Priority : 1\n****\n0: 41 4\n", "0 Badly formed HEX string on line 5 of file 'F'"},
+      {"Priority : 1\n****\n0: 41\n MQGET\n****Message descriptor****\nNo\n",
+       "1 Unrecognised attribute 'No' on line 8 of file 'F'"}};
+  for (const auto& [content, text] : cases) EXPECT_EQ(Failure(start + content), text) << content;
+}
+
+}  // namespace

@@ -1,0 +1,138 @@
+// What is written in any layout is read back to the same bytes.
+
+#include <random>
+
+#include "files/descriptor_fields.h"
+#include "files/format_check.h"
+#include "files/message_files_test.h"
+
+namespace {
+
+constexpr std::uint32_t kAscii = FLAG_ASCII_LINES, kColumns = FLAG_ASCII_COLUMNS, kCharacters = FLAG_APPLDATA_CHAR;
+
+constexpr Layout kLayouts[] = {{"hex"},
+                               {"columns", kColumns | FLAG_WRITE_INDEX},
+                               {"ascii", kAscii | kCharacters},
+                               {"ascii columns", kAscii | kColumns, 0, 10},
+                               {"printable", kCharacters, FLAG2_PRINTABLE},
+                               {"printable columns", kColumns, FLAG2_PRINTABLE, 2000},
+                               {"wide", 0, 0, 5000}};
+
+class Generator {
+ public:
+  explicit Generator(unsigned seed) : random_(seed) {}
+  std::size_t Below(std::size_t bound) { return random_() % bound; }
+
+  std::string Data() {
+    static constexpr std::size_t kBounds[] = {1, 3, 60, 6000};
+    std::string data(Below(kBounds[Below(4)]), '\0');
+    const std::size_t kind = Below(3);
+    for (char& c : data)
+      c = static_cast<char>(kind == 0 ? Below(256) : kind == 1 ? 0x20 + Below(0x60) : "\"~ \r\nx"[Below(6)]);
+    return data;
+  }
+
+  // Fields as programs leave them: padded with blanks or NULs, or holding any bytes.
+  MQMD Descriptor() {
+    MQMD descriptor = DefaultDescriptor();
+    for (const DescriptorField* field = DescriptorFields; field->Kind != FieldKind::End; ++field) {
+      auto* const bytes = reinterpret_cast<char*>(&descriptor) + field->Offset;
+      if (field->Tag[0] == '\0') continue;
+      const std::size_t kind = Below(4);
+      const std::size_t text = Below(field->Length + 1);
+      for (std::size_t i = 0; i < field->Length; ++i) {
+        bytes[i] = static_cast<char>(kind == 3 ? Below(256) : i < text ? 'A' + Below(26) : kind == 0 ? 0 : ' ');
+      }
+    }
+    descriptor.Version = MQMD_VERSION_2;
+    return descriptor;
+  }
+
+ private:
+  std::mt19937 random_;
+};
+
+class RoundTrip : public MessageFiles {
+ protected:
+  void Check(const Layout& layout, const std::vector<TestMessage>& messages, bool carriageReturns = false) {
+    Parameters out;
+    Use(out, layout);
+    out.Writer.FileName.Assign(folder.Path("messages"));
+    ASSERT_EQ(out.Writer.Out.Open(out.Writer.FileName.c_str(), "wb"), 0);
+    ASSERT_EQ(WriteFileHeader(out, nullptr), 0);
+    for (const TestMessage& message : messages) ASSERT_EQ(WriteMessage(out, message), 0);
+    ASSERT_EQ(CloseOutputFile(out), 0);
+    std::string file = folder.Read("messages");
+    if (carriageReturns) {
+      std::string crlf;
+      for (const char c : file) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+      file = crlf;
+    }
+    const std::vector<TestMessage> back = MessagesOf(file);
+    ASSERT_EQ(back.size(), messages.size());
+    for (std::size_t i = 0; i < back.size(); ++i) {
+      EXPECT_TRUE(back[i].Data == messages[i].Data) << i;
+      EXPECT_TRUE(SameDescriptor(back[i].Descriptor, messages[i].Descriptor)) << i;
+    }
+  }
+};
+
+TEST_F(RoundTrip, AnyMessageInAnyLayout) {
+  for (const Layout& layout : kLayouts) {
+    for (unsigned seed = 0; seed < 8; ++seed) {
+      SCOPED_TRACE(testing::Message() << layout.Name << " " << seed);
+      Generator generator(seed);
+      std::vector<TestMessage> messages(1 + generator.Below(30));
+      for (TestMessage& message : messages) message = {generator.Descriptor(), generator.Data()};
+      Check(layout, messages, seed % 2 == 1);
+    }
+  }
+}
+
+// What a string field may hold, and the lines that bring it back.
+TEST_F(RoundTrip, StringFields) {
+  const std::string blanks(42, ' ');
+  const std::pair<std::string, std::string> cases[] = {
+      {std::string(48, ' '), "A RTQ " + std::string(48, ' ') + "\n"},
+      {std::string(48, '\0'), "A RTQ \n"},
+      {"REPLY\x80" + blanks, "A RTQ REPLY\x80" + blanks + "\n"},
+      {"REPLY" + std::string(43, '\0'), "A RTQ REPLY\nA RQX 5245504C59" + std::string(86, '0') + "\n"},
+      {std::string(1, '\0') + std::string(47, 'x'), "A RTQ \nA RQX 00"},
+      {"a\nX 00\r\n" + std::string(40, ' '), "A RTQ a\nA RQX 610A582030300D0A20"},
+      {std::string(47, 'q') + "\r", "A RTQ " + std::string(47, 'q') + "\nA RQX 71"},
+      {std::string(46, 'q') + "\x1A\x7F", "A RTQ " + std::string(46, 'q') + "\nA RQX 71"}};
+  for (const auto& [value, lines] : cases) {
+    TestMessage message{DefaultDescriptor(), "data"};
+    std::memcpy(message.Descriptor.ReplyToQ, value.data(), value.size());
+    Parameters run;
+    EXPECT_NE(FileOf(run, message).find(lines), std::string::npos) << lines;
+    Check({"hex"}, {message});
+  }
+  TestMessage message{DefaultDescriptor(), "data"};
+  std::memset(message.Descriptor.Format, 0, 8);  // the default is blank here
+  message.Descriptor.ApplOriginData[1] = '\n';
+  Parameters run;
+  run.Flags |= kCharacters;
+  const std::string file = FileOf(run, message);
+  EXPECT_NE(file.find("A FMT \nA FMX 0000000000000000\n"), std::string::npos);
+  EXPECT_NE(file.find("A AOD \nA AOX 000A0000\n"), std::string::npos);
+  Check({"hex", kCharacters}, {message});
+}
+
+TEST_F(RoundTrip, LinesAndMessagesOfAnyLength) {
+  std::string big(1'000'000, 'x');
+  for (std::size_t i = 0; i < big.size(); i += 1001) big[i] = static_cast<char>(i);
+  const Layout layouts[] = {{"hex"}, {"wide", 0, 0, kWidestLine}, {"wide", 0, FLAG2_PRINTABLE, kWidestLine}};
+  for (const Layout& layout : layouts) Check(layout, {{DefaultDescriptor(), big}, {DefaultDescriptor(), "after"}});
+}
+
+TEST_F(RoundTrip, BuiltInTest) {
+  Parameters run;
+  testing::internal::CaptureStdout();
+  RunFileFormatTest(run);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "\nRunning file format tests\n-------------------------\n  Testing Hex file\n  Testing Ascii file\n"
+            "  Testing Ascii column file\nAll tests passed\n----------------\n\n");
+}
+
+}  // namespace

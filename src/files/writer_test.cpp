@@ -1,0 +1,245 @@
+#include "files/writer.h"
+
+#include "files/message_files_test.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+constexpr char kNulText[] = {0, 1, 2};
+
+TestMessage DocumentedMessage() {
+  TestMessage message{DefaultDescriptor(), "Order 17: \"A4\" paper~x2\r\nQty=3" + std::string(kNulText, 3)};
+  MQMD& md = message.Descriptor;
+  md.CodedCharSetId = 1208;
+  md.Priority = 4;
+  md.Persistence = 1;
+  md.PutApplType = 11;
+  for (MQBYTE i = 0; i < sizeof md.MsgId; ++i) md.MsgId[i] = i;
+  FillField(md.Format, sizeof md.Format, "MQSTR");
+  FillField(md.ReplyToQ, sizeof md.ReplyToQ, "");
+  FillField(md.ReplyToQMgr, sizeof md.ReplyToQMgr, "QM1");
+  FillField(md.UserIdentifier, sizeof md.UserIdentifier, "app1");
+  FillField(md.ApplIdentityData, sizeof md.ApplIdentityData, "");
+  FillField(md.PutApplName, sizeof md.PutApplName, "tarvo.exe");
+  FillField(md.PutDate, sizeof md.PutDate, "20251118");
+  FillField(md.PutTime, sizeof md.PutTime, "10301250");
+  FillField(md.ApplOriginData, sizeof md.ApplOriginData, "");
+  return message;
+}
+
+std::string Repeated(int count, std::string_view text) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
+const std::string kDescriptorLines =
+    "A VER 2\nA RPT 0\nA MST 8\nA EXP -1\nA FDB 0\nA ENC 546\nA CCS 1208\nA FMT MQSTR   \nA PRI 4\nA PER 1\n"
+    "A MSI 000102030405060708090A0B0C0D0E0F1011121314151617\nA COI " +
+    std::string(48, '0') + "\nA BOC 0\nA RTQ " + std::string(48, ' ') + "\nA RTM QM1" + std::string(45, ' ') +
+    "\nA USR app1        \nA ACC " + std::string(64, '0') + "\nA AIX " + Repeated(32, "20") +
+    "\nA PAT 11\nA PAN tarvo.exe" + std::string(19, ' ') + "\nA PTD 20251118\nA PTT 10301250\nA AOX 20202020\nA GRP " +
+    std::string(48, '0') + "\nA MSQ 1\nA OFF 0\nA MSF 0\nA ORL -1\n";
+
+// The data lines that a layout makes of some data.
+class Writer : public MessageFiles {
+ protected:
+  std::string Lines(Layout layout, const std::string& data) {
+    Parameters run;
+    layout.Flags2 |= FLAG2_NO_MQMD;
+    Use(run, layout);
+    const std::string file = FileOf(run, {DefaultDescriptor(), data});
+    return file.substr(2, file.size() - 3);  // without the "N" line and the empty line
+  }
+};
+
+constexpr std::uint32_t kAscii = FLAG_ASCII_LINES, kColumns = FLAG_ASCII_COLUMNS;
+
+TEST_F(Writer, DocumentedExample) {
+  const std::pair<Layout, std::string> cases[] = {
+      {{"hex"}, "X 4F726465722031373A20224134222070617065727E78320D0A\nX 5174793D33000102\n"},
+      {{"columns", kColumns},
+       "X 4F726465722031373A20224134222070617065727E78320D0A  <Order 17: \"A4\" paper~x2..>\n"
+       "X 5174793D33000102" +
+           std::string(36, ' ') + "<Qty=3...>\n"},
+      {{"ascii", kAscii},
+       "S \"Order 17: \"\nX 22\nS \"A4\"\nX 22\nS \" paper\"\nX 7E\nS \"x2\"\nX 0D0A\nS \"Qty=3\"\nX 000102\n"},
+      {{"printable", 0, FLAG2_PRINTABLE}, "S \"Order 17: ~\"A4~\" paper~~x2\"\nX 0D0A\nS \"Qty=3\"\nX 000102\n"},
+      {{"text", 0, FLAG2_TEXT_LINES}, "T Order 17: \"A4\" paper~x2\nT Qty=3\nX 000102\n"},
+      {{"raw", 0, FLAG2_RAW}, DocumentedMessage().Data},
+      {{"raw first", kAscii, FLAG2_RAW | FLAG2_PRINTABLE}, DocumentedMessage().Data},
+      {{"narrow columns", kColumns, 0, 10},
+       "X 4F726465722031373A20  <Order 17: >\nX 22413422207061706572  <\"A4\" paper>\n"
+       "X 7E78320D0A5174793D33  <~x2..Qty=3>\nX 000102" +
+           std::string(16, ' ') + "<...>\n"}};
+  for (const auto& [layout, lines] : cases) {
+    Parameters run;
+    Use(run, layout);
+    EXPECT_EQ(FileOf(run, DocumentedMessage()), kDescriptorLines + lines + "\n") << layout.Name;
+  }
+}
+
+TEST_F(Writer, DataLinesAtTheEdges) {
+  const Layout hex{"hex"}, ascii{"A", kAscii}, printable{"p", 0, FLAG2_PRINTABLE}, text{"t", 0, FLAG2_TEXT_LINES};
+  const Layout both{"Aa", kAscii | kColumns, 0, 10}, columns{"a", kColumns, 0, 10};
+  const std::string digits(100'000, 'F');
+  const std::tuple<Layout, std::string, std::string> cases[] = {
+      {hex, "", "X \n"},
+      {columns, "", "X \n"},
+      {ascii, "", "S \n"},
+      {printable, "", "S \n"},
+      {text, "", "T \n"},
+      {ascii, std::string(48, 'x'), "S \"" + std::string(48, 'x') + "\"\n"},
+      {ascii, std::string(49, 'x'), "S \"" + std::string(48, 'x') + "\"\nS \"x\"\n"},
+      {printable, std::string(48, '~'), "S \"" + std::string(96, '~') + "\"\n"},
+      {ascii, "\x80"s, "S \nX 80\n"},
+      {both, "\x80"s + "a", "S \nX 80" + std::string(20, ' ') + "<.>\nS \"a\"\n"},
+      {ascii, "a\0b"s, "S \"a\"\nX 00\nS \"b\"\n"},
+      {ascii, " *'()<>+,-./:=?_a", "S \" *'()<>+,-./:=?_a\"\n"},
+      {text, "abc\n", "T abc\n"},
+      {text, "\n", "T \n"},
+      {text, "a\n\nb", "T a\nT \nT b\n"},
+      {text, "a\n\r\r\nb", "T a\nT \nT b\n"},
+      {text, "\x01\nab", "T \nX 010A\nT ab\n"},
+      {text, "a\x02", "T a\nX 02\n"},
+      {{"wide", 0, 0, 100'000}, std::string(50'000, '\xFF'), "X " + digits + "\n"},
+      {{"wide columns", kColumns, 0, 50'001},
+       std::string(50'000, '\xFF'),
+       "X " + digits + "    <" + std::string(50'000, '.') + ">\n"},
+      {{"wide strings", 0, FLAG2_PRINTABLE, 100'000},
+       std::string(100'000, '"'),
+       "S \"" + Repeated(100'000, "~\"") + "\"\n"}};
+  for (const auto& [layout, data, lines] : cases) {
+    SCOPED_TRACE(std::string(layout.Name) + " " + data.substr(0, 60));
+    EXPECT_TRUE(Lines(layout, data) == lines) << Lines(layout, data).substr(0, 200);
+  }
+}
+
+TEST_F(Writer, DescriptorOptions) {
+  TestMessage message = DocumentedMessage();
+  const auto file = [&](std::uint32_t flags, std::uint32_t flags2) {
+    Parameters run;
+    Use(run, {"", flags, flags2});
+    run.SelectedCount = 7;
+    return FileOf(run, message);
+  };
+  const std::string characters = file(FLAG_APPLDATA_CHAR, 0);
+  EXPECT_NE(characters.find("\nA AID " + std::string(32, ' ') + "\nA PAT"), std::string::npos);
+  EXPECT_NE(characters.find("\nA AOD     \nA GRP"), std::string::npos);
+  EXPECT_EQ(characters.find("A AIX") + 1, characters.find("A AOX") + 1);  // neither
+  EXPECT_EQ(file(FLAG_WRITE_INDEX, FLAG2_NO_MQMD).substr(0, 12), "* Index 7\nN\n");
+  EXPECT_EQ(file(0, FLAG2_NO_MQMD | FLAG2_RAW), message.Data + "\n");
+  message.Descriptor.Version = 1;
+  const std::string first = file(0, 0);
+  EXPECT_EQ(first.substr(0, 8), "A RPT 0\n");
+  EXPECT_NE(first.find("A AOX 20202020\nX "), std::string::npos);
+}
+
+TEST_F(Writer, HeaderNamesItsSource) {
+  Parameters run;
+  QueueElement queue;
+  queue.Hobj = 1;
+  queue.QueueName.Assign("Q1");
+  run.QMgrs[0].QMgrName.Assign("QM1");
+  run.Writer.CreationTime.Assign("Tue Nov 18 10:30:12 2025\n");
+  const auto header = [&](const QueueElement* source) {
+    EXPECT_EQ(run.Writer.Out.Open(folder.Path("h").c_str(), "wb"), 0);
+    EXPECT_EQ(WriteFileHeader(run, source), 0);
+    EXPECT_EQ(CloseOutputFile(run), 0);
+    return folder.Read("h");
+  };
+  const std::string first = "* TARVO Version:9.1.1 Created:Tue Nov 18 10:30:12 2025\n";
+  EXPECT_EQ(header(&queue), first + "* Qmgr  = QM1\n* Queue = Q1\n\n");
+  EXPECT_EQ(header(nullptr), first + "\n");
+  queue.Hobj = MQHO_UNUSABLE_HOBJ;
+  EXPECT_EQ(header(&queue), first + "\n");
+  run.Flags2 |= FLAG2_NO_FILE_HEADER;
+  EXPECT_EQ(header(&queue), "");
+  run.Flags2 = 0;
+  run.NullOutput = true;
+  EXPECT_EQ(header(&queue), "");
+  run.NullOutput = false;
+  run.Writer.CreationTime.clear();
+  EXPECT_EQ(header(nullptr).size(), first.size() + 1);  // the date text always has 24 characters
+}
+
+TEST_F(Writer, TimeOnQueue) {
+  TestMessage message = DocumentedMessage();
+  Parameters run;
+  run.Flags |= FLAG_SHOW_TIME_ON_QUEUE;
+  run.MessageIndex = 3;
+  run.StartTime = 1763461812 + 86400 + 2 * 3600 + 3;  // put on 2025-11-18 at 10:30:12
+  const std::string id = "    3. MsgId:000102030405060708090A0B0C0D0E0F1011121314151617\n" + std::string(13, ' ');
+  EXPECT_EQ(FileOf(run, message), id + "1 day 2 hours 3 seconds\n\n");
+  message.Descriptor.PutDate[0] = 'x';
+  EXPECT_EQ(FileOf(run, message), id + "Unknown\n\n");
+  EXPECT_EQ(run.MsgsWritten, 2);
+}
+
+TEST_F(Writer, NothingForNullOrCount) {
+  for (const bool null : {true, false}) {
+    Parameters run;
+    run.NullOutput = null;
+    if (!null) run.Flags2 |= FLAG2_COUNT;
+    EXPECT_EQ(FileOf(run, DocumentedMessage()), "");
+    EXPECT_EQ(run.MsgsWritten, 1);
+    EXPECT_EQ(run.BytesWritten, 33);
+  }
+}
+
+// A bound that is too small lets a file pass its size limit.
+TEST_F(Writer, WorstCaseIsNeverPassed) {
+  std::string mixed;
+  for (int i = 0; i < 999; ++i) mixed += i % 2 == 0 ? '\x01' : '~';
+  TestMessage worst{DefaultDescriptor(), ""};
+  std::memset(static_cast<void*>(&worst.Descriptor), 0xFF, sizeof worst.Descriptor);  // long numbers
+  worst.Descriptor.Version = 2;
+  worst.Descriptor.ReplyToQ[47] = '\n';
+  for (const std::uint32_t flags : {0U, kColumns, kAscii, kAscii | kColumns}) {
+    for (const std::uint32_t flags2 : {0U, FLAG2_PRINTABLE, FLAG2_TEXT_LINES, FLAG2_RAW}) {
+      for (const std::string& data : {""s, "~"s, "\x01"s, mixed, std::string(999, '~'), std::string(999, '\n')}) {
+        Parameters run;
+        Use(run, {"", flags | FLAG_WRITE_INDEX, flags2, 10});
+        worst.Data = data;
+        EXPECT_LE(static_cast<std::int64_t>(FileOf(run, worst).size()),
+                  WorstCaseSize(run, static_cast<MQLONG>(data.size())));
+      }
+    }
+  }
+  Parameters run;
+  Use(run, {"", kAscii | kColumns, 0, kWidestLine});
+  EXPECT_GT(WorstCaseSize(run, INT32_MAX), std::int64_t{INT32_MAX} * kWidestLine);
+}
+
+#ifdef __linux__
+TEST_F(Writer, FullDiskIsNoticedAndNotCounted) {
+  struct Case {
+    Layout How;
+    std::size_t Length;
+    const char* Text;
+  };
+  const Case cases[] = {{{"hex"}, 1'000'000, "Can not write to file '/dev/full'"},
+                        {{"ascii", kAscii}, 1'000'000, "Can not write to file '/dev/full' RC(28)"},
+                        {{"raw", 0, FLAG2_RAW}, 1'000'000, "Can not write to file '/dev/full' RC(28)"},
+                        {{"text", 0, FLAG2_TEXT_LINES}, 1'000'000, "Can not write to file '/dev/full' RC(28)"},
+                        {{"small"}, 10, "Error flushing data to file '/dev/full'RC(28)"}};
+  for (const Case& c : cases) {
+    for (const bool close : {true, false}) {
+      SCOPED_TRACE(c.How.Name);
+      Parameters run;
+      Use(run, c.How);
+      run.Writer.FileName.Assign("/dev/full");
+      ASSERT_EQ(run.Writer.Out.Open("/dev/full", "w"), 0);
+      MQLONG reason = WriteMessage(run, {DefaultDescriptor(), std::string(c.Length, 'a')});
+      if (reason == 0) reason = close ? CloseOutputFile(run) : FlushOutputFile(run, false);
+      EXPECT_EQ(reason, MQRC_RESOURCE_PROBLEM);
+      EXPECT_EQ(run.MessageText, c.Text);
+      EXPECT_EQ(CloseOutputFile(run), close && c.Length == 10 ? 0 : MQRC_RESOURCE_PROBLEM);
+      EXPECT_EQ(run.MsgsWritten + run.BytesWritten, 0);
+    }
+  }
+}
+#endif
+
+}  // namespace
