@@ -21,7 +21,7 @@ TEST_F(BadInput, BrokenMessageFilesNameTheLineAndPutNothing) {
   } cases[] = {
       {"no mark", "hello\n", "File 'bad.tvo' does not appear to be a TARVO file\n"},
       {"blank before the mark", " * TARVO\n", "File 'bad.tvo' does not appear to be a TARVO file\n"},
-      {"data without descriptor", good + "X 00\n", "Expected message attribute at line  6 of file 'bad.tvo'\n"},
+      {"data without descriptor", "* TARVO\n\nX 00\n", "Expected message attribute at line  3 of file 'bad.tvo'\n"},
       {"descriptor without data", good + "A PRI 4\n\n", "Expected message at line 7 of file 'bad.tvo'\n"},
       {"short attribute", good + "A PR\n", "Invalid attribute line on line 6 of file 'bad.tvo'\n"},
       {"unknown attribute", good + "A ZZZ 1\n", "Unrecognised attribute on line 6 of file 'bad.tvo'\n"},
@@ -38,7 +38,7 @@ TEST_F(BadInput, BrokenMessageFilesNameTheLineAndPutNothing) {
     EXPECT_NE(outcome.Err.find(c.Text), std::string::npos) << c.Name << ": " << outcome.Err;
     EXPECT_EQ(Queues("QM1").Depth("Q1"), 0) << c.Name;
   }
-  WriteText("bad.tvo", good + "X");
+  WriteText("bad.tvo", good + "A PRI");
   const auto first = Tarvo({"-mQM1", "-fbad.tvo", "-oQ1", "-t1"});
   EXPECT_EQ(first.Exit, kFileError);
   EXPECT_EQ(Queues("QM1").Texts("Q1"), std::vector<std::string>{"first"});

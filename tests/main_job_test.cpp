@@ -200,7 +200,7 @@ TEST_F(MainJob, WaitsForMessagesOfAnotherProcess) {
 
 TEST_F(MainJob, HundredMegabytesInOneMessageAndOneLine) {
   Queues queues("QM1");
-  std::string big(100 << 20, 'x');
+  std::string big((100 << 20) - 1, 'x');  // one less than the queue manager takes
   queues.Put("Q1", harness::RichDescriptor(1), big);
   ASSERT_EQ(Tarvo({"-mQM1", "-iQ1", "-Fbig.tvo", "-dt"}).Exit, 0);
   ASSERT_EQ(Tarvo({"-mQM1", "-fbig.tvo", "-oQ2"}).Exit, 0);

@@ -16,6 +16,11 @@ constexpr std::int64_t kEndlessWaitSlice = 3600;  // seconds of one get when the
 constexpr std::int64_t kLongestWait = std::numeric_limits<MQLONG>::max() / 1000;
 constexpr std::chrono::milliseconds kEmptiedQueuePause{100};
 
+// Whether a get with this reason has certainly left every message where it was.
+bool TookNothing(MQLONG reason) {
+  return reason == MQRC_NO_MSG_AVAILABLE || reason == MQRC_NO_MSG_UNDER_CURSOR || reason == MQRC_TRUNCATED_MSG_FAILED;
+}
+
 bool UnitPending(const Parameters& run) { return run.Uow.UowCount != 0 && run.TransactionLimit != -1; }
 bool FilePending(const Parameters& run) { return run.Writer.Out.is_open() && run.Writer.MsgsSinceFlush != 0; }
 
@@ -90,6 +95,13 @@ MQLONG GetOptions(const Parameters& run, bool underCursor) {
 }
 
 void AddMatchAndConversion(const Parameters& run, MQMD& descriptor, MQGMO& options) {
+  if (run.Has(FLAG_CONVERT)) {
+    options.Options |= MQGMO_CONVERT;
+    descriptor.CodedCharSetId = run.ConvertCcsid;
+    descriptor.Encoding = run.ConvertEncoding;
+  }
+  // An inverted selection wants the messages that do not match.
+  if (run.Has2(FLAG2_INVERT)) return;
   if (run.Has(FLAG_BY_MSGID)) std::copy(std::begin(run.SelMsgId), std::end(run.SelMsgId), descriptor.MsgId);
   if (run.Has(FLAG_BY_CORRELID)) {
     std::copy(std::begin(run.SelCorrelId), std::end(run.SelCorrelId), descriptor.CorrelId);
@@ -98,11 +110,6 @@ void AddMatchAndConversion(const Parameters& run, MQMD& descriptor, MQGMO& optio
     std::copy(std::begin(run.SelGroupId), std::end(run.SelGroupId), descriptor.GroupId);
     options.Version = std::max(options.Version, MQGMO_VERSION_2);
     options.MatchOptions |= MQMO_MATCH_GROUP_ID;
-  }
-  if (run.Has(FLAG_CONVERT)) {
-    options.Options |= MQGMO_CONVERT;
-    descriptor.CodedCharSetId = run.ConvertCcsid;
-    descriptor.Encoding = run.ConvertEncoding;
   }
 }
 
@@ -125,9 +132,13 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
     MQLONG length = 0;
     MQLONG compCode = MQCC_FAILED;
     MQLONG reason = MQRC_NONE;
+    // A get whose outcome is not known (the connection broke) may have taken its message into the unit.
+    const bool unitWasOpen = conn.UnitOpen;
+    if ((options.Options & MQGMO_SYNCPOINT) != 0) conn.UnitOpen = true;
     conn.Api.MQGET(conn.Hconn, queue.Hobj, &message.Descriptor, &options, room, message.Buffer.data(), &length,
                    &compCode, &reason);
     if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQGET", conn.QMgrName, queue.QueueName, reason);
+    if (TookNothing(reason)) conn.UnitOpen = unitWasOpen;
 
     if (reason == MQRC_TRUNCATED_MSG_FAILED && length > room) {
       if (const MQLONG failure = GrowMessageBuffer(run, static_cast<std::size_t>(length)); failure != 0) return failure;
@@ -135,7 +146,6 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
     }
     // A warning (not converted, format errors) comes with the message as it is on the queue.
     const bool arrived = compCode != MQCC_FAILED && reason != MQRC_TRUNCATED_MSG_FAILED;
-    if (arrived && (options.Options & MQGMO_SYNCPOINT) != 0) conn.UnitOpen = true;
     if (arrived && (descriptorOnly || length <= room)) {
       message.Data = message.Buffer.data();
       message.Length = std::max<MQLONG>(length, 0);
