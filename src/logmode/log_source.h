@@ -1,24 +1,29 @@
 #pragma once
 
 // The formatted dump of a queue manager's recovery log as a source of messages: from a file, or from the log formatter
-// run as a child process.
+// run as a child process. The dump's records are put together again to the messages that were put to one queue.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "common/text.h"
 #include "mq/mqi.h"
 
+struct LogReader;
 struct Parameters;
 
 struct LogState {
-  Text<255> LogFile;                 // empty: the queue manager's own log
-  bool ReadingDumpFile = false;      // a dump file, not the formatter's pipe
-  std::uint32_t DumpLineNumber = 0;  // lines read
+  Text<255> LogFile;                  // empty: the queue manager's own log
+  std::string FormatterCommand;       // what the log formatter is started with
+  bool ReadingDumpFile = false;       // a dump file, not the formatter's pipe; diagnostics then show the line number
+  std::uint32_t DumpLineNumber = 0;   // lines read
+  std::shared_ptr<LogReader> Reader;  // from StartLogReading on
 };
 
-// Reads the -j argument. False after printing why.
+// Reads the -j argument: path[(start[-end])]. False after printing why. An -m that belongs to the log stands before it.
 bool ParseLogParameter(Parameters& run, std::string_view text);
-// Opens the dump file or starts the formatter, and makes the log the run's source.
+// Opens the dump file or starts the formatter, and makes the log the run's source. Returns 0, MQRC_OPTIONS_ERROR,
+// MQRC_FILE_SYSTEM_ERROR or MQRC_UNEXPECTED_ERROR, reported.
 MQLONG StartLogReading(Parameters& run, std::string_view queueName);

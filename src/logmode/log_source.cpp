@@ -1,0 +1,132 @@
+#include "logmode/log_source.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include "cmdline/parameters.h"
+#include "common/paths.h"
+#include "logmode/log_messages.h"
+#include "logmode/log_reader.h"
+
+namespace {
+
+constexpr std::size_t kLongestLsn = 49;
+constexpr std::string_view kSeparators = ":/\\";  // of either system, since a log may come from the other
+
+// An argument of the formatter's command line, which is split at blanks.
+std::string Argument(std::string_view text) {
+  const bool quotes = text.find(' ') != std::string_view::npos && text.find('"') == std::string_view::npos;
+  return quotes ? '"' + std::string(text) + '"' : std::string(text);
+}
+
+// "start[-end])". False when the form is another one, or an LSN is longer than any.
+bool SplitRange(std::string_view text, std::string_view& start, std::string_view& end) {
+  if (!text.ends_with(')')) return false;
+  text.remove_suffix(1);
+  if (text.find(')') != std::string_view::npos) return false;
+  const std::size_t dash = text.find('-');
+  start = text.substr(0, dash);
+  if (dash != std::string_view::npos) end = text.substr(dash + 1);
+  return start.size() <= kLongestLsn && end.size() <= kLongestLsn;
+}
+
+bool ContainsIgnoringCase(std::string_view text, std::string_view upper) {
+  const auto same = [](char a, char b) { return (a >= 'a' && a <= 'z' ? a - 'a' + 'A' : a) == b; };
+  return std::search(text.begin(), text.end(), upper.begin(), upper.end(), same) != text.end();
+}
+
+std::string FormatterPath(const char* installation) {
+  const std::string directory = installation;
+  return NativePathStyle() == PathStyle::Windows ? directory + "\\bin64\\dmpmqlog.exe" : directory + "/bin/dmpmqlog";
+}
+
+MQLONG StartFormatter(Parameters& run) {
+  const char* const installation = std::getenv("MQ_INSTALLATION_PATH");
+  if (installation == nullptr) {
+    PrintDiagnostic(run, "Environment variable MQ_INSTALLATION_PATH not set.\n");
+    return MQRC_OPTIONS_ERROR;
+  }
+  const std::string program = FormatterPath(installation);
+  const std::string& command = run.Log.FormatterCommand;
+  PrintDiagnostic(run, "Issuing command %s %s\n", program.c_str(), command.c_str() + command.find(' ') + 1);
+  const ChildProcess::Failure failure = run.Log.Reader->Lines.StartFormatter(program, command);
+  const char* const text = failure.text.c_str();
+  switch (failure.step) {
+    case ChildProcess::Step::None:
+      return 0;
+    case ChildProcess::Step::Pipe:
+      PrintDiagnostic(run, "Can't create redirection pipe RC(%d) %s\n", failure.error, text);
+      break;
+    case ChildProcess::Step::HandleInformation:
+      PrintDiagnostic(run, "Can't set handle information on read pipe RC(%d) %s\n", failure.error, text);
+      break;
+    case ChildProcess::Step::Create:
+      PrintDiagnostic(run, "Create Process failed RC(%d) %s\n", failure.error, text);
+      break;
+    case ChildProcess::Step::CloseHandle:
+      PrintDiagnostic(run, "Close Handle failed RC(%d) %s\n", failure.error, text);
+      break;
+  }
+  return MQRC_UNEXPECTED_ERROR;
+}
+
+MQLONG OpenDumpFile(Parameters& run, std::string_view name) {
+  const std::size_t separator = name.find_last_of(kSeparators);
+  const std::string_view baseName = separator != std::string_view::npos ? name.substr(separator + 1) : name;
+  if (ContainsIgnoringCase(baseName, ".LOG")) {
+    PrintDiagnostic(run, ".LOG file are not supported. Please format using DMPMQLOG.\n");
+    return MQRC_OPTIONS_ERROR;
+  }
+  if (run.Log.Reader->Lines.OpenFile(std::string(name).c_str()) != 0) {
+    PrintDiagnostic(run, "Can not access MQ log file.\n");
+    return MQRC_FILE_SYSTEM_ERROR;
+  }
+  run.Log.ReadingDumpFile = true;
+  return 0;
+}
+
+}  // namespace
+
+bool ParseLogParameter(Parameters& run, std::string_view text) {
+  const std::size_t bracket = text.find('(');
+  std::string_view file = text.substr(0, bracket);
+  if (file == "*") file = {};
+  std::string_view start, end;
+  const bool rangeGood = bracket == std::string_view::npos || SplitRange(text.substr(bracket + 1), start, end);
+  if (!rangeGood || !run.Log.LogFile.Assign(file)) {
+    PrintDiagnostic(run, "Unrecognised log file parameter format.\n");
+    return false;
+  }
+  std::string command = "dmpmqlog ";
+  if (const auto& qmgr = InputConn(run).QMgrName; !qmgr.empty()) command += "-m " + std::string(qmgr.view()) + ' ';
+  if (!file.empty()) command += "-f " + Argument(file) + ' ';
+  command += start.empty() ? "-b " : "-s " + std::string(start) + ' ';
+  if (!end.empty()) command += "-e " + std::string(end) + ' ';
+  run.Log.FormatterCommand = std::move(command);
+  return true;
+}
+
+MQLONG StartLogReading(Parameters& run, std::string_view queueName) {
+  if (queueName.empty()) {
+    PrintDiagnostic(run, "Please specify the name of the queue to search the log for using the -i parameter.\n");
+    return MQRC_OPTIONS_ERROR;
+  }
+  if (queueName.find_first_of("*?") != std::string_view::npos) {
+    PrintDiagnostic(run, "Wild cards are not supported in input queue name when in log mode.\n");
+    return MQRC_OPTIONS_ERROR;
+  }
+  PrintDiagnostic(run, "Searching for messages logged on queue '%.*s'.\n", static_cast<int>(queueName.size()),
+                  queueName.data());
+  run.Log.Reader = std::make_shared<LogReader>();
+  run.Log.Reader->QueueName = queueName;
+  run.Log.Reader->CaseCounts = run.Has2(FLAG2_QUOTED_NAME);
+  run.Screen.Redraw = ShowLogProgress;
+  run.Source = &kLogSource;
+
+  std::string_view name = run.Log.LogFile.view();
+  name.remove_prefix(std::min(name.find_first_not_of(' '), name.size()));
+  const bool isFile =
+      name.find('.') != std::string_view::npos && kSeparators.find(name.back()) == std::string_view::npos;
+  return isFile ? OpenDumpFile(run, name) : StartFormatter(run);
+}
