@@ -1,5 +1,6 @@
 #include "files/reader.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstring>
 
@@ -19,7 +20,7 @@ bool IsDataLine(std::string_view line) {
 // What stands behind the letter of a data line, from its first character that is no blank.
 std::string_view ValueOf(std::string_view line) {
   const std::size_t first = line.find_first_not_of(' ', 1);
-  return first == std::string_view::npos ? std::string_view{} : line.substr(first);
+  return line.substr(std::min(first, line.size()));
 }
 
 // The columns of "A TAG value".

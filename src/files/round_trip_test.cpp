@@ -15,7 +15,7 @@ constexpr Layout kLayouts[] = {{"hex"},
                                {"ascii", kAscii | kCharacters},
                                {"ascii columns", kAscii | kColumns, 0, 10},
                                {"printable", kCharacters, FLAG2_PRINTABLE},
-                               {"printable columns", kColumns, FLAG2_PRINTABLE, 2000},
+                               {"printable columns", kColumns, FLAG2_PRINTABLE, 100},
                                {"wide", 0, 0, 5000}};
 
 class Generator {
@@ -65,7 +65,10 @@ class RoundTrip : public MessageFiles {
     std::string file = folder.Read("messages");
     if (carriageReturns) {
       std::string crlf;
-      for (const char c : file) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
+      for (const char c : file) {
+        if (c == '\n') crlf += '\r';
+        crlf += c;
+      }
       file = crlf;
     }
     const std::vector<TestMessage> back = MessagesOf(file);

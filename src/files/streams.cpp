@@ -101,7 +101,7 @@ bool OutputFile::Append(std::string_view bytes) {
   if (bytes.size() >= kStreamBlock) return WriteBlock() && Write(bytes.data(), bytes.size());
   char* const room = Reserve(bytes.size());
   if (room == nullptr) return false;
-  std::memcpy(room, bytes.data(), bytes.size());
+  if (!bytes.empty()) std::memcpy(room, bytes.data(), bytes.size());
   Advance(bytes.size());
   return true;
 }
