@@ -10,10 +10,6 @@
 
 namespace {
 
-// Data bytes of the widest line that -dw may ask for. Whoever reads the file holds a line, two or three characters for
-// each byte, in memory.
-constexpr int kWidestLine = 16 * 1024 * 1024;
-
 constexpr LetterBits kDisplayLetters[] = {
     {'A', FLAG_ASCII_LINES, 0},
     {'C', FLAG_SHOW_CORRELID, 0},

@@ -65,8 +65,9 @@ void ReleaseLineBuffer(Parameters& run) {
   ReaderState& reader = run.Reader;
   reader.Line = {};
   reader.LineCapacity = 0;
-  const void* const block = reader.In.ReleaseBlock();
-  if (block != nullptr && TracesMemory(run)) PrintDiagnostic(run, "Freeing %p\n", block);
+  if (reader.In.HoldsBytes()) return;  // they go with the file
+  if (TracesMemory(run)) PrintDiagnostic(run, "Freeing %p\n", reader.In.AllocateBlock());
+  reader.In.ReleaseBlock();
 }
 
 MQLONG ReadFileLine(Parameters& run, bool advance, bool& end, bool raw) {

@@ -175,13 +175,10 @@ const void* InputFile::AllocateBlock() {
   return block_.get();
 }
 
-const void* InputFile::ReleaseBlock() {
-  if (begin_ < end_) return nullptr;
-  const void* const block = block_.get();
+void InputFile::ReleaseBlock() {
   block_.reset();
   capacity_ = 0;
   begin_ = end_ = 0;
-  return block;
 }
 
 std::size_t InputFile::ReadFrom(void* buffer, std::size_t bytes) {

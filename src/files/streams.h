@@ -85,14 +85,16 @@ class InputFile {
 
   // Takes the read block, which otherwise the first read does. Null when memory cannot be had, else its address.
   const void* AllocateBlock();
-  // Gives the read block back unless it still holds bytes of an open file. Returns the address that it had, or null.
-  const void* ReleaseBlock();
+  // Whether the read block holds bytes that are not consumed yet.
+  bool HoldsBytes() const { return begin_ < end_; }
+  // Gives the read block, which must hold no bytes, back.
+  void ReleaseBlock();
 
   // The next line including its line end, as a view that stays valid until the next call; empty at the end of the file
   // or after a read error (error() tells which). A line of any length is returned whole: one that does not fit the
   // block makes the block grow. Throws nothing; a lack of memory is ENOMEM in error().
   std::string_view NextLine() {
-    if (begin_ < end_) {
+    if (HoldsBytes()) {
       const char* const from = block_.get() + begin_;
       if (const void* const lf = std::memchr(from, '\n', end_ - begin_); lf != nullptr) {
         return Take(static_cast<std::size_t>(static_cast<const char*>(lf) - from) + 1);

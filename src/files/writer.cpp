@@ -60,10 +60,11 @@ char* PutInteger(char* out, std::int64_t value, std::ptrdiff_t width = 0) {
 }
 
 char* PutTag(char* out, const char (&tag)[4]) {
-  std::memcpy(out, "A ", 2);
-  std::memcpy(out + 2, tag, 3);
-  out[5] = ' ';
-  return out + 6;
+  *out++ = 'A';
+  *out++ = ' ';
+  out = std::copy(tag, tag + 3, out);
+  *out++ = ' ';
+  return out;
 }
 
 bool IsControl(MQBYTE byte) { return byte < 0x20 || byte == 0x7F; }
