@@ -37,7 +37,8 @@ MQLONG MakeRoom(Parameters& run, std::size_t bytes) {
   const CurrentMessage& message = run.Message;
   const std::size_t wanted = static_cast<std::size_t>(message.Length) + bytes;
   if (wanted <= message.Buffer.size()) return 0;
-  if (wanted > static_cast<std::size_t>(std::numeric_limits<MQLONG>::max())) return MQRC_INCOMPLETE_MSG;
+  if (wanted > static_cast<std::size_t>(std::numeric_limits<MQLONG>::max()))
+    return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   return GrowMessageBuffer(run, std::max(wanted, 2 * message.Buffer.size()));
 }
 
@@ -48,7 +49,7 @@ MQLONG ReadMessageData(Parameters& run, HexDump& dump, std::size_t bytes) {
   while (bytes != 0) {
     const std::size_t step = std::min(bytes, kReadStep);
     if (const MQLONG reason = MakeRoom(run, step); reason != 0) return reason;
-    if (!dump.Read(message.Buffer.data() + message.Length, step)) return MQRC_INCOMPLETE_MSG;
+    if (!dump.Read(message.Buffer.data() + message.Length, step)) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
     message.Length += static_cast<MQLONG>(step);
     bytes -= step;
   }
@@ -129,10 +130,10 @@ MQLONG ParsePutMessage(Parameters& run, bool& ready) {
   ++log.WantedPuts;
   HexDump dump(run);
   if (const MQLONG reason = ReadMessageHeader(run, dump); reason != 0) return reason;
-  if (header.DataLength < static_cast<std::int64_t>(dump.taken())) return MQRC_INCOMPLETE_MSG;
+  if (header.DataLength < static_cast<std::int64_t>(dump.taken())) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   const std::size_t bytes = static_cast<std::size_t>(header.DataLength) - dump.taken();
   if (const MQLONG reason = ReadMessageData(run, dump, bytes); reason != 0) return reason;
-  if (!dump.EndsHere()) return MQRC_INCOMPLETE_MSG;
+  if (!dump.EndsHere()) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   if (const MQLONG reason = AppendPieces(run, std::move(header.PrevLsn)); reason != 0) return reason;
   CurrentMessage& message = run.Message;
   message.Data = message.Buffer.data();
@@ -151,8 +152,9 @@ MQLONG ParsePutPart(Parameters& run) {
   HexDump dump(run);
   LogPiece piece;
   piece.PrevLsn = std::move(header.PrevLsn);
-  if (!ReadPieceData(dump, static_cast<std::size_t>(header.DataLength), piece)) return MQRC_INCOMPLETE_MSG;
-  if (!dump.EndsHere()) return MQRC_INCOMPLETE_MSG;
+  if (!ReadPieceData(dump, static_cast<std::size_t>(header.DataLength), piece))
+    return BrokenDump(run, MQRC_INCOMPLETE_MSG);
+  if (!dump.EndsHere()) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   log.Pieces.Add(log.CurrentLsn, std::move(piece));
   return 0;
 }
@@ -169,7 +171,7 @@ MQLONG EndOfLog(Parameters& run, MQLONG result) {
     SetMessageText(run, "Error reading from input file RC(%d)\n", log.Lines.error());
     result = MQRC_FILE_SYSTEM_ERROR;
   } else if (log.Truncated) {
-    result = MQRC_INCOMPLETE_MSG;
+    result = BrokenDump(run, MQRC_INCOMPLETE_MSG);
   }
   EndLogReading(run);
   return result;
@@ -228,7 +230,7 @@ MQLONG ReadFromLog(Parameters& run, QueueElement*) {
   } catch (const std::bad_alloc&) {
     result = MQRCCF_NO_STORAGE;
   }
-  if (result != 0) run.Log.ReadingDumpFile = false;  // what is told from here on belongs to no line of the dump
+  if (result != 0) EndLogReading(run);
   return result;
 }
 
@@ -244,6 +246,7 @@ MQLONG CheckLogMessage(Parameters& run) {
   if (message.Length == message.ExpectedLength) return 0;
   PrintDiagnostic(run, "Can not construct message %d, message length does not match.\n",
                   static_cast<int>(run.Log.Reader->PutRecords));
+  EndLogReading(run);
   return MQRC_INCOMPLETE_MSG;
 }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cinttypes>
-#include <cstring>
+#include <utility>
 
 #include "cmdline/parameters.h"
 
@@ -99,9 +99,17 @@ void ShowLogProgress(Parameters& run) {
 
 void EndLogReading(Parameters& run) {
   run.Log.ReadingDumpFile = false;
+  if (run.Log.Reader == nullptr || std::exchange(run.Log.Reader->Ended, true)) return;
   const bool shown = run.Screen.InPlaceShown > 0;
   if (!shown) ShowLogProgress(run);
   PrintDiagnosticText(run, shown ? "\n" : "");
+}
+
+MQLONG BrokenDump(Parameters& run, MQLONG reason) {
+  if (run.MessageText.empty()) {
+    SetMessageText(run, "The log record is broken or cut off at line %u of the dump", run.Log.DumpLineNumber);
+  }
+  return reason;
 }
 
 bool HexDump::NextLine() {

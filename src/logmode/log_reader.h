@@ -28,6 +28,7 @@ struct LogReader {
   LogPieces Pieces;                       // parts that wait for their message
   bool PartsSinceMessage = false;         // a part record was read since the last message was returned
   bool Truncated = false;                 // the dump ends where a record should go on
+  bool Ended = false;                     // the progress line has been ended
 };
 
 // Where the value of a record line begins.
@@ -54,8 +55,8 @@ MQLONG TakeRecordLsn(Parameters& run, std::string_view line);
 
 // Draws the progress line.
 void ShowLogProgress(Parameters& run);
-// Draws it a last time and ends it; nothing is being read from here on.
-void EndLogReading(Parameters& run);
+// Says at which line the dump is broken, unless something was said already, and returns `reason`.
+MQLONG BrokenDump(Parameters& run, MQLONG reason);
 
 // The data of the record in hand, from the line that was announced on. Bytes are taken from the front.
 class HexDump {

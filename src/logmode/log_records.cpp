@@ -102,7 +102,7 @@ MQLONG ReadRecordHeader(Parameters& run, LogRecordKind kind, RecordHeader& heade
       break;
     }
   }
-  return prevLsnSeen ? 0 : MQRC_FORMAT_ERROR;
+  return prevLsnSeen ? 0 : BrokenDump(run, MQRC_FORMAT_ERROR);
 }
 
 bool IsWantedQueue(const LogReader& log, const RecordHeader& header) {
@@ -112,12 +112,13 @@ bool IsWantedQueue(const LogReader& log, const RecordHeader& header) {
 
 MQLONG ReadMessageHeader(Parameters& run, HexDump& dump) {
   MQBYTE data[kMessagePlace];
-  if (!dump.Read(data, kVersionPlace + sizeof(MQLONG))) return MQRC_INCOMPLETE_MSG;
+  if (!dump.Read(data, kVersionPlace + sizeof(MQLONG))) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   if (const MQLONG version = NumberIn(data, kVersionPlace); version != kHeaderVersion) {
     PrintDiagnostic(run, "Message Header Version %d not recognised.\n", version);
     return MQRC_FORMAT_ERROR;
   }
-  if (!dump.Read(data + dump.taken(), kMqmdVersionPlace + sizeof(MQLONG) - dump.taken())) return MQRC_INCOMPLETE_MSG;
+  if (!dump.Read(data + dump.taken(), kMqmdVersionPlace + sizeof(MQLONG) - dump.taken()))
+    return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   if (std::memcmp(data + kStrucIdPlace, "MD  ", 4) != 0) {
     PrintDiagnostic(run, "Unrecongnised message format.\n");
     return MQRC_FORMAT_ERROR;
@@ -127,7 +128,7 @@ MQLONG ReadMessageHeader(Parameters& run, HexDump& dump) {
     PrintDiagnostic(run, "Unrecognised MQMD version %d.\n", version);
     return MQRC_FORMAT_ERROR;
   }
-  if (!dump.Read(data + dump.taken(), kMessagePlace - dump.taken())) return MQRC_INCOMPLETE_MSG;
+  if (!dump.Read(data + dump.taken(), kMessagePlace - dump.taken())) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   run.Message.Descriptor = DefaultDescriptor();
   auto* const descriptor = reinterpret_cast<MQBYTE*>(&run.Message.Descriptor);
   for (const Stretch& stretch : kStretches) {

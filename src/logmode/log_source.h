@@ -27,3 +27,6 @@ bool ParseLogParameter(Parameters& run, std::string_view text);
 // Opens the dump file or starts the formatter, and makes the log the run's source. Returns 0, MQRC_OPTIONS_ERROR,
 // MQRC_FILE_SYSTEM_ERROR or MQRC_UNEXPECTED_ERROR, reported.
 MQLONG StartLogReading(Parameters& run, std::string_view queueName);
+// Ends the log as a source: the progress line is drawn a last time and ended, and diagnostics show no line number any
+// more. The end of the log and a failure do so themselves; a run that stops before must. May be called again.
+void EndLogReading(Parameters& run);

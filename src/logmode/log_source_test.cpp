@@ -250,6 +250,7 @@ TEST_F(LogTest, EveryFlawHasItsResultAndText) {
     EXPECT_EQ(ReadDump(c.Dump), c.Result) << c.Name << "\n" << printed;
     EXPECT_TRUE(Printed(c.Text)) << c.Name << "\n" << printed;
     EXPECT_EQ(messages.size(), c.Messages) << c.Name;
+    EXPECT_EQ(owner->MessageText.empty(), c.Result == 0 || !c.Text.empty()) << c.Name;  // no failure is silent
   }
 }
 
