@@ -114,10 +114,35 @@ MQLONG ReadDescriptorLines(Parameters& run) {
   return IsDataLine(run.Reader.Line) ? 0 : RefuseLine(run, "Expected message at");
 }
 
+// A full hex line is mostly followed by more of its length. Takes those that stand in the block and are digits
+// throughout; the first line of any other form is left to the reading of lines.
+MQLONG AppendLinesAlike(Parameters& run, std::size_t lineLength) {
+  constexpr std::string_view kHexStart = "X ";
+  ReaderState& reader = run.Reader;
+  const std::size_t pairs = (lineLength - kHexStart.size()) / 2;
+  for (;;) {
+    const std::string_view ahead = reader.In.Ahead();
+    if (ahead.size() <= lineLength || ahead[lineLength] != '\n' || !ahead.starts_with(kHexStart)) return 0;
+    MQBYTE* const out = RoomForData(run, lineLength);
+    if (out == nullptr) return MQRC_STORAGE_NOT_AVAILABLE;
+    if (DecodeHex(out, pairs, ahead.substr(kHexStart.size(), 2 * pairs)).Bytes != pairs) return 0;
+    reader.In.Skip(lineLength + 1);
+    reader.FileBytes += static_cast<std::int64_t>(lineLength + 1);
+    ++reader.LineNumber;
+    run.Message.Length += static_cast<MQLONG>(pairs);
+  }
+}
+
 MQLONG ReadDataLines(Parameters& run) {
   bool end = false;
   while (IsDataLine(run.Reader.Line)) {
+    const MQLONG before = run.Message.Length;
     if (const MQLONG reason = AppendDataLine(run); reason != 0) return reason;
+    const std::size_t lineLength = run.Reader.Line.size();
+    const auto digits = 2 * static_cast<std::size_t>(run.Message.Length - before);
+    if (run.Reader.Line.front() == 'X' && digits != 0 && lineLength == digits + 2) {
+      if (const MQLONG reason = AppendLinesAlike(run, lineLength); reason != 0) return reason;
+    }
     if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) {
       // Behind an empty line the message is whole. The failure stays with the file, so that the next read meets it.
       if (!run.Reader.PassedEmptyLine) return reason;

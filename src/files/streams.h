@@ -102,6 +102,10 @@ class InputFile {
     }
     return NextLineBeyondBlock();
   }
+  // What stands in the block behind the last line, and taking a part of it: for readers that know what the next line
+  // must look like.
+  std::string_view Ahead() const { return {block_.get() + begin_, end_ - begin_}; }
+  void Skip(std::size_t bytes) { Take(bytes); }
   // Reads raw bytes, at most `bytes`. 0 at the end or after an error.
   std::size_t Read(void* buffer, std::size_t bytes);
   int error() const { return error_; }
