@@ -26,8 +26,8 @@ std::string Histogram(const char* title, const Bucket (&table)[N], const std::in
   for (int row = 0; row < N; row += columns) {
     std::string labels, line, numbers;
     for (int i = row; i < row + columns && i < N; ++i) {
-      labels += std::string(table[i].Label) + ' ';
-      line += std::string(width, '-') + ' ';
+      labels.append(table[i].Label).append(1, ' ');
+      line.append(width, '-').append(1, ' ');
       numbers += FormatText("%*d ", static_cast<int>(width), counts[i]);
     }
     text += labels + '\n' + line + '\n' + numbers + "\n\n";
