@@ -30,7 +30,7 @@ std::string Histogram(const char* title, const Bucket (&table)[N], const std::in
       line.append(width, '-').append(1, ' ');
       numbers += FormatText("%*d ", static_cast<int>(width), counts[i]);
     }
-    text += labels + '\n' + line + '\n' + numbers + "\n\n";
+    text.append(labels).append("\n").append(line).append("\n").append(numbers).append("\n\n");
   }
   return text;
 }
