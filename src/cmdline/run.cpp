@@ -129,7 +129,9 @@ void DecideDescriptorOnly(Parameters& run) {
 
 MQLONG Transfer(Parameters& run, QueueElement* queue) {
   run.MessageIndex = -1;
-  return TransferMessages(run, queue, run.Screen.StdinIsTerminal);
+  const MQLONG reason = TransferMessages(run, queue, run.Screen.StdinIsTerminal);
+  EndLogReading(run);
+  return reason;
 }
 
 // Closes both files; what the output file could not take to the disk is the run's failure if nothing else was.
