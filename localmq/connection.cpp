@@ -89,7 +89,7 @@ std::string FieldText(const MQCHAR* field, std::size_t length) {
 
 void SetField(MQCHAR* field, std::size_t length, std::string_view text) {
   const std::size_t used = std::min(length, text.size());
-  std::memcpy(field, text.data(), used);
+  std::copy_n(text.data(), used, field);
   std::memset(field + used, ' ', length - used);
 }
 

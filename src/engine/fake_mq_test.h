@@ -122,7 +122,7 @@ class FakeMq {
       *reason = MQRC_TRUNCATED_MSG_ACCEPTED;
     }
     *descriptor = message.Descriptor;
-    std::memcpy(buffer, message.Data.data(), static_cast<std::size_t>(std::min(*length, room)));
+    if (room > 0) std::memcpy(buffer, message.Data.data(), static_cast<std::size_t>(std::min(*length, room)));
     if (browse) {
       cursor = at + 1;
       return;
