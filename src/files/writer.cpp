@@ -278,7 +278,10 @@ MQLONG FlushOutputFile(Parameters& run, bool toDisk) {
 MQLONG CloseOutputFile(Parameters& run) {
   WriterState& writer = run.Writer;
   if (!writer.Out.is_open()) return 0;
-  if (const int error = writer.Out.Close(run.Has(FLAG_GET)); error != 0) return FlushFailed(run, error);
+  // Messages of a queue are reported as written once they are on the disk; a file that is rewritten still stands as it
+  // was.
+  const bool toDisk = run.InputFileName.empty();
+  if (const int error = writer.Out.Close(toDisk); error != 0) return FlushFailed(run, error);
   NothingHeld(writer);
   return 0;
 }
