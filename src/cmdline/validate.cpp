@@ -112,7 +112,7 @@ const char* CheckGenericOutput(Parameters& run) {
 
 const char* CheckGenericInput(Parameters& run) {
   if (!IsGeneric(run.InputFileName)) {
-    const bool unused = HasInputFile(run) && run.LimitsActive && !run.Has(FLAG_OUTPUT_INSERTS);
+    const bool unused = run.LimitsActive && !run.Has(FLAG_OUTPUT_INSERTS);
     return unused ? "The use of -L parameters requires the use of file index inserts\n" : nullptr;
   }
   if (!run.HasOutputQueue()) return "Please enter an output queue for the generic load.\n";

@@ -38,7 +38,7 @@ TEST(Validation, RefusesWhatDoesNotGoTogether) {
            {{"-iQ1", "-p"}, "Purge is not valid when you are browsing the Input Queue\n"},
            {{"-fin", "-oQ1", "-Ha=1"}, "SQL92 Selection is only supported when the input is a queue\n"},
            {{"-IQ1", "-oQ2", "-Ha=1", "-p"}, "The purge option is not supported when using the SQL92 selector\n"},
-           {{"-iQ1", "-fout", "-Lm100"}, nullptr},
+           {{"-iQ1", "-fout", "-Lm100"}, "The use of -L parameters requires the use of file index inserts\n"},
            {{"-fin", "-fout", "-Lm100"}, "The use of -L parameters requires the use of file index inserts\n"},
            {{"-IQ1", "-ds"}, "Sumary option is not valid with move, use browse\n"},
            {{"-IQ1", "-dk"}, "Count option is not valid with move, use browse\n"},

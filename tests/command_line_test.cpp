@@ -1,0 +1,157 @@
+// Command lines as users type them, and mistype them: what is printed where, and the exit code.
+
+#include "harness.h"
+
+namespace {
+
+const int kRefused = ExitStatus(MQRC_OPTIONS_ERROR);
+
+struct Refusal {
+  std::vector<std::string> Arguments;
+  const char* Text;
+};
+
+class CommandLine : public Sandbox {
+ protected:
+  void ExpectRefused(const std::vector<Refusal>& cases) {
+    for (const auto& c : cases) {
+      std::string line;
+      for (const auto& argument : c.Arguments) line += argument + " ";
+      SCOPED_TRACE(line);
+      const auto outcome = Tarvo(c.Arguments);
+      EXPECT_EQ(outcome.Exit, kRefused);
+      EXPECT_NE(outcome.Err.find(c.Text), std::string::npos) << outcome.Err;
+      EXPECT_EQ(outcome.Err.find("Read    -"), std::string::npos);
+    }
+  }
+};
+
+TEST_F(CommandLine, NothingOrSomethingStrayShowsTheShortUsage) {
+  for (const auto& arguments : {std::vector<std::string>{}, {"-iQ1", "stray"}, {"stray", "-iQ1"}}) {
+    const auto outcome = Tarvo(arguments);
+    EXPECT_EQ(outcome.Exit, 0);
+    EXPECT_NE(outcome.Err.find("Usage: TARVO <Optional flags as below>\n"), std::string::npos);
+    EXPECT_NE(outcome.Err.find("Provide Summary of messages            : tarvo -iQ1 -ds\n"), std::string::npos);
+    EXPECT_EQ(Occurrences(outcome.Err, "\n        [-"), 41);
+    EXPECT_EQ(outcome.Out, "");
+  }
+}
+
+TEST_F(CommandLine, EchoesItsArgumentsWhenTheVariableExists) {
+  auto variables = environment();
+  variables["ORVEX_TARVO_PARMS"] = "x";
+  const auto program = (harness::ProgramFolder() / "tarvo").string();
+  const auto outcome = harness::RunProcess({program, {"-iQ1", "-Gz:1"}, Path("."), variables, {}, {}});
+  EXPECT_EQ(outcome.Out.substr(0, outcome.Out.find('\n', outcome.Out.find("argv[1]")) + 1),
+            "argv[0] = '" + program + "'\nargv[1] = '-iQ1'\n");
+  EXPECT_NE(outcome.Err.find("Unrecognised 'G' flag 'z'\n"), std::string::npos);
+}
+
+TEST_F(CommandLine, RefusesWhatItDoesNotUnderstand) {
+  ExpectRefused({
+      {{"-m"}, "-m is not a valid parameter.\n\n"},
+      {{"-y"}, "-y is not a valid parameter.\n\n"},
+      {{"-Cx"}, "I did not understand your context parameter\n\n"},
+      {{"-CAt"}, "The context parameter can only be a single letter\n\n"},
+      {{"-dAp"}, "Please enter only one display option, 'A', 'p' or 't'\n"},
+      {{"-dq"}, "I did not understand your display parameter 'q'\n\n"},
+      {{"-dxtent"}, "I did not understand display parameter\n\n"},
+      {{"-Oz"}, "I did not understand your options parameter 'z'\n\n"},
+      {{"-vz"}, "Unrecognised verbose option 'z'\n"},
+      {{"-gz1"}, "Unrecognised 'g' flag 'z', please specify 'm',c','g' or 'x'\n"},
+      {{"-gxz1"}, "Unrecognised 'g' flag 'z', please specify 'm','c' or 'g'\n"},
+      {{"-Gr"}, "':' missing as second character in parameter '-G r'\n"},
+      {{"-Ap9"}, "':' missing as second character in parameter '-A p9'\n"},
+      {{"-Ax:9"}, "Unrecognised 'A' flag 'x'\n"},
+      {{"-At:NONE"}, "Unrecognised -At: parameter 'NONE'\n"},
+      {{"-rx"}, "Invalid message range parameter 'x'\n"},
+      {{"-r5..x"}, "Invalid message range parameter '5..x'\n"},
+      {{"-r#0"}, "Invalid message range parameter '#0'\n"},
+      {{"-x41G2"}, "Sorry the hex search string does not appear to be hex\n"},
+      {{"-X41G2"}, "Sorry the negative hex search string does not appear to be hex\n"},
+      {{"-s1", "-s2", "-s3", "-s4"}, "Sorry, you can only specify 3 ASCII search strings\n"},
+      {{"-e1", "-e2", "-e3", "-e4"}, "Sorry, you can only specify 3 Ebcdic search strings\n"},
+      {{"-s" + std::string(100, 'x')}, "Sorry the search string is limited to 99 characters\n"},
+      {{"-x" + std::string(200, '1')}, "Sorry the hex search string is limited to 198 characters\n"},
+      {{"-fa", "-fb", "-fc"}, "Sorry, you can only specify one input and one output file\n"},
+      {{"-iQ1", "-IQ2"}, "Sorry, you can not specify both -i and -I in the same command\n"},
+      {{"-IQ1", "-iQ2"}, "Sorry, you can not specify both -i and -I in the same command\n"},
+      {{"-i" + std::string(49, 'Q')}, "The Queue name '"},
+      {{"-T60", "-T30"}, "You can only specify the 'older than' age once\n"},
+      {{"-Tf9:00"}, "Unrecognised time format '9:00'\n"},
+      {{"-z1", "-z2"}, "You can only specify the 'larger than' message size once\n"},
+      {{"-La30"}, "Please specify the units for -La parameter '30'\n"},
+      {{"-Lm0"}, "Invalid -Lm parameter '0'\n"},
+      {{"-Lx5"}, "Unrecognised -L parameter 'x5'\n"},
+  });
+}
+
+TEST_F(CommandLine, RefusesEmptyAnswersThatWouldSelectOrLoseEverything) {
+  ExpectRefused({
+      {{"-mQM1", "-IQ1", "-oQ2", "-gxm"}, ""},
+      {{"-mQM1", "-IQ1", "-oQ2", "-gxmXYZ"}, ""},
+      {{"-mQM1", "-IQ1", "-oQ2", "-s", ""}, ""},
+      {{"-mQM1", "-IQ1", "-oQ2", "-x4"}, ""},
+      {{"-mQM1", "-IQ1", "-o", ""}, ""},
+      {{"-mQM1", "-IQ1", "-oQM2/"}, ""},
+      {{"-mQM1", "-IQ1", "-f", ""}, ""},
+      {{"-mQM1", "-i", "", "-fout"}, ""},
+      {{"-mQM1", "-IQ1", "-dT", "-fout"}, "is not valid with move, use browse\n"},
+      {{"-fin", "-f*"}, ""},
+      {{"-mQM1", "-iQ1", "-oQ2", "-z99999999999"}, ""},
+      {{"-mQM1", "-iQ1", "-fout", "-Lm99999999999"}, "Invalid -Lm parameter '99999999999'\n"},
+  });
+}
+
+TEST_F(CommandLine, KnowsWhichQueueManagerIsMeant) {
+  ExpectRefused({
+      {{"-iQ1", "-mQM1", "-mQM2", "-oQ2"},
+       "Sorry, if you are using two Queue Managers then -m must be the first parameter.\n"},
+      {{"-mQM1", "-iQ1", "-mQM1", "-oQ2"}, "Sorry, the Queue Manager names must be different.\n"},
+      {{"-mQM1", "-iQ1", "-mQM2", "-mQM3"}, "Sorry, you can only specify at most two Queue Managers\n"},
+      {{"-mQM1", "-iQ1", "-oQ2", "-mQM2"},
+       "Sorry, you can not specify both input and output queues before the second -m parameter.\n"},
+      {{"-mQM1", "-mQM2", "-iQ1"}, "Sorry, you must at least specify an input or output queue before the second -m"},
+      {{"-mQM1", "-la", "-lb"}, "-l parameter specifified more than once for the same Queue Manaager\n"},
+      {{"-mQM1", "-ua", "-ub"}, "-u parameter specifified more than once for the same Queue Manaager\n"},
+      {{"-mQM1", "-Ua", "-Ub"}, "-U parameter specifified more than once for the same Queue Manaager\n"},
+  });
+}
+
+TEST_F(CommandLine, ChecksTheOptionsAgainstEachOther) {
+  ExpectRefused({
+      {{"-iQ1", "-fout", "-R10"}, "'Required rate' processing requires that the target is a Queue.\n"},
+      {{"-fin", "-oQ1", "-R10:60"}, "Repeated 'Required rate' processing requires that the input is a queue.\n"},
+      {{"-IQ1", "-oQ2", "-R10:60"}, "Repeated 'Required rate' processing requires that you browse the input queue.\n"},
+      {{"-iQ1", "-ds", "-oQ2"}, "Sorry, you can't specify an output queue with summary display.\n"},
+      {{"-iQ1", "-dk", "-oQ2"}, "Sorry, you can't specify an output queue/file with the count display.\n"},
+      {{"-iQ1", "-ds", "-dk"}, "Sorry, you can't specify an output queue/file with the count display.\n"},
+      {{"-iQ1", "-fa", "-fb"}, "Please don't specify both an input queue and an input file.\n"},
+      {{"-oQ1"}, "Please enter either an input queue or an input file.\n"},
+      {{"-fin", "-fout", "-oQ1"}, "Please enter either an output queue or an output file, not both.\n"},
+      {{"-iQ1", "-p"}, "Purge is not valid when you are browsing the Input Queue\n"},
+      {{"-fin", "-fout", "-Hx=1"}, "SQL92 Selection is only supported when the input is a queue\n"},
+      {{"-IQ1", "-p", "-Hx=1"}, "The purge option is not supported when using the SQL92 selector\n"},
+      {{"-iQ1", "-fout", "-Lm100"}, "The use of -L parameters requires the use of file index inserts\n"},
+      {{"-IQ1", "-ds"}, "Sumary option is not valid with move, use browse\n"},
+      {{"-IQ1", "-dk"}, "Count option is not valid with move, use browse\n"},
+  });
+}
+
+TEST_F(CommandLine, TellsOfTheMachineAndOfPendingThings) {
+  const auto machine = Tarvo({"-Oi"});
+  EXPECT_EQ(machine.Exit, kRefused);
+  EXPECT_NE(machine.Out.find("  User Identifier:"), std::string::npos) << machine.Err << machine.Out;
+  EXPECT_NE(machine.Out.find("  Machine Name   :"), std::string::npos);
+  const auto cfh = Tarvo({"-OS(CFH3)", "-oQ1"});
+  EXPECT_NE(cfh.Out.find("CFH3 Processing Active\n"), std::string::npos);
+  const auto sizes = Tarvo({"-v!", "-oQ1"});
+  EXPECT_NE((sizes.Out + sizes.Err).find("sizeof(MQLONG) '4'\nsizeof(char *) '8'\n"), std::string::npos);
+  const auto help = Tarvo({"/?", "rate"}, "zzz\n\n");
+  EXPECT_EQ(help.Exit, kRefused);
+  EXPECT_NE(help.Err.find("        [-R <Message Rate>[:<Duration>]\n"), std::string::npos);
+  EXPECT_NE(help.Err.find("Options relating to 'zzz' not found\n"), std::string::npos);
+  EXPECT_EQ(Occurrences(help.Err, "Help - Enter topic:\n"), 2);
+}
+
+}  // namespace

@@ -1,0 +1,124 @@
+// Finding the MQ library, connecting, and what a run needs of an older or stricter queue manager.
+
+#include <algorithm>
+
+#include "harness.h"
+
+namespace {
+
+class Connecting : public Sandbox {
+ protected:
+  void SetUp() override {
+    CreateQueueManager("QM1", {"Q1", "Q2"});
+    Queues("QM1").PutNumbered("Q1", 3);
+  }
+
+  Outcome TarvoWithLibrary(const std::string& folder, const std::vector<std::string>& arguments) {
+    auto variables = environment();
+    variables["MQM_DLL_PATH"] = harness::LibraryFolder(folder).string();
+    variables["FAULTMQ_LIBRARY"] = harness::LibraryFile("localmq").string();
+    return harness::RunProcess({harness::ProgramFolder() / "tarvo", arguments, Path("."), variables, {}, {}});
+  }
+};
+
+TEST_F(Connecting, ALibraryThatCannotBeLoadedIsNamed) {
+  auto variables = environment();
+  variables["MQM_DLL_PATH"] = Path("nowhere").string();
+  variables["MQIC_DLL_PATH"] = Path("nowhere").string();
+  variables["MQACCESS_DEBUG"] = "1";
+  const auto outcome =
+      harness::RunProcess({harness::ProgramFolder() / "tarvo", {"-mQM1", "-iQ1", "-dk"}, Path("."), variables, {}, {}});
+  EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_ENVIRONMENT_ERROR));
+  EXPECT_NE(outcome.Err.find("Error loading MQAPI DLL  RC("), std::string::npos) << outcome.Err;
+  EXPECT_EQ(Occurrences(outcome.Out, "Loading '"), 2) << outcome.Out;
+  EXPECT_EQ(Occurrences(outcome.Out, "Load failed RC("), 2) << outcome.Out;
+  const auto named = Tarvo({"-mQM1", "-lnothing.so", "-iQ1", "-dk"});
+  EXPECT_EQ(named.Exit, ExitStatus(MQRC_ENVIRONMENT_ERROR));
+  EXPECT_NE(named.Err.find("Error loading MQAPI DLL nothing.so RC("), std::string::npos) << named.Err;
+}
+
+TEST_F(Connecting, LibrariesWithFewerEntriesServeAsFarAsTheyGo) {
+  const auto withoutSet = TarvoWithLibrary("faultmq-without-MQSET", {"-mQM1", "-iQ1", "-dk"});
+  EXPECT_EQ(withoutSet.Exit, ExitStatus(MQRC_ENVIRONMENT_ERROR));
+  EXPECT_NE(withoutSet.Err.find("Error loading MQAPI DLL  RC(11)\n"), std::string::npos) << withoutSet.Err;
+  EXPECT_EQ(TarvoWithLibrary("faultmq-without-MQCB", {"-mQM1", "-iQ1", "-dk"}).Exit, 0);
+  const auto several = TarvoWithLibrary("faultmq-without-MQCB", {"-mQM1", "-iQ1", "-iQ2", "-fnull"});
+  EXPECT_EQ(several.Exit, ExitStatus(MQRC_FUNCTION_NOT_SUPPORTED));
+  EXPECT_NE(several.Err.find("MQCB(REGISTER)(QM1/Q1) failed RC(2298) Function not supported\n"), std::string::npos)
+      << several.Err;
+}
+
+TEST_F(Connecting, RefusedConnectOptionsAreTriedOnceMoreInTheirOldestForm) {
+  const struct {
+    std::vector<std::string> Credentials;
+    const char* Second;
+  } cases[] = {{{}, " cno=1 "}, {{"-uuser", "-Usecret"}, " cno=5 "}};
+  for (const auto& c : cases) {
+    std::vector<std::string> arguments = {"-mQM1", "-iQ1", "-dk"};
+    arguments.insert(arguments.end(), c.Credentials.begin(), c.Credentials.end());
+    const auto outcome = TarvoWithFaults("MQCONNX:1=2139", arguments);
+    EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+    const auto trace = Trace();
+    EXPECT_NE(trace.at(0).find(" cno=7 "), std::string::npos) << trace.at(0);
+    EXPECT_NE(trace.at(0).find("Orvex_Software_TARVO"), std::string::npos) << trace.at(0);
+    EXPECT_NE(trace.at(1).find(c.Second), std::string::npos) << trace.at(1);
+    const auto twice = TarvoWithFaults("MQCONNX:*=2139", arguments);
+    EXPECT_EQ(twice.Exit, ExitStatus(MQRC_CNO_ERROR));
+    EXPECT_NE(twice.Err.find("MQCONN on qmgr 'QM1' returned 2139 MQCNO Error.\n"), std::string::npos) << twice.Err;
+    EXPECT_EQ(Occurrences(ReadText("trace.txt"), "MQCONNX #"), 2);
+  }
+}
+
+TEST_F(Connecting, CredentialsAreCheckedAndAPasswordIsNotAskedOfAFile) {
+  ASSERT_EQ(LocalMq({"QM1"}, "ALTER QMGR USER('app') PASSWORD('secret')\n").Exit, 0);
+  EXPECT_EQ(Tarvo({"-mQM1", "-uapp", "-Usecret", "-iQ1", "-dk"}).Exit, 0);
+  const auto wrong = Tarvo({"-mQM1", "-uapp", "-Uwrong", "-iQ1", "-dk"});
+  EXPECT_EQ(wrong.Exit, ExitStatus(MQRC_NOT_AUTHORIZED));
+  EXPECT_NE(wrong.Err.find("MQCONN on qmgr 'QM1' returned 2035 Not authorized.\n"), std::string::npos) << wrong.Err;
+  const auto unasked = Tarvo({"-mQM1", "-uapp", "-IQ1"}, "secret\n");
+  EXPECT_NE(unasked.Exit, 0);
+  EXPECT_NE(unasked.Err.find("Password prompt not supported for non-stdin file\n"), std::string::npos) << unasked.Err;
+}
+
+TEST_F(Connecting, AQueueThatMayNotBeInquiredGoesOnWithoutBackoutProcessing) {
+  const auto outcome = TarvoWithFaults("MQOPEN@Q1:1=2035", {"-mQM1", "-iQ1", "-iQ2", "-fnull"});
+  EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+  EXPECT_NE(outcome.Err.find("Cannot open queue 'Q1' for inquire. Backout requeue processing is disabled, "
+                             "TARVO will continue.\n"),
+            std::string::npos)
+      << outcome.Err;
+  const std::string trace = ReadText("trace.txt");
+  EXPECT_EQ(Occurrences(trace, " options=40 "), 1) << trace;  // browse and inquire, once
+  EXPECT_EQ(Occurrences(trace, " options=8 "), 2) << trace;   // browse only, for both queues
+  const auto refused = TarvoWithFaults("MQOPEN@Q1:*=2035", {"-mQM1", "-iQ1", "-fnull"});
+  EXPECT_EQ(refused.Exit, ExitStatus(MQRC_NOT_AUTHORIZED));
+  EXPECT_NE(refused.Err.find("MQOPEN on object 'QM1/Q1' returned 2035 Not authorized.\n"), std::string::npos);
+}
+
+TEST_F(Connecting, InputQueuesAreOpenedForWhatTheRunDoes) {
+  const struct {
+    std::vector<std::string> Arguments;
+    MQLONG Options;
+  } cases[] = {
+      {{"-iQ1", "-fnull"}, MQOO_BROWSE | MQOO_INQUIRE},
+      {{"-iQ1", "-fnull", "-Oe"}, MQOO_BROWSE | MQOO_INPUT_EXCLUSIVE | MQOO_INQUIRE},
+      {{"-iQ1", "-fnull", "-OB"}, MQOO_BROWSE},
+      {{"-IQ1", "-fnull", "-snothing"}, MQOO_INPUT_SHARED | MQOO_BROWSE | MQOO_INQUIRE},
+      {{"-IQ1", "-fnull", "-snothing", "-Oe"}, MQOO_INPUT_EXCLUSIVE | MQOO_BROWSE | MQOO_INQUIRE},
+      {{"-IQ1", "-oQ2", "-Ca", "-r1"}, MQOO_INPUT_SHARED | MQOO_BROWSE | MQOO_INQUIRE | MQOO_SAVE_ALL_CONTEXT},
+      {{"-IQ1", "-fnull", "-snothing", "-p"}, MQOO_INPUT_SHARED | MQOO_INQUIRE},
+  };
+  for (const auto& c : cases) {
+    std::vector<std::string> arguments = {"-mQM1"};
+    arguments.insert(arguments.end(), c.Arguments.begin(), c.Arguments.end());
+    EXPECT_EQ(TarvoWithFaults("", arguments).Exit, 0);
+    const auto trace = Trace();
+    const auto opened = std::find_if(trace.begin(), trace.end(), [](const std::string& line) {
+      return line.starts_with("MQOPEN") && line.find("object=Q1 ") != std::string::npos;
+    });
+    ASSERT_NE(opened, trace.end());
+    EXPECT_NE(opened->find(" options=" + std::to_string(c.Options) + " "), std::string::npos) << *opened;
+  }
+}
+
+}  // namespace
