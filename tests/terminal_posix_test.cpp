@@ -1,0 +1,158 @@
+// What only happens on a terminal: prompts, paging, the progress line.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "harness.h"
+
+namespace {
+
+// Waits for a text on the screen, then types an answer.
+struct Exchange {
+  std::string Prompt;
+  std::string Answer;
+};
+
+struct Session {
+  int Exit = -1;
+  std::string Screen;
+};
+
+class OnTerminal : public Sandbox {
+ protected:
+  // Runs tarvo with a terminal of `rows` rows as its standard streams; what it writes comes back in one text.
+  Session Run(const std::vector<std::string>& arguments, const std::vector<Exchange>& exchanges, int rows = 24) {
+    std::vector<std::string> words = {(harness::ProgramFolder() / "tarvo").string()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (auto& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    winsize size{};
+    size.ws_row = static_cast<unsigned short>(rows);
+    size.ws_col = 80;
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+    if (child == 0) {
+      for (const auto& [name, value] : environment()) {
+        if (value.empty()) {
+          unsetenv(name.c_str());
+        } else {
+          setenv(name.c_str(), value.c_str(), 1);
+        }
+      }
+      if (chdir(Path(".").c_str()) != 0) _exit(126);
+      execv(argv[0], argv.data());
+      _exit(127);
+    }
+    Session session;
+    std::size_t seen = 0;
+    std::size_t next = 0;
+    for (char block[4096];;) {
+      pollfd ready{terminal, POLLIN, 0};
+      if (poll(&ready, 1, 20000) <= 0) break;
+      const ssize_t got = read(terminal, block, sizeof block);
+      if (got <= 0) break;
+      session.Screen.append(block, static_cast<std::size_t>(got));
+      while (next < exchanges.size()) {
+        const std::size_t at = session.Screen.find(exchanges[next].Prompt, seen);
+        if (at == std::string::npos) break;
+        seen = at + exchanges[next].Prompt.size();
+        const std::string& answer = exchanges[next++].Answer;
+        if (write(terminal, answer.data(), answer.size()) < 0) break;
+      }
+    }
+    EXPECT_EQ(next, exchanges.size()) << session.Screen;
+    int status = 0;
+    kill(child, next == exchanges.size() ? 0 : SIGKILL);
+    waitpid(child, &status, 0);
+    close(terminal);
+    session.Exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return session;
+  }
+};
+
+TEST_F(OnTerminal, ThePasswordIsReadWithoutEcho) {
+  CreateQueueManager("QM1", {"Q1"}, "ALTER QMGR USER('app') PASSWORD('ac')\n");
+  const std::string prompt = "Please enter password for QM(QM1) User(app) >";
+  const auto typed = Run({"-mQM1", "-uapp", "-iQ1", "-dk"}, {{prompt, "ab\bc\r"}});
+  EXPECT_EQ(typed.Exit, 0) << typed.Screen;
+  EXPECT_NE(typed.Screen.find(prompt + "**\b \b*"), std::string::npos) << typed.Screen;
+  EXPECT_EQ(typed.Screen.find("ac"), std::string::npos);
+  const auto wrong = Run({"-mQM1", "-uapp", "-iQ1", "-dk"}, {{prompt, "\b\babc\r"}});
+  EXPECT_EQ(wrong.Exit, ExitStatus(MQRC_NOT_AUTHORIZED)) << wrong.Screen;
+}
+
+TEST_F(OnTerminal, HelpPausesAtTheEndOfAPage) {
+  const auto paged = Run({"-?"}, {{"More <Press Enter>...", "\n"},
+                                  {"More <Press Enter>...", "?\n"},
+                                  {"Help - Enter topic:", "rate\n"},
+                                  {"Help - Enter topic:", "\n"}});
+  EXPECT_EQ(paged.Exit, ExitStatus(MQRC_OPTIONS_ERROR));
+  const auto lines = Lines(paged.Screen);
+  // The banner's two lines and an empty one count: the pause comes after 21 lines.
+  EXPECT_EQ(lines.at(21), "More <Press Enter>...");
+  EXPECT_NE(paged.Screen.find("[-R <Message Rate>[:<Duration>]"), std::string::npos);
+  const auto tall = Run({"-?"}, {}, 200);
+  EXPECT_EQ(tall.Screen.find("More <Press Enter>"), std::string::npos);
+}
+
+TEST_F(OnTerminal, AnExistingFileIsAskedAbout) {
+  CreateQueueManager("QM1", {"Q1"});
+  Queues("QM1").PutNumbered("Q1", 2);
+  WriteText("out", "precious");
+  const std::string question = "File 'out' exists - overwrite (y)es/(n)o/(a)ll ?";
+  const auto no = Run({"-mQM1", "-iQ1", "-fout"}, {{question, "what\n"}, {question, "n\n"}});
+  EXPECT_EQ(no.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR));
+  EXPECT_EQ(ReadText("out"), "precious");
+  const auto yes = Run({"-mQM1", "-iQ1", "-fout"}, {{question, "y\n"}});
+  EXPECT_EQ(yes.Exit, 0) << yes.Screen;
+  EXPECT_EQ(ReadText("out").substr(0, 7), "* TARVO");
+  WriteText("m1", "x");
+  WriteText("m2", "x");
+  const auto all = Run({"-mQM1", "-iQ1", "-fm%i"}, {{"File 'm1' exists", "a\n"}});
+  EXPECT_EQ(all.Exit, 0) << all.Screen;
+  EXPECT_EQ(Occurrences(all.Screen, "overwrite (y)es"), 1);
+  EXPECT_NE(ReadText("m2"), "x");
+}
+
+TEST_F(OnTerminal, PlainFilesAreCountedFirst) {
+  CreateQueueManager("QM1", {"Q1"});
+  WriteText("lines", "one\ntwo\nthree\n");
+  WriteText("none", "nothing delimited");
+  const std::string question = "Do you want to continue? (y/n)";
+  const auto no = Run({"-mQM1", "-oQ1", "-flines", "-n!", "-Cd"}, {{question, "n\n"}});
+  EXPECT_EQ(no.Exit, 0);
+  EXPECT_NE(no.Screen.find(": 3 messages found"), std::string::npos) << no.Screen;
+  EXPECT_EQ(no.Screen.find("Read    -"), std::string::npos);
+  EXPECT_EQ(Queues("QM1").Depth("Q1"), 0);
+  const auto yes = Run({"-mQM1", "-oQ1", "-flines", "-n!", "-Cd"}, {{question, "y\n"}});
+  EXPECT_EQ(yes.Exit, 0);
+  EXPECT_NE(yes.Screen.find("Read    - Files:   1  Messages:      3  Bytes:          11"), std::string::npos)
+      << yes.Screen;
+  EXPECT_EQ(Queues("QM1").Texts("Q1"), (std::vector<std::string>{"one", "two", "three"}));
+  WriteText("copy", "precious");
+  const auto kept = Run({"-flines", "-Fcopy", "-n!", "-Cd"}, {{question, "n\n"}});
+  EXPECT_EQ(ReadText("copy"), "precious") << kept.Screen;
+  const auto nothing = Run({"-mQM1", "-oQ1", "-fnone", "-ns:<m>", "-ne:</m>", "-Cd"}, {});
+  EXPECT_NE(nothing.Screen.find("No messages were found in the file with those delimiters."), std::string::npos);
+}
+
+TEST_F(OnTerminal, LoadingShowsItsProgressInPlace) {
+  CreateQueueManager("QM1", {"Q1"});
+  Queues("QM1").PutText("Q1", "x");
+  ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-Fone.tvo"}).Exit, 0);
+  const auto shown = Run({"-mQM1", "-oQ1", "-fone.tvo"}, {});
+  EXPECT_NE(shown.Screen.find("Loading 'one.tvo' :  0%"), std::string::npos) << shown.Screen;
+  EXPECT_NE(shown.Screen.find("\b\b\b\b\b     \b\b\b\b\b"), std::string::npos) << shown.Screen;
+  const auto quiet = Run({"-q", "-mQM1", "-oQ1", "-fone.tvo"}, {});
+  EXPECT_EQ(quiet.Screen, "");
+}
+
+}  // namespace
