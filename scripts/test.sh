@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Fresh machine -> packages, build, every test. With an argument only that part: release, asan, tsan, style.
+# Fresh machine -> packages, build, every test. With arguments only those parts (tsan only so).
 #   scripts/test.sh [release|asan|tsan|style]...
 set -euo pipefail
 cd "$(dirname "$0")/.."
 parts=("$@")
-[ ${#parts[@]} -gt 0 ] || parts=(style release asan tsan)
+[ ${#parts[@]} -gt 0 ] || parts=(style release asan)
 
 scripts/packages.sh build test
 

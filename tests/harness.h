@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
+#include "child_program.h"
 #include "mq/api.h"
 #include "platform/system.h"
-#include "child_program.h"
 
 namespace harness {
 

@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-#include "mq/put_time.h"
 #include "mq/mqi.h"
+#include "mq/put_time.h"
 
 struct Parameters;
 

@@ -1,0 +1,126 @@
+// Whole queue managers by wildcard: every queue into a file of its own, and back.
+
+#include "harness.h"
+
+namespace {
+
+class WholeQueueManager : public Sandbox {
+ protected:
+  const std::vector<std::string> names_ = {
+      "APP.ONE", "APP.TWO", "app.two", "A/B", "P%C", "U_1", "LONG.QUEUE.NAME.OF.FORTY.EIGHT.CHARACTERS.123456"};
+
+  void SetUp() override {
+    CreateQueueManager("QM1", names_, "DEFINE QLOCAL(EMPTY)\nDEFINE QALIAS(AN.ALIAS) TARGET(APP.ONE)\n");
+    CreateQueueManager("QM2", names_);
+    std::filesystem::create_directory(Path("out"));
+    Queues queues("QM1");
+    int count = 3;
+    for (const auto& name : names_) {
+      for (int i = 0; i < count; ++i) {
+        MQMD descriptor = harness::RichDescriptor(i % 8);
+        descriptor.Priority = 5;
+        queues.Put(name, descriptor, name + std::string(static_cast<std::size_t>(i * 7), 'x'));
+      }
+      count += 4;
+    }
+  }
+};
+
+TEST_F(WholeQueueManager, ComesBackMessageByMessage) {
+  const auto unloaded = Tarvo({"-mQM1", "-i*", "-fout/*", "-Lm5"});
+  EXPECT_EQ(unloaded.Exit, 0) << unloaded.Err;
+  EXPECT_EQ(Occurrences(unloaded.Out, "  Done.\n"), static_cast<int>(names_.size())) << unloaded.Out;
+  EXPECT_NE(unloaded.Out.find("\nTotal : 7 Queues, 105 Messages\n"), std::string::npos) << unloaded.Out;
+  EXPECT_TRUE(std::filesystem::exists(Path("out/A!B$3.tvo")));
+  EXPECT_TRUE(std::filesystem::exists(Path("out/APP.ONE.tvo")));
+  EXPECT_EQ(unloaded.Out.find("EMPTY"), std::string::npos);
+  const auto loaded = Tarvo({"-mQM2", "-o*", "-fout/*"});
+  EXPECT_EQ(loaded.Exit, 0) << loaded.Err;
+  EXPECT_NE(loaded.Out.find("\nTotal : 7 Queues, 105 Messages\n"), std::string::npos) << loaded.Out;
+  Queues one("QM1");
+  Queues two("QM2");
+  for (const auto& name : names_) EXPECT_TRUE(SameMessages(one.Browse(name), two.Browse(name))) << name;
+}
+
+TEST_F(WholeQueueManager, PatternsChooseQueues) {
+  const auto some = Tarvo({"-mQM1", "-iapp.?wo", "-fout/*"});
+  EXPECT_EQ(some.Exit, 0) << some.Err;
+  EXPECT_NE(some.Out.find("Total : 2 Queues"), std::string::npos) << some.Out;
+  const auto quoted = Tarvo({"-mQM1", "-i'app.*'", "-Fout/*.msg"});
+  EXPECT_NE(quoted.Out.find("Total : 1 Queues"), std::string::npos) << quoted.Out;
+  const auto none = Tarvo({"-mQM1", "-iX*", "-iY*", "-iZ*", "-fout/*"});
+  EXPECT_EQ(none.Exit, 0);
+  EXPECT_NE(none.Err.find("No non-empty queues found matching 'X*','Y*' or 'Z*'.\n"), std::string::npos) << none.Err;
+  const auto removing = Tarvo({"-mQM1", "-I*", "-fout/*"});
+  EXPECT_EQ(removing.Exit, ExitStatus(MQRC_OPTIONS_ERROR));
+  EXPECT_NE(removing.Err.find("You can not do a destructive generic unload.\n"), std::string::npos);
+  const auto badType = Tarvo({"-mQM1", "-i*", "-fout/*.m-1"});
+  EXPECT_EQ(badType.Exit, ExitStatus(MQRC_OPTIONS_ERROR));
+  EXPECT_NE(badType.Err.find("Invalid generic file type.\n"), std::string::npos);
+}
+
+TEST_F(WholeQueueManager, NothingIsDeletedByARunThatIsDeclined) {
+  WriteText("out/APP.ONE.tvo", "precious");
+  WriteText("out/OTHER.tvo", "foreign");
+  for (const char* answers : {"", "n\n", "y\nq\n", "y\n"}) {
+    const auto declined = Tarvo({"-mQM1", "-iAPP.*", "-fout/*"}, answers);
+    EXPECT_EQ(declined.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)) << answers;
+    EXPECT_EQ(ReadText("out/APP.ONE.tvo"), "precious");
+    EXPECT_EQ(ReadText("out/OTHER.tvo"), "foreign");
+  }
+  const auto kept = Tarvo({"-mQM1", "-iAPP.*", "-fout/*"}, "Yes\nx\nc\n");
+  EXPECT_EQ(kept.Exit, 0) << kept.Err;
+  EXPECT_NE(kept.Err.find("out/APP.ONE.tvo\n\nThese files already exist and will be deleted.\n"
+                          "Are you sure you want to continue? "),
+            std::string::npos)
+      << kept.Err;
+  EXPECT_EQ(ReadText("out/OTHER.tvo"), "foreign");
+  const auto deleted = Tarvo({"-mQM1", "-iAPP.*", "-Fout/*"}, "d\n");
+  EXPECT_EQ(deleted.Exit, 0) << deleted.Err;
+  EXPECT_FALSE(std::filesystem::exists(Path("out/OTHER.tvo")));
+}
+
+TEST_F(WholeQueueManager, OneFailingQueueDoesNotTouchTheOthers) {
+  const auto unloaded = TarvoWithFaults("MQGET@APP.TWO:3=2016", {"-mQM1", "-iAPP.*", "-fout/*"});
+  EXPECT_EQ(unloaded.Exit, ExitStatus(MQRC_GET_INHIBITED));
+  EXPECT_NE(unloaded.Out.find("RC(2016) Get inhibited\n"), std::string::npos) << unloaded.Out;
+  EXPECT_NE(unloaded.Out.find("\nTotal : 2 Queues, "), std::string::npos) << unloaded.Out;
+  EXPECT_EQ(Occurrences(ReadText("out/APP.ONE.tvo"), "A RPT"), 3);
+  ASSERT_EQ(Tarvo({"-mQM1", "-i'APP.*'", "-Fout/*"}).Exit, 0);
+  for (const char* script : {"MQPUT@APP.ONE:2=2053", "MQCMIT:1=2003", "MQPUT@APP.ONE:2=2053;MQBACK:1=2009"}) {
+    SCOPED_TRACE(script);
+    ASSERT_EQ(LocalMq({"QM2"}, "CLEAR QLOCAL(APP.ONE)\nCLEAR QLOCAL(APP.TWO)\n").Exit, 0);
+    const auto loaded = TarvoWithFaults(script, {"-mQM2", "-oAPP.*", "-fout/*"});
+    EXPECT_NE(loaded.Exit, 0);
+    EXPECT_NE(loaded.Out.find("Total : "), std::string::npos) << loaded.Out;
+    EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 0);
+    const bool backedOut = std::string(script).find("MQBACK") == std::string::npos;
+    EXPECT_EQ(Queues("QM2").Depth("APP.TWO"), backedOut ? 7 : 0) << loaded.Out << loaded.Err;
+  }
+}
+
+TEST_F(WholeQueueManager, ProblemsAreToldBeforeAnythingIsLoaded) {
+  ASSERT_EQ(Tarvo({"-mQM1", "-i'APP.*'", "-fout/*", "-Lm2"}).Exit, 0);
+  std::filesystem::remove(Path("out/APP.TWO$3.tvo"));
+  const auto gap = Tarvo({"-mQM2", "-o*", "-fout/*"});
+  EXPECT_EQ(gap.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS));
+  EXPECT_NE(gap.Err.find("Indexed File 'out/APP.TWO$3.tvo' appears to be missing\n"), std::string::npos) << gap.Err;
+  std::filesystem::remove(Path("out/APP.TWO$1.tvo"));
+  EXPECT_NE(Tarvo({"-mQM2", "-o*", "-fout/*"}).Err.find("Indexed File 'out/APP.TWO$2.tvo' should start at index 1\n"),
+            std::string::npos);
+  WriteText("out/APP.ONE.tvo", "* TARVO\n");
+  EXPECT_NE(Tarvo({"-mQM2", "-oAPP.ONE", "-fout/*"}).Exit, 0);
+  EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 0);
+  std::filesystem::remove(Path("out/APP.ONE.tvo"));
+  Queues("QM2").PutText("APP.ONE", "already here");
+  const auto notEmpty = Tarvo({"-mQM2", "-oAPP.ONE", "-fout/*"}, "n\n");
+  EXPECT_EQ(notEmpty.Exit, ExitStatus(MQRC_Q_NOT_EMPTY));
+  EXPECT_NE(notEmpty.Err.find("Not empty.\n"), std::string::npos);
+  EXPECT_EQ(Tarvo({"-mQM2", "-oAPP.ONE", "-fout/*"}, "y\n").Exit, 0);
+  EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 4);
+  const auto nothing = Tarvo({"-mQM2", "-oNO.*", "-fout/*"});
+  EXPECT_EQ(nothing.Exit, 0);
+  EXPECT_NE(nothing.Err.find("No matching TARVO files found.\n"), std::string::npos);
+}
+
+}  // namespace
