@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -64,13 +62,6 @@ inline Parsed ParseWith(Parsed parsed, const std::vector<std::string>& arguments
 }
 
 inline Parsed Parse(const std::vector<std::string>& arguments) { return ParseWith(Parsed(), arguments); }
-
-// Answers on standard input, one a line.
-inline void SetAnswers(const std::string& answers) {
-  const std::filesystem::path path = std::filesystem::path(testing::TempDir()) / "tarvo_answers.txt";
-  std::ofstream(path, std::ios::binary) << answers;
-  ASSERT_NE(std::freopen(path.string().c_str(), "r", stdin), nullptr);
-}
 
 inline std::string Joined(const std::vector<std::string>& arguments) {
   std::string text;

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "cmdline/command_line_test.h"
+#include "platform/test_folder.h"
 
 namespace {
 
@@ -17,7 +18,8 @@ long LinesOf(const std::string& text) { return std::count(text.begin(), text.end
 
 // Help on a terminal of 24 rows, with answers waiting on standard input.
 std::string HelpWith(const std::vector<std::string>& arguments, const std::string& answers, int pageLength = 24) {
-  SetAnswers(answers);
+  const TestFolder folder;
+  AnswerWith(folder, answers);
   Parsed parsed;
   parsed->Screen.PageLength = pageLength;
   return ParseWith(std::move(parsed), arguments).Errors;

@@ -4,6 +4,7 @@
 
 #include "engine/fake_mq_test.h"
 #include "engine/transfer.h"
+#include "platform/test_folder.h"
 
 namespace {
 
@@ -83,7 +84,8 @@ TEST_F(ConsumerTest, AFailedStepOfItsOwnEndsTheRunWithItsReason) {
 TEST_F(ConsumerTest, WaitsForMessagesAndClosesAnAgedFileInBetween) {
   run.OutputHobj = MQHO_UNUSABLE_HOBJ;
   run.OutputQueueName.clear();
-  run.OutputFileName.Assign(testing::TempDir() + "consumed%n.tvo");
+  const TestFolder folder;
+  run.OutputFileName.Assign(folder.Path("consumed%n.tvo"));
   Set(FLAG_FORCE | FLAG_OUTPUT_INSERTS);
   run.LimitMsgs = 0;
   run.LimitAge = 1;

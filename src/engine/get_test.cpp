@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "engine/fake_mq_test.h"
+#include "platform/test_folder.h"
 
 namespace {
 
@@ -136,7 +137,8 @@ TEST_F(GetTest, CommitsWhatIsPendingBeforeItWaits) {
 }
 
 TEST_F(GetTest, AFileThatReachesItsAgeIsClosedByAWaitingGetOnly) {
-  const std::string name = testing::TempDir() + "aged.tvo";
+  const TestFolder folder;
+  const std::string name = folder.Path("aged.tvo");
   ASSERT_EQ(run.Writer.Out.Open(name.c_str(), "w"), 0);
   run.Writer.MsgsInFile = 1;
   run.LimitAge = 10;

@@ -11,8 +11,8 @@
 
 #include "cmdline/parameters.h"
 #include "files/reader.h"
-#include "files/test_folder.h"
 #include "files/writer.h"
+#include "platform/test_folder.h"
 
 struct TestMessage {
   MQMD Descriptor;

@@ -4,7 +4,7 @@
 
 #include "cmdline/parameters.h"
 #include "files/progress.h"
-#include "files/test_folder.h"
+#include "platform/test_folder.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "cmdline/parameters.h"
 #include "files/naming.h"
-#include "files/test_folder.h"
+#include "platform/test_folder.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "files/test_folder.h"
+#include "platform/test_folder.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "cmdline/parameters.h"
-#include "files/test_folder.h"
 #include "logmode/dump_text_test.h"
+#include "platform/test_folder.h"
 
 namespace {
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "cmdline/parameters.h"
+#include "platform/test_folder.h"
 
 namespace {
 
@@ -130,15 +130,9 @@ TEST(AddDestination, NeedsAQueueName) {
 
 class DestinationFile : public testing::Test {
  protected:
-  void SetUp() override {
-    static int next = 0;
-    const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
-    folder_ = fs::temp_directory_path() / ("tarvo_dest_" + std::to_string(ticks) + "_" + std::to_string(next++));
-    fs::create_directories(folder_ / "sub");
-  }
-  void TearDown() override { fs::remove_all(folder_); }
+  void SetUp() override { fs::create_directories(Path("sub")); }
 
-  std::string Path(const std::string& name) const { return (folder_ / fs::path(name)).make_preferred().string(); }
+  std::string Path(const std::string& name) const { return folder_.Path(name); }
   void Write(const std::string& name, const std::string& text) const { std::ofstream(Path(name)) << text; }
   Outcome Add(const std::string& text) {
     return Captured([&] { return AddDestination(run_, text, ListKind::Output); });
@@ -148,7 +142,7 @@ class DestinationFile : public testing::Test {
   Parameters run_;
 
  private:
-  fs::path folder_;
+  TestFolder folder_;
 };
 
 using Names = std::vector<std::string>;

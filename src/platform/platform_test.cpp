@@ -10,6 +10,7 @@
 #include "platform/dynamic_library.h"
 #include "platform/files.h"
 #include "platform/system.h"
+#include "platform/test_folder.h"
 
 namespace {
 
@@ -18,12 +19,7 @@ namespace fs = std::filesystem;
 // A folder of this test, gone with it.
 class PlatformFiles : public testing::Test {
  protected:
-  void SetUp() override {
-    folder_ = fs::temp_directory_path() / ("tarvo_platform_" + std::to_string(TickCount()));
-    fs::create_directory(folder_);
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-  std::string Path(const char* name) const { return (folder_ / name).string(); }
+  std::string Path(const char* name) const { return folder_.Path(name); }
   static void Write(const std::string& path, const char* text) { std::ofstream(path) << text; }
   static std::string Content(const std::string& path) {
     std::ifstream file(path);
@@ -31,7 +27,7 @@ class PlatformFiles : public testing::Test {
   }
 
  private:
-  fs::path folder_;
+  TestFolder folder_;
 };
 
 TEST_F(PlatformFiles, RenameNeverReplaces) {

@@ -8,17 +8,18 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 #include <string_view>
 
 class TestFolder {
  public:
   TestFolder() {
-    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    root_ = std::filesystem::temp_directory_path() /
-            ("tarvo_test_" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + "_" + test->name());
-    std::filesystem::remove_all(root_);
-    std::filesystem::create_directories(root_);
+    // Many test programs run at the same time: a folder counts as new only for the one that made it.
+    std::random_device random;
+    do {
+      root_ = std::filesystem::temp_directory_path() / ("tarvo_test_" + std::to_string(random()));
+    } while (!std::filesystem::create_directory(root_));
   }
   ~TestFolder() {
     std::error_code ignored;
@@ -27,7 +28,7 @@ class TestFolder {
   TestFolder(const TestFolder&) = delete;
   TestFolder& operator=(const TestFolder&) = delete;
 
-  std::string Path(std::string_view name) const { return (root_ / name).string(); }
+  std::string Path(std::string_view name) const { return (root_ / name).make_preferred().string(); }
   std::string Write(std::string_view name, std::string_view bytes) const {
     std::ofstream(Path(name), std::ios::binary) << bytes;
     return Path(name);
