@@ -2,9 +2,9 @@
 
 // The IBM MQ programming interface as this project uses it, on 64-bit Linux and 64-bit Windows (x86-64; the layouts are
 // the same on both): base types, structures with their published defaults, and the call signatures. Values of option
-// bits, selectors and formats are in mqi_constants.h, reason codes in mqi_reasons.h. Every size and offset is proven in
-// mqi_layout.cpp. A field beyond the version in a structure's `Version` is neither read nor written by either side of a
-// call, so callers must raise `Version` before they fill such a field.
+// bits, selectors and formats are in mqi_constants.h, reason codes in mqi_reasons.h, which is made from reasons.tsv.
+// Every size and offset is proven in mqi_layout.cpp. A field beyond the version in a structure's `Version` is neither
+// read nor written by either side of a call, so callers must raise `Version` before they fill such a field.
 
 #include <cstdint>
 

@@ -19,7 +19,7 @@ struct ConstantEntry {
 
 // The reason table and, behind it, the feedback table.
 constexpr ConstantEntry kDictionary[] = {
-#include "reason_table.inc"
+#include "mq/reason_table.inc"
 };
 
 constexpr std::size_t kNameWidth = 48;
