@@ -58,6 +58,7 @@ void AnnounceSleep(std::int64_t milliseconds) {
 void DelayAsPut(Parameters& run) {
   ReplayState& replay = run.Replay;
   const MQMD& descriptor = run.Message.Descriptor;
+  if (PutTimeUtc(descriptor.PutDate, descriptor.PutTime) < 0) return;  // no time to keep to
   const std::int64_t distance = replay.ReplayStartTick != 0 ? PutDistance(replay, descriptor) : -1;
   if (distance < 0) {
     replay.ReplayStartTick = TickCount();

@@ -146,6 +146,7 @@ TEST_F(HandleTest, RelativeDelayKeepsTheSpacingOfThePuts) {
   run.Delay = 50;
   handle("20240102", "00000030");
   EXPECT_LT(handle("20240101", "00000000"), 0.15);  // an earlier message starts again
+  EXPECT_LT(handle("        ", "        "), 0.15);  // one without a put time keeps to none
   EXPECT_EQ(std::string_view(run.Replay.ReplayPutDate, 8), "20240101");
 }
 
