@@ -291,21 +291,21 @@ class Passage {
   template <typename Entry, typename Results, typename... Arguments>
   void Forward(Entry* entry, MQLONG* compCode, MQLONG* reason, const Results& results, Arguments... arguments) {
     using Kind = Fault::Kind;
-    const std::optional<Kind> kind = fault_ ? std::optional(fault_->Type) : std::nullopt;
+    const auto planned = [this](Kind kind) { return fault_.has_value() && fault_->Type == kind; };
     BeforeCall();
-    if (kind == Kind::kFail) {
+    if (planned(Kind::kFail)) {
       Set(compCode, reason, MQCC_FAILED, fault_->Number);
     } else if (entry == nullptr) {
       Set(compCode, reason, MQCC_FAILED, Middle::Get().Loaded() ? MQRC_FUNCTION_NOT_SUPPORTED : MQRC_ENVIRONMENT_ERROR);
     } else {
       entry(arguments..., compCode, reason);
       results();
-      if (kind == Kind::kKillAfter) {
+      if (planned(Kind::kKillAfter)) {
         Finish(*compCode, *reason);
         Die();
       }
-      if (kind == Kind::kFailAfter) Set(compCode, reason, MQCC_FAILED, fault_->Number);
-      if (kind == Kind::kWarn && *compCode == MQCC_OK) Set(compCode, reason, MQCC_WARNING, fault_->Number);
+      if (planned(Kind::kFailAfter)) Set(compCode, reason, MQCC_FAILED, fault_->Number);
+      if (planned(Kind::kWarn) && *compCode == MQCC_OK) Set(compCode, reason, MQCC_WARNING, fault_->Number);
     }
     Finish(*compCode, *reason);
   }
