@@ -329,8 +329,9 @@ TEST_F(Choosing, TheReportListsEveryCriterion) {
   const std::size_t start = shown.Err.find("Message selection active");
   ASSERT_NE(start, std::string::npos) << shown.Err;
   EXPECT_EQ(shown.Err.substr(start, report.size()), report);
-  EXPECT_EQ(shown.Err.substr(start + report.size()),
-            "Read    - Files:   1  Messages:      9  Bytes:       " + shown.Err.substr(shown.Err.size() - 6));
+  // The run ends where the range does.
+  EXPECT_TRUE(shown.Err.substr(start + report.size()).starts_with("Read    - Files:   1  Messages:      9  Bytes:"))
+      << shown.Err;
 }
 
 // ---- Selectors, which the queue manager evaluates
