@@ -40,6 +40,7 @@ MQLONG OpenInputQueue(Parameters& run, QueueElement& queue, MQLONG& options) {
   QMgrConn& conn = InputConn(run);
   MQOD descriptor;
   FillField(descriptor.ObjectName, sizeof descriptor.ObjectName, queue.QueueName, '\0');
+  if (MayFeedItself(run)) descriptor.Version = MQOD_VERSION_3;
   if (run.Selector != nullptr) {
     descriptor.Version = MQOD_VERSION_4;
     descriptor.SelectionString.VSPtr = run.Selector->data();
@@ -61,7 +62,9 @@ MQLONG OpenInputQueue(Parameters& run, QueueElement& queue, MQLONG& options) {
     if (code == MQCC_FAILED || TracesCalls(run)) {
       ReportMqCall(run, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
     }
-    return code == MQCC_FAILED ? reason : 0;
+    if (code == MQCC_FAILED) return reason;
+    queue.LocalName.Assign(NameInField(descriptor.ResolvedQName, sizeof descriptor.ResolvedQName));
+    return 0;
   }
 }
 

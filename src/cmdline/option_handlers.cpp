@@ -1,8 +1,5 @@
 #include "cmdline/option_handlers.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "cmdline/numbers.h"
 #include "cmdline/parameters.h"
 
@@ -26,8 +23,6 @@ bool ApplyLetter(Parameters& run, const LetterBits* table, char letter) {
   run.Flags2 |= table->Flags2;
   return table->Letter != 0;
 }
-
-std::string_view FieldText(const MQCHAR48& field) { return {field, std::find(field, std::end(field), '\0')}; }
 
 bool CheckColon(OptionScan& scan, std::string_view argument) {
   if (argument.size() >= 2 && argument[1] == ':') return true;

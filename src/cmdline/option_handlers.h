@@ -56,8 +56,5 @@ struct LetterBits {
 // Sets the bits of `letter` in the table (ended by letter 0). False when the letter is not in it.
 bool ApplyLetter(Parameters& run, const LetterBits* table, char letter);
 
-// The name in a NUL-padded field; unlike in names from a queue manager, a blank belongs to what the user typed.
-std::string_view FieldText(const MQCHAR48& field);
-
 // "<letter>:<value>" arguments: false, after printing why, when the ':' is missing.
 bool CheckColon(OptionScan& scan, std::string_view argument);

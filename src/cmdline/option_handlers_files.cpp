@@ -49,12 +49,7 @@ bool HandleFile(OptionScan& scan, const char* argument) {
     PrintDiagnostic(run, "No file was named in parameter '-%c %s'\n", scan.Letter, argument);
     return false;
   }
-  // A name that was cut would send the messages somewhere else.
-  Text<255>& name = run.InputFileName.empty() ? run.InputFileName : run.OutputFileName;
-  if (!name.Assign(argument)) {
-    PrintDiagnostic(run, "The file name '%s' is too long.\n", argument);
-    return false;
-  }
+  (run.InputFileName.empty() ? run.InputFileName : run.OutputFileName).Assign(argument);
   return true;
 }
 
@@ -109,7 +104,7 @@ bool HandleDisplay(OptionScan& scan, const char* argument) {
       run.Flags2 |= FLAG2_NO_QSTATUS;
       ++at;
     }
+    run.Screen.Quiet = run.Has(FLAG_QUIET);
   }
-  run.Screen.Quiet = run.Has(FLAG_QUIET);
   return true;
 }

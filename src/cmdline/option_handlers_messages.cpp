@@ -53,8 +53,8 @@ bool OverrideReplyQueue(Parameters& run, const char* text) {
   QueueNames names;
   if (!SplitReplyQueueName(run, run.QueueSeparator, text, names)) return false;
   MQMD& md = run.OverrideMd;
-  FillField(md.ReplyToQMgr, sizeof md.ReplyToQMgr, FieldText(names.QMgr), '\0');
-  FillField(md.ReplyToQ, sizeof md.ReplyToQ, FieldText(names.Queue), '\0');
+  FillField(md.ReplyToQMgr, sizeof md.ReplyToQMgr, TextInField(names.QMgr, sizeof names.QMgr), '\0');
+  FillField(md.ReplyToQ, sizeof md.ReplyToQ, TextInField(names.Queue, sizeof names.Queue), '\0');
   md.MsgType = MQMT_REQUEST;
   run.OverrideMask |= OVERRIDE_REPLY_QUEUE | OVERRIDE_MSG_TYPE;
   return true;

@@ -15,8 +15,8 @@ bool AddFirstOutput(Parameters& run, const char* argument) {
     PrintDiagnostic(run, "The Queue name part of destination '%s' is missing.\n", argument);
     return false;
   }
-  run.OutputQMgrName.Assign(FieldText(names.QMgr));
-  run.OutputQueueName.Assign(FieldText(names.Queue));
+  run.OutputQMgrName.Assign(TextInField(names.QMgr, sizeof names.QMgr));
+  run.OutputQueueName.Assign(TextInField(names.Queue, sizeof names.Queue));
   return true;
 }
 

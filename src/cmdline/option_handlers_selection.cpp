@@ -123,35 +123,29 @@ bool ReadHexIdentifier(Parameters& run, std::string_view text, MQBYTE24& identif
   return !isNone;
 }
 
-// Takes a position or count of a message range from the front of `text`: digits, not 0. False when there is none or
-// it does not fit.
+// Takes a position or count of a message range from the front of `text`, 0 without a digit. False when it does not fit.
 bool TakePosition(std::string_view& text, int& position) {
-  if (text.empty() || text.front() < '0' || text.front() > '9') return false;
-  if (!ReadInteger(text, position) || position < 1) return false;
+  if (text.empty() || text.front() < '0' || text.front() > '9') return true;
+  if (!ReadInteger(text, position)) return false;
   text.remove_prefix(ReadNumber(text).Used);
   return true;
 }
 
-// "x", "x..", "x..y", "..y", "x#n" or "#n" into bounds, 0 for an open one.
+// "x", "x..", "x..y", "..y", "x#n" or "#n" into bounds, 0 for an open one. A range that is open on both sides is none.
 bool ReadRange(std::string_view text, int& start, int& end) {
   start = end = 0;
-  const bool hasStart = TakePosition(text, start);
-  if (text.empty()) {
-    end = start;
-    return hasStart;
+  if (!TakePosition(text, start)) return false;
+  std::int64_t last = start;
+  if (!text.empty()) {
+    const bool counted = text.front() == '#';
+    if (!counted && !text.starts_with("..")) return false;
+    text.remove_prefix(counted ? 1 : 2);
+    int number = 0;
+    if (!TakePosition(text, number) || !text.empty() || (counted && number == 0)) return false;
+    last = counted && start != 0 ? std::int64_t{start} + number - 1 : number;
   }
-  if (text.front() == '#') {
-    text.remove_prefix(1);
-    int count = 0;
-    if (!TakePosition(text, count) || !text.empty()) return false;
-    const std::int64_t last = hasStart ? std::int64_t{start} + count - 1 : count;
-    end = static_cast<int>(last);
-    return last <= std::numeric_limits<int>::max();
-  }
-  if (text.substr(0, 2) != "..") return false;
-  text.remove_prefix(2);
-  if (text.empty()) return hasStart;
-  return TakePosition(text, end) && text.empty();
+  end = static_cast<int>(last);
+  return last <= std::numeric_limits<int>::max() && (start != 0 || end != 0);
 }
 
 }  // namespace
@@ -201,8 +195,8 @@ bool HandleGetFilter(OptionScan& scan, const char* argument) {
     case 't': {
       QueueNames masks;
       if (!SplitQueueName(run, run.QueueSeparator, value, masks, ListKind::Output)) return false;
-      run.TargetQMgrMask.Assign(FieldText(masks.QMgr));
-      run.TargetQueueMask.Assign(FieldText(masks.Queue));
+      run.TargetQMgrMask.Assign(TextInField(masks.QMgr, sizeof masks.QMgr));
+      run.TargetQueueMask.Assign(TextInField(masks.Queue, sizeof masks.Queue));
       run.Flags2 |= FLAG2_BY_TARGET;
       run.Flags |= FLAG_SELECTING;
       return true;

@@ -154,6 +154,8 @@ TEST(FileOptions, AreStored) {
        [](const Parameters& run) {
          return run.InputFileName == "a" && run.OutputFileName == "b" && run.Has(FLAG_FORCE);
        }},
+      {{"-f" + std::string(256, 'x')},
+       [](const Parameters& run) { return run.InputFileName == std::string(255, 'x'); }},
       {{"-dAC", "-dMw40T"},
        [](const Parameters& run) {
          return run.DataWidth == 40 && run.Has(FLAG_ASCII_LINES) && run.Has(FLAG_SHOW_CORRELID) &&
@@ -178,7 +180,6 @@ TEST(FileOptions, AreStored) {
   ExpectRefused({
       {{"-fa", "-fb", "-fc"}, "Sorry, you can only specify one input and one output file\n"},
       {{"-f", ""}, "No file was named in parameter '-f '\n"},
-      {{"-f" + std::string(256, 'x')}, "The file name '" + std::string(256, 'x') + "' is too long.\n"},
       {{"-dAt"}, "Please enter only one display option, 'A', 'p' or 't'\n"},
       {{"-dz"}, "I did not understand your display parameter 'z'\n\n        [-d <Display Options>]\n..."},
       {{"-dxtext"}, "I did not understand display parameter\n\n        [-d <Display Options>]\n..."},
@@ -253,6 +254,9 @@ TEST(SelectionOptions, Ranges) {
                           {"#3", 0, 3},
                           {"5..", 5, 0},
                           {"..7", 0, 7},
+                          {"0..7", 0, 7},
+                          {"5..0", 5, 0},
+                          {"0#3", 0, 3},
                           {"9..5", 9, 5},
                           {"2147483647", 2147483647, 2147483647}}) {
     SCOPED_TRACE(one.Text);
@@ -262,8 +266,8 @@ TEST(SelectionOptions, Ranges) {
     EXPECT_EQ(parsed->RangeEnd, one.End);
     EXPECT_TRUE(parsed->Has(FLAG_SELECTING));
   }
-  for (const char* text :
-       {"x", "", "#", "#0", "5#0", "0", "..", "5.", "5..x", "5..9x", "5-9", "2147483648", "2147483647#2"}) {
+  for (const char* text : {"x", "", "#", "#0", "5#0", "0", "..", "..0", "0..0", "5.", "5..x", "5..9x", "5-9",
+                           "2147483648", "2147483647#2"}) {
     ExpectRefused({{{"-r", text}, "Invalid message range parameter '" + std::string(text) + "'\n"}});
   }
 }

@@ -51,8 +51,7 @@ void ShowOutcome(Parameters& run, const Outcome& outcome, const QueueElement* qu
   if (!run.MessageText.empty()) PrintDiagnostic(run, "%s\n", run.MessageText.c_str());
   if (outcome.SkipReport) return;
   if (run.Has(FLAG_QUIET)) {
-    // A caller takes this number for the count, so a run that never counted prints none.
-    if (run.Has2(FLAG2_COUNT) && outcome.ReportEnabled) std::printf("%" PRId64, run.MsgsWritten);
+    if (run.Has2(FLAG2_COUNT)) std::printf("%" PRId64, run.MsgsWritten);
     return;
   }
   if (outcome.ReportEnabled) ShowTotals(run, queue);

@@ -175,7 +175,7 @@ MQLONG OpenRunFiles(Parameters& run, Outcome& outcome, bool& goOn) {
   const OpenRequest both = {run.Screen.StdinIsTerminal, true, true};
   goOn = false;
   MQLONG reason = OpenFiles(run, both);
-  if (reason == 0 && run.Has2(FLAG2_COUNT_FIRST)) {
+  if (reason == 0 && run.MessageText.empty() && run.Has2(FLAG2_COUNT_FIRST)) {
     reason = CountAndAsk(run, goOn);
     if (reason != 0) return reason;
     outcome.SkipReport = !goOn;

@@ -168,11 +168,7 @@ bool CheckNotOntoItself(Parameters& run) {
         feeds = feeds || FeedsInput(run, name, Name(output.ObjectQMgrName), Name(output.ObjectName));
       }
     }
-    if (feeds) {
-      PrintDiagnostic(run, "Sorry, copying or moving queue '%.*s' onto itself would never end, specify a range end\n",
-                      static_cast<int>(name.size()), name.data());
-      return false;
-    }
+    if (feeds) return RefuseOntoItself(run, name) == 0;
   }
   return true;
 }

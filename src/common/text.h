@@ -44,6 +44,11 @@ inline std::string_view NameInField(const char* field, std::size_t width) {
   return {field, n};
 }
 
+// The text of a fixed-width field whose blanks belong to it, as in names that a user typed: up to its first NUL.
+inline std::string_view TextInField(const char* field, std::size_t width) {
+  return {field, std::find(field, field + width, '\0')};
+}
+
 // Copies as much of `text` as fits into a fixed-width field and fills the rest with `pad`.
 inline void FillField(char* field, std::size_t width, std::string_view text, char pad = ' ') {
   const std::size_t n = std::min(text.size(), width);

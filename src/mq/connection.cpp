@@ -146,6 +146,17 @@ std::optional<MQLONG> OutputOpenOptions(const Parameters& run) {
   return std::nullopt;
 }
 
+// Refuses an output queue, just opened, that leads back to an input queue under another name.
+MQLONG CheckLeadsElsewhere(Parameters& run, const MQOD& od) {
+  if (!MayFeedItself(run)) return MQRC_NONE;
+  if (InputConn(run).QMgrName.view() != NameInField(od.ResolvedQMgrName, sizeof od.ResolvedQMgrName)) return MQRC_NONE;
+  for (const QueueElement& input : run.InputList->Elements) {
+    const bool same = input.LocalName.view() == NameInField(od.ResolvedQName, sizeof od.ResolvedQName);
+    if (same && !input.LocalName.empty()) return RefuseOntoItself(run, input.QueueName);
+  }
+  return MQRC_NONE;
+}
+
 // Opens every destination of the list by itself. All are tried; the reason of the last failure is returned.
 MQLONG OpenIndividually(Parameters& run, QMgrConn& conn, QueueList& list, MQLONG options) {
   try {
@@ -160,6 +171,7 @@ MQLONG OpenIndividually(Parameters& run, QMgrConn& conn, QueueList& list, MQLONG
     QueueElement& element = list.Elements[i];
     element.QueueName.Assign(NameInField(entry.ObjectName, sizeof entry.ObjectName));
     MQOD od;
+    if (MayFeedItself(run)) od.Version = MQOD_VERSION_3;
     std::copy(std::begin(entry.ObjectName), std::end(entry.ObjectName), od.ObjectName);
     std::copy(std::begin(entry.ObjectQMgrName), std::end(entry.ObjectQMgrName), od.ObjectQMgrName);
     MQLONG compCode = MQCC_FAILED;
@@ -169,6 +181,8 @@ MQLONG OpenIndividually(Parameters& run, QMgrConn& conn, QueueList& list, MQLONG
     if (compCode == MQCC_FAILED) {
       element.Hobj = MQHO_UNUSABLE_HOBJ;
       result = reason;
+    } else if (const MQLONG refusal = CheckLeadsElsewhere(run, od); refusal != MQRC_NONE) {
+      result = refusal;
     }
   }
   return result;
@@ -251,6 +265,17 @@ void DisconnectQMgr(Parameters& run, QMgrConn& conn) {
   conn.Hconn = MQHC_UNUSABLE_HCONN;
 }
 
+bool MayFeedItself(Parameters& run) {
+  return run.HasInputQueues() && !run.LogMode && run.HasOutputQueue() && run.RangeEnd == 0 &&
+         InputConn(run).QMgrName.view() == OutputConn(run).QMgrName.view();
+}
+
+MQLONG RefuseOntoItself(Parameters& run, std::string_view queue) {
+  PrintDiagnostic(run, "Sorry, copying or moving queue '%.*s' onto itself would never end, specify a range end\n",
+                  static_cast<int>(queue.size()), queue.data());
+  return MQRC_OPTIONS_ERROR;
+}
+
 MQLONG OpenOutputs(Parameters& run) {
   if ((run.Verbose & VERBOSE_DESTINATIONS) != 0) ShowDestinations(run);
   const std::optional<MQLONG> contextOptions = OutputOpenOptions(run);
@@ -277,10 +302,8 @@ MQLONG OpenOutputs(Parameters& run) {
     FillField(od.ObjectQMgrName, sizeof od.ObjectQMgrName, run.OutputQMgrName, '\0');
   }
   const bool adaptiveRate = run.Rate == -1;
-  if (adaptiveRate) {
-    od.Version = MQOD_VERSION_3;
-    options |= MQOO_RESOLVE_LOCAL_Q;
-  }
+  if (adaptiveRate) options |= MQOO_RESOLVE_LOCAL_Q;
+  if (adaptiveRate || (list == nullptr && MayFeedItself(run))) od.Version = MQOD_VERSION_3;
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   conn.Api.MQOPEN(conn.Hconn, &od, options, &run.OutputHobj, &compCode, &reason);
@@ -294,5 +317,6 @@ MQLONG OpenOutputs(Parameters& run) {
     return failedDestination != MQRC_NONE ? failedDestination : reason;
   }
   if (failedDestination != MQRC_NONE) return failedDestination;
+  if (const MQLONG refusal = CheckLeadsElsewhere(run, od); refusal != MQRC_NONE) return refusal;
   return adaptiveRate ? OpenDepthHandle(run, conn, od.ResolvedQName) : MQRC_NONE;
 }

@@ -3,6 +3,7 @@
 // Connecting to the queue managers of a run and opening its output side.
 
 #include <string>
+#include <string_view>
 
 #include "common/text.h"
 #include "mq/api.h"
@@ -34,8 +35,15 @@ MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn);
 // left to the end of the process, at which the queue manager backs it out, and a line says so.
 void DisconnectQMgr(Parameters& run, QMgrConn& conn);
 
+// Whether what this run puts could come back to it without end: both sides are on one queue manager, and no end of a
+// range bounds what it reads. Then its queues are opened so that the queue manager tells which queue a name leads to.
+bool MayFeedItself(Parameters& run);
+// Tells that `queue` would be copied or moved onto itself. Returns MQRC_OPTIONS_ERROR.
+MQLONG RefuseOntoItself(Parameters& run, std::string_view queue);
+
 // Opens the queue, the distribution list or the individual queues of the output side, and for an adaptive rate the
-// inquire handle of the target queue. Returns 0 or the reason (reported).
+// inquire handle of the target queue. An output that leads back to an input of the run is refused. Returns 0 or the
+// reason (reported).
 MQLONG OpenOutputs(Parameters& run);
 
 // The queue manager of the input queues and the one of the output queues (the same for most runs).

@@ -77,11 +77,6 @@ MQOR Entry(std::string_view qmgr, std::string_view queue) {
   return entry;
 }
 
-std::string_view FieldText(const MQCHAR48 field) {
-  const char* end = std::find(field, field + kNameWidth, '\0');
-  return {field, static_cast<std::size_t>(end - field)};
-}
-
 // The chain of inclusions that leads to a record, from the outermost file inwards.
 void ShowIncludeChain(Parameters& run, const IncludeRecord& record) {
   if (record.Including == nullptr) return;
@@ -208,16 +203,16 @@ bool AddDestination(Parameters& run, std::string_view text, ListKind kind) {
       list->Entries.push_back(Entry(run.OutputQMgrName, run.OutputQueueName));
     }
     // Its name tells everybody that there is an output queue.
-    if (!run.HasOutputQueue()) run.OutputQueueName.Assign(FieldText(names.Queue));
+    if (!run.HasOutputQueue()) run.OutputQueueName.Assign(TextInField(names.Queue, kNameWidth));
   }
-  list->Entries.push_back(Entry(FieldText(names.QMgr), FieldText(names.Queue)));
+  list->Entries.push_back(Entry(TextInField(names.QMgr, kNameWidth), TextInField(names.Queue, kNameWidth)));
   return true;
 }
 
 std::string DestinationText(const MQCHAR48 qmgr, const MQCHAR48 queue) {
-  std::string text(FieldText(qmgr));
+  std::string text(TextInField(qmgr, kNameWidth));
   if (!text.empty()) text += '/';
-  return text.append(FieldText(queue));
+  return text.append(TextInField(queue, kNameWidth));
 }
 
 void ShowDestinations(Parameters& run) {

@@ -19,6 +19,7 @@ struct Parameters;
 struct QueueElement {
   MQHOBJ Hobj = MQHO_UNUSABLE_HOBJ;
   Text<48> QueueName;
+  Text<48> LocalName;      // the queue that the name leads to, where the run may feed itself
   bool EmptySeen = false;  // consumer: has reported "no message available"
   bool Active = false;     // consumer: has delivered a message since it last reported empty
   MQCHAR48 BackoutQueueName{};
