@@ -33,7 +33,7 @@ Outcome CheckSecondVersion(const MQMD& descriptor) {
 }
 
 // Writes `count` decimal digits.
-void PutDigits(MQCHAR* field, int count, long value) {
+void PutDigits(MQCHAR* field, int count, std::int64_t value) {
   for (int i = count - 1; i >= 0; --i, value /= 10) field[i] = static_cast<MQCHAR>('0' + value % 10);
 }
 
@@ -45,12 +45,12 @@ void SetPutTime(MQMD& descriptor) {
   const year_month_day date(day);
   const hh_mm_ss time(floor<milliseconds>(now - day));
   PutDigits(descriptor.PutDate, 4, int{date.year()});
-  PutDigits(descriptor.PutDate + 4, 2, static_cast<long>(unsigned{date.month()}));
-  PutDigits(descriptor.PutDate + 6, 2, static_cast<long>(unsigned{date.day()}));
+  PutDigits(descriptor.PutDate + 4, 2, std::int64_t{unsigned{date.month()}});
+  PutDigits(descriptor.PutDate + 6, 2, std::int64_t{unsigned{date.day()}});
   PutDigits(descriptor.PutTime, 2, time.hours().count());
   PutDigits(descriptor.PutTime + 2, 2, time.minutes().count());
   PutDigits(descriptor.PutTime + 4, 2, time.seconds().count());
-  PutDigits(descriptor.PutTime + 6, 2, static_cast<long>(time.subseconds().count() / 10));
+  PutDigits(descriptor.PutTime + 6, 2, time.subseconds().count() / 10);
 }
 
 template <std::size_t N>

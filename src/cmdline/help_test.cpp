@@ -14,7 +14,7 @@ long CountOf(const std::string& text, const std::string& part) {
   return count;
 }
 
-long LinesOf(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
+std::ptrdiff_t LinesOf(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
 
 // Help on a terminal of 24 rows, with answers waiting on standard input.
 std::string HelpWith(const std::vector<std::string>& arguments, const std::string& answers, int pageLength = 24) {
@@ -37,7 +37,7 @@ TEST(Help, ShortUsageShowsOneLineForEveryOption) {
 
 TEST(Help, FullUsageShowsEveryLine) {
   const std::string usage = Parse({"-?"}).Errors;
-  EXPECT_EQ(LinesOf(usage), static_cast<long>(kHelpLineCount));
+  EXPECT_EQ(LinesOf(usage), static_cast<std::ptrdiff_t>(kHelpLineCount));
   EXPECT_EQ(CountOf(usage, "r[time%] relative delay"), 1);
 }
 
@@ -63,7 +63,7 @@ TEST(Help, BannerStandsInFrontOnceUnlessQuiet) {
 
 TEST(Help, PausesWhenThePageIsFull) {
   const std::string goOn = HelpWith({"-?"}, "\n\n\n\n\n\n\n");
-  EXPECT_EQ(CountOf(goOn, "More <Press Enter>...\n"), (static_cast<long>(kHelpLineCount) - 1) / 21);
+  EXPECT_EQ(CountOf(goOn, "More <Press Enter>...\n"), (static_cast<std::ptrdiff_t>(kHelpLineCount) - 1) / 21);
   EXPECT_EQ(LinesOf(goOn.substr(0, goOn.find("More"))), 21);
 
   const std::string asked = HelpWith({"-?"}, "?\nwait\n\n");

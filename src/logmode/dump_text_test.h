@@ -102,12 +102,12 @@ class DumpText {
   }
   // Two numbers in one line; the second one's colon stands in front of column `colon`, counted from 0.
   static std::string Lengths(std::size_t bytes, int colon) {
-    return FormatText("%-*s: %zu\n", colon, "Data.Locn       : 4711", bytes);
+    return FormatText("%-*s: %d\n", colon, "Data.Locn       : 4711", static_cast<int>(bytes));
   }
   std::string Hex(const std::string& data) const {
     std::string text = "Data  . . . . . :\n";
     for (std::size_t at = 0; at < data.size(); at += 16) {
-      text += FormatText("%0*zX:  ", offsetDigits_, at);
+      text += FormatText("%0*X:  ", offsetDigits_, static_cast<unsigned>(at));
       std::string readable;
       for (std::size_t i = at; i < at + 16; ++i) {
         const auto byte = i < data.size() ? static_cast<unsigned char>(data[i]) : 0U;

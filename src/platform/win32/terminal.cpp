@@ -5,8 +5,18 @@
 
 #include <cstdio>
 
-bool StdinIsTerminal() { return _isatty(_fileno(stdin)) != 0; }
-bool StdoutIsTerminal() { return _isatty(_fileno(stdout)) != 0; }
+namespace {
+
+// The C runtime takes every character device for a terminal, also NUL.
+bool IsConsole(std::FILE* file) {
+  DWORD mode = 0;
+  return _isatty(_fileno(file)) != 0 && GetConsoleMode(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file))), &mode);
+}
+
+}  // namespace
+
+bool StdinIsTerminal() { return IsConsole(stdin); }
+bool StdoutIsTerminal() { return IsConsole(stdout); }
 
 int ConsoleHeight() {
   CONSOLE_SCREEN_BUFFER_INFO information;
