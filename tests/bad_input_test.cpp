@@ -94,14 +94,14 @@ TEST_F(BadInput, TheFileBeingReadIsNeverTheOutput) {
   Queues("QM1").PutText("Q1", "kept");
   ASSERT_EQ(Tarvo({"-mQM1", "-iQ1", "-Ffile.tvo"}).Exit, 0);
   const std::string before = ReadText("file.tvo");
-  for (const char* name : {"file.tvo", "./file.tvo", "home/../file.tvo"}) {
-    const auto outcome = Tarvo({"-ffile.tvo", std::string("-F") + name});
-    EXPECT_NE(outcome.Exit, 0) << name;
-    EXPECT_EQ(ReadText("file.tvo"), before) << name;
-  }
   std::filesystem::create_hard_link(Path("file.tvo"), Path("link.tvo"));
-  EXPECT_NE(Tarvo({"-ffile.tvo", "-Flink.tvo"}).Exit, 0);
-  EXPECT_EQ(ReadText("file.tvo"), before);
+  for (const char* name : {"file.tvo", "./file.tvo", "home/../file.tvo", "link.tvo"}) {
+    for (const char* mode : {"-aa", "-ab"}) {
+      const auto outcome = Tarvo({"-ffile.tvo", std::string("-F") + name, mode});
+      EXPECT_EQ(outcome.Exit, kFileError) << name;
+      EXPECT_EQ(ReadText("file.tvo"), before) << name;
+    }
+  }
 }
 
 TEST_F(BadInput, AQueueThatFillsUpBacksTheUnitOut) {
@@ -120,16 +120,24 @@ TEST_F(BadInput, AQueueThatFillsUpBacksTheUnitOut) {
 }
 
 TEST_F(BadInput, AQueueOntoItselfIsRefused) {
+  ASSERT_EQ(LocalMq({"QM1"}, "DEFINE QALIAS(A1) TARGQ(Q1)\n").Exit, 0);
   Queues queues("QM1");
   queues.PutNumbered("Q1", 3);
-  for (const char* kind : {"-iQ1", "-IQ1"}) {
-    const auto outcome = Tarvo({"-mQM1", kind, "-oQ1"});
-    EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_OPTIONS_ERROR)) << outcome.Err;
-    EXPECT_FALSE(outcome.TimedOut);
+  const std::vector<std::string> cases[] = {
+      {"-iQ1", "-oQ1"}, {"-IQ1", "-oQ1"},          {"-IQ1", "-oQM1/Q1"},           {"-iQ1", "-oQ2", "-oQ1"},
+      {"-iQ1", "-oA1"}, {"-IA1", "-oQ1", "-r2.."}, {"-iQ1", "-oQ2", "-oA1", "-OI"}};
+  for (std::vector<std::string> arguments : cases) {
+    arguments.emplace_back("-mQM1");
+    const auto outcome = Tarvo(arguments);
+    EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_OPTIONS_ERROR));
+    EXPECT_NE(outcome.Err.find(arguments[0].substr(2) + "' onto itself would never end, specify a range end\n"),
+              std::string::npos)
+        << outcome.Err;
     EXPECT_EQ(queues.Depth("Q1"), 3);
   }
   EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-oQ1", "-r1..2"}).Exit, 0);
-  EXPECT_EQ(queues.Depth("Q1"), 5);
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-oA1", "-r1"}).Exit, 0);
+  EXPECT_EQ(queues.Depth("Q1"), 6);
 }
 
 }  // namespace
