@@ -66,7 +66,6 @@ TEST_F(CommandLine, RefusesWhatItDoesNotUnderstand) {
       {{"-At:NONE"}, "Unrecognised -At: parameter 'NONE'\n"},
       {{"-rx"}, "Invalid message range parameter 'x'\n"},
       {{"-r5..x"}, "Invalid message range parameter '5..x'\n"},
-      {{"-r#0"}, "Invalid message range parameter '#0'\n"},
       {{"-x41G2"}, "Sorry the hex search string does not appear to be hex\n"},
       {{"-X41G2"}, "Sorry the negative hex search string does not appear to be hex\n"},
       {{"-s1", "-s2", "-s3", "-s4"}, "Sorry, you can only specify 3 ASCII search strings\n"},
@@ -86,20 +85,74 @@ TEST_F(CommandLine, RefusesWhatItDoesNotUnderstand) {
   });
 }
 
+// Every one of these moves a queue: let through, it would take messages that nobody named or put them nowhere.
 TEST_F(CommandLine, RefusesEmptyAnswersThatWouldSelectOrLoseEverything) {
+  CreateQueueManager("QM1", {"Q1", "Q2"});
+  Queues("QM1").PutNumbered("Q1", 3);
+  WriteText("empty.txt", "* no queue here\n");
+  const struct {
+    std::vector<std::string> Arguments;
+    const char* Text;
+  } cases[] = {
+      {{"-IQ1", "-oQ2", "-gxm"}, "Sorry the hex identifier does not appear to be hex\n"},
+      {{"-IQ1", "-oQ2", "-gxm4"}, "Sorry the hex identifier does not appear to be hex\n"},
+      {{"-IQ1", "-oQ2", "-gxc41XY"}, "Sorry the hex identifier does not appear to be hex\n"},
+      {{"-IQ1", "-oQ2", "-gxg0000"}, "Sorry the hex identifier must not be all zeros\n"},
+      {{"-IQ1", "-oQ2", "-s", ""}, "Sorry the search string must not be empty\n"},
+      {{"-IQ1", "-oQ2", "-E", ""}, "Sorry the search string must not be empty\n"},
+      {{"-IQ1", "-oQ2", "-x4"}, "Sorry the search string must not be empty\n"},
+      {{"-IQ1", "-oQ2", "-r#0"}, "Invalid message range parameter '#0'\n"},
+      {{"-IQ1", "-oQ2", "-r5#0"}, "Invalid message range parameter '5#0'\n"},
+      {{"-IQ1", "-oQ2", "-r.."}, "Invalid message range parameter '..'\n"},
+      {{"-IQ1", "-oQ2", "-H", ""}, "Invalid -H parameter ''\n"},
+      {{"-IQ1", "-o", ""}, "The Queue name part of destination '' is missing.\n"},
+      {{"-IQ1", "-oQM2/"}, "The Queue name part of destination 'QM2/' is missing.\n"},
+      {{"-IQ1", "-oQ2", "-o", ""}, "The Queue name part of destination '' is missing.\n"},
+      {{"-IQ1", "-ofile:empty.txt"}, "There are no destinations in file 'empty.txt'.\n"},
+      {{"-IQ1", "-f", ""}, "No file was named in parameter '-f '\n"},
+      {{"-IQ1", "-F", ""}, "No file was named in parameter '-F '\n"},
+      {{"-I", "", "-fout"}, "The Queue name part of destination '' is missing.\n"},
+      {{"-IQ1", "-dT", "-fout"}, "Time on queue option is not valid with move, use browse\n"},
+      {{"-IQ1", "-ds"}, "Sumary option is not valid with move, use browse\n"},
+      {{"-IQ1", "-dk"}, "Count option is not valid with move, use browse\n"},
+      {{"-fout", "-f*"}, "Please enter an input queue for the generic unload.\n"},
+      {{"-jdump", "-IQ1", "-f*"}, "Please enter an input queue for the generic unload.\n"},
+  };
+  std::vector<Refusal> refusals;
+  for (const auto& c : cases) {
+    refusals.push_back({c.Arguments, c.Text});
+    refusals.back().Arguments.emplace_back("-mQM1");
+  }
+  ExpectRefused(refusals);
+  EXPECT_EQ(Queues("QM1").Depth("Q1"), 3);
+  EXPECT_FALSE(std::filesystem::exists(Path("out")));
+}
+
+// A number that wrapped would be another number: fewer messages, another size, no limit.
+TEST_F(CommandLine, RefusesNumbersThatDoNotFit) {
+  std::vector<Refusal> refusals;
+  for (const char* option : {"-t", "-b", "-w", "-D", "-R", "-P", "-c", "-z", "-T", "-Lm"}) {
+    for (const char* number : {"2147483648", "4294967297", "18446744073709551617"}) {
+      refusals.push_back({{std::string(option) + number, "-mQM1", "-iQ1", "-oQ2"}, " parameter '"});
+    }
+  }
+  ExpectRefused(refusals);
   ExpectRefused({
-      {{"-mQM1", "-IQ1", "-oQ2", "-gxm"}, ""},
-      {{"-mQM1", "-IQ1", "-oQ2", "-gxmXYZ"}, ""},
-      {{"-mQM1", "-IQ1", "-oQ2", "-s", ""}, ""},
-      {{"-mQM1", "-IQ1", "-oQ2", "-x4"}, ""},
-      {{"-mQM1", "-IQ1", "-o", ""}, ""},
-      {{"-mQM1", "-IQ1", "-oQM2/"}, ""},
-      {{"-mQM1", "-IQ1", "-f", ""}, ""},
-      {{"-mQM1", "-i", "", "-fout"}, ""},
-      {{"-mQM1", "-IQ1", "-dT", "-fout"}, "is not valid with move, use browse\n"},
-      {{"-fin", "-f*"}, ""},
-      {{"-mQM1", "-iQ1", "-oQ2", "-z99999999999"}, ""},
-      {{"-mQM1", "-iQ1", "-fout", "-Lm99999999999"}, "Invalid -Lm parameter '99999999999'\n"},
+      {{"-P,4294967297"}, "Invalid -P parameter ',4294967297'\n"},
+      {{"-R1:4294967297"}, "Invalid -R parameter '1:4294967297'\n"},
+      {{"-Dr4294967297"}, "Invalid -D parameter 'r4294967297'\n"},
+      {{"-b2097152"}, "Invalid -b parameter '2097152'\n"},
+      {{"-r1..4294967297"}, "Invalid message range parameter '1..4294967297'\n"},
+      {{"-r2147483647#2"}, "Invalid message range parameter '2147483647#2'\n"},
+      {{"-z1g2g"}, "Invalid -z parameter '1g2g'\n"},
+      {{"-z,4294967297"}, "Invalid -z parameter '"},
+      {{"-T24856:00:00"}, "Invalid -T parameter '24856:00:00'\n"},
+      {{"-La596524h"}, "Invalid -La parameter '596524h'\n"},
+      {{"-Ls8589934592g"}, "Invalid -Ls parameter '8589934592g'\n"},
+      {{"-Ap:4294967297"}, "Invalid -A parameter 'p:4294967297'\n"},
+      {{"-Gr:4294967297"}, "Invalid -G parameter 'r:4294967297'\n"},
+      {{"-vs4294967297"}, "Invalid -v parameter 's4294967297'\n"},
+      {{"-dw4294967297"}, "Invalid -d parameter 'w4294967297'\n"},
   });
 }
 
@@ -133,8 +186,6 @@ TEST_F(CommandLine, ChecksTheOptionsAgainstEachOther) {
       {{"-fin", "-fout", "-Hx=1"}, "SQL92 Selection is only supported when the input is a queue\n"},
       {{"-IQ1", "-p", "-Hx=1"}, "The purge option is not supported when using the SQL92 selector\n"},
       {{"-iQ1", "-fout", "-Lm100"}, "The use of -L parameters requires the use of file index inserts\n"},
-      {{"-IQ1", "-ds"}, "Sumary option is not valid with move, use browse\n"},
-      {{"-IQ1", "-dk"}, "Count option is not valid with move, use browse\n"},
   });
 }
 

@@ -75,9 +75,10 @@ TEST_F(Connecting, CredentialsAreCheckedAndAPasswordIsNotAskedOfAFile) {
   const auto wrong = Tarvo({"-mQM1", "-uapp", "-Uwrong", "-iQ1", "-dk"});
   EXPECT_EQ(wrong.Exit, ExitStatus(MQRC_NOT_AUTHORIZED));
   EXPECT_NE(wrong.Err.find("MQCONN on qmgr 'QM1' returned 2035 Not authorized.\n"), std::string::npos) << wrong.Err;
-  const auto unasked = Tarvo({"-mQM1", "-uapp", "-IQ1"}, "secret\n");
-  EXPECT_NE(unasked.Exit, 0);
-  EXPECT_NE(unasked.Err.find("Password prompt not supported for non-stdin file\n"), std::string::npos) << unasked.Err;
+  const auto unasked = TarvoWithFaults("", {"-q", "-mQM1", "-uapp", "-IQ1"});
+  EXPECT_EQ(unasked.Exit, ExitStatus(MQRC_OPTIONS_ERROR));
+  EXPECT_EQ(unasked.Err, "Password prompt not supported for non-stdin file\n");
+  EXPECT_FALSE(std::filesystem::exists(Path("trace.txt"))) << ReadText("trace.txt");
 }
 
 TEST_F(Connecting, AQueueThatMayNotBeInquiredGoesOnWithoutBackoutProcessing) {
@@ -118,6 +119,44 @@ TEST_F(Connecting, InputQueuesAreOpenedForWhatTheRunDoes) {
     });
     ASSERT_NE(opened, trace.end());
     EXPECT_NE(opened->find(" options=" + std::to_string(c.Options) + " "), std::string::npos) << *opened;
+  }
+}
+
+TEST_F(Connecting, OnlyTheDescriptorIsFetchedWhereNothingLooksAtTheData) {
+  ASSERT_EQ(LocalMq({"QM1"}, "ALTER QLOCAL(Q2) BOTHRESH(1) BOQNAME(Q1)\n").Exit, 0);
+  const struct {
+    std::vector<std::string> Arguments;
+    bool DescriptorOnly;
+  } cases[] = {
+      {{"-iQ1", "-fnull"}, true},          {{"-iQ1", "-ds-"}, true},
+      {{"-iQ1", "-fnull", "-r2.."}, true}, {{"-iQ1", "-fnull", "-OT"}, false},
+      {{"-iQ1", "-fout", "-q"}, false},    {{"-iQ1", "-fnull", "-smessage"}, false},
+      {{"-iQ1", "-ds-", "-Xff"}, false},   {{"-iQ1", "-ds-", "-emessage"}, false},
+      {{"-iQ1", "-fnull", "-h"}, false},   {{"-iQ1", "-fnull", "-Gr:2085"}, false},
+      {{"-iQ1", "-ds-", "-Gt:Q*"}, false}, {{"-IQ1", "-fnull", "-snone"}, false},
+      {{"-IQ2", "-fnull"}, false},         {{"-IQ2", "-fnull", "-OB"}, true},
+      {{"-iQ2", "-fnull"}, true},
+  };
+  for (const auto& c : cases) {
+    std::vector<std::string> arguments = {"-mQM1"};
+    arguments.insert(arguments.end(), c.Arguments.begin(), c.Arguments.end());
+    EXPECT_EQ(TarvoWithFaults("", arguments).Exit, 0);
+    const std::string trace = ReadText("trace.txt");
+    EXPECT_EQ(Occurrences(trace, " buffer=0 ") > 0, c.DescriptorOnly) << c.Arguments[0] << c.Arguments[1] << trace;
+  }
+}
+
+TEST_F(Connecting, ACountIsPrintedAloneWhateverHappens) {
+  const struct {
+    std::vector<std::string> Arguments;
+    const char* Count;
+  } cases[] = {{{"-iQ1"}, "3"}, {{"-iQ1", "-r2.."}, "2"}, {{"-iQ2"}, "0"}, {{"-iNONE"}, "0"}};
+  for (const auto& c : cases) {
+    std::vector<std::string> arguments = {"-mQM1", "-dK"};
+    arguments.insert(arguments.end(), c.Arguments.begin(), c.Arguments.end());
+    const auto outcome = Tarvo(arguments);
+    EXPECT_EQ(outcome.Out, c.Count) << c.Arguments[0];
+    EXPECT_EQ(outcome.Err.empty(), outcome.Exit == 0) << outcome.Err;
   }
 }
 
