@@ -20,6 +20,7 @@ struct FileNaming {
   Text<255> InputName;                    // the expanded name of the input file in use (or last used)
   std::atomic<std::int64_t> OpenTime{0};  // when the output file was opened, seconds
   std::set<std::string> Written;          // output files of this run, which a roll-over must never open again
+  std::set<std::string> InputSet;         // files of an indexed input set, found when an output might be one
   std::string Approved;                   // the existing file that the user has agreed to overwrite
   // Generic naming: directory (with its trailing separator), base name (the queue's) and file type.
   std::string Directory;

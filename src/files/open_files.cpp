@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t kNameLimit = decltype(FileNaming::InputName)::kCapacity;
 constexpr std::size_t kModeLimit = 20;     // characters of an access mode
 constexpr std::size_t kAnswerLimit = 100;  // characters of an answer
+constexpr int kLargestGap = 1000;          // between the numbers of a set's files, where messages number them
 
 MQLONG TooLong(Parameters& run, const std::string& name) {
   SetMessageText(run, "File name '%s' is longer than %d characters\n", name.c_str(), static_cast<int>(kNameLimit));
@@ -47,10 +48,31 @@ bool SameFile(const std::string& one, const std::string& other) {
   return !one.empty() && !other.empty() && std::filesystem::equivalent(one, other, error) && !error;
 }
 
-// Whether `name` is a file that this run is reading from.
-bool IsBeingRead(Parameters& run, const std::string& name) {
+// The files that an indexed input set has or may come to.
+std::set<std::string> FilesOfSet(const Parameters& run) {
+  std::set<std::string> files;
+  int missing = 0;
+  for (int number = 1; missing < kLargestGap; ++number) {
+    InsertValues values = ValuesNow(run, number);
+    values.MessageOrdinal = values.SelectedOrdinal = number;
+    std::error_code error;
+    const auto file = std::filesystem::canonical(ExpandTemplate(run.InputFileName.view(), values), error);
+    if (!error) files.insert(file.string());
+    missing = error ? missing + 1 : 0;
+  }
+  return files;
+}
+
+// Whether `name` is a file that this run reads, now or later.
+bool IsInput(Parameters& run, const std::string& name) {
   if (run.Reader.In.is_open() && SameFile(name, run.Naming.InputName.c_str())) return true;
-  return run.LogMode && SameFile(name, run.Log.LogFile.c_str());
+  if (run.LogMode) return SameFile(name, run.Log.LogFile.c_str());
+  if (!run.Has(FLAG_INPUT_INSERTS) || run.Has2(FLAG2_GENERIC)) return false;
+  std::error_code error;
+  const auto file = std::filesystem::canonical(name, error);
+  if (error) return false;
+  if (run.Naming.InputSet.empty()) run.Naming.InputSet = FilesOfSet(run);
+  return run.Naming.InputSet.contains(file.string());
 }
 
 // Whether `name` is a file that this run has written or is writing.
@@ -152,8 +174,8 @@ MQLONG NumberFirstFile(Parameters& run) {
 // Whether `name` may be opened for writing: never a file that is read or that this run has written, and an existing one
 // only when that is wanted.
 MQLONG CheckOutputName(Parameters& run, const std::string& name, bool append, bool mayAsk) {
-  if (IsBeingRead(run, name)) {
-    SetMessageText(run, "Output file '%s' is the input file\n", name.c_str());
+  if (IsInput(run, name)) {
+    SetMessageText(run, "Output file '%s' is an input file of this run\n", name.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
   if (run.Naming.Written.contains(name)) return AlreadyExists(run, name);

@@ -1,0 +1,198 @@
+// Files named by templates: sets of output files, reading the sets back, names that must not be used.
+
+#include <iterator>
+#include <set>
+
+#include "harness.h"
+
+namespace {
+
+const int kFileError = ExitStatus(MQRC_FILE_SYSTEM_ERROR);
+
+class Naming : public Sandbox {
+ protected:
+  void SetUp() override {
+    CreateQueueManager("QM1", {"Q1", "Q2"});
+    Queues("QM1").PutNumbered("Q1", 5, "");
+  }
+  // The texts of the messages in a file, each between blanks.
+  std::string TextsIn(const std::string& name) const {
+    std::string texts = " ";
+    for (const std::string& line : Lines(ReadText(name))) {
+      if (line.starts_with("S \"")) texts += line.substr(3, line.size() - 4) + " ";
+    }
+    return texts;
+  }
+  // The files of the sandbox whose name begins so, with their messages: "out1.txt 1 2 out2.txt 3 ".
+  std::string FilesLike(const std::string& begin) const {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(Path("."))) {
+      const std::string name = entry.path().filename().string();
+      if (name.starts_with(begin)) names.insert(name);
+    }
+    std::string all;
+    for (const std::string& name : names) all += name + TextsIn(name);
+    return all;
+  }
+  void ExpectFileError(const std::vector<std::string>& arguments, const std::string& text) {
+    const auto outcome = Tarvo(arguments);
+    EXPECT_EQ(outcome.Exit, kFileError);
+    EXPECT_NE(outcome.Err.find(text), std::string::npos) << outcome.Err;
+  }
+};
+
+TEST_F(Naming, SetsRollOverAndAreReadBackWhole) {
+  const struct {
+    const char* Template;
+    std::vector<std::string> Options;
+    const char* Files;
+  } cases[] = {
+      {"count%n.txt", {"-Lm2"}, "count1.txt 1 2 count2.txt 3 4 count3.txt 5 "},
+      {"each%N", {}, "each00001 1 each00002 2 each00003 3 each00004 4 each00005 5 "},
+      {"msg%I-%O", {"-Lm3"}, "msg00001-00001 1 2 3 msg00004-00004 4 5 "},
+      {"some%i-%o", {"-r3.."}, "some1-1 3 some4-2 4 some5-3 5 "},
+      {"tiny%n", {"-Ls10b"}, "tiny1 1 tiny2 2 tiny3 3 tiny4 4 tiny5 5 "},
+      {"large%n", {"-Ls1g"}, "large1 1 2 3 4 5 "},
+      {"both%n", {"-Ls1g", "-Lm4"}, "both1 1 2 3 4 both2 5 "},
+      {"100%%%x-%n%", {"-Lm3"}, "100%-1 1 2 3 100%-2 4 5 "},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.Template);
+    std::vector<std::string> arguments = {"-q", "-mQM1", "-iQ1", "-dA", std::string("-f") + c.Template};
+    arguments.insert(arguments.end(), c.Options.begin(), c.Options.end());
+    const auto unloaded = Tarvo(arguments);
+    EXPECT_EQ(unloaded.Exit, 0) << unloaded.Err;
+    const std::string_view name = c.Template;
+    EXPECT_EQ(FilesLike(std::string(name.substr(0, name.find('%')))), c.Files);
+    if (!c.Options.empty() && c.Options[0] == "-r3..") continue;  // its names tell positions in the queue
+    EXPECT_EQ(Tarvo({"-q", "-mQM1", std::string("-f") + c.Template, "-oQ2"}).Exit, 0);
+    EXPECT_EQ(Queues("QM1").Texts("Q2"), (std::vector<std::string>{"1", "2", "3", "4", "5"}));
+    ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
+  }
+}
+
+TEST_F(Naming, ASizeLimitIsKept) {
+  Queues("QM1").PutNumbered("Q2", 40, std::string(2000, 'x'));
+  for (const char* layout : {"-dp", "-dA", "-da", "-di"}) {
+    const std::string name = std::string("sized") + layout + "-%n";
+    const auto outcome = Tarvo({"-mQM1", "-iQ2", layout, "-f" + name, "-Ls40k"});
+    EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+    EXPECT_NE(outcome.Err.find("Output file limits active:\n  Maximum file size         :40 KBs \n\n"),
+              std::string::npos)
+        << outcome.Err;
+    int messages = 0, files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(Path("."))) {
+      const std::string file = entry.path().filename().string();
+      if (!file.starts_with(std::string("sized") + layout)) continue;
+      EXPECT_LE(entry.file_size(), 40960U) << file;
+      messages += Occurrences(ReadText(file), "\nA VER 2\n");
+      ++files;
+    }
+    EXPECT_EQ(messages, 40) << layout;
+    EXPECT_TRUE(files > 2 && files < 40) << layout << files;
+  }
+}
+
+TEST_F(Naming, AnAgedFileIsFollowedByAnother) {
+  const auto outcome = Tarvo({"-mQM1", "-iQ1", "-dA", "-fold%n", "-La1s", "-D600"});
+  EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+  EXPECT_NE(outcome.Err.find("  Maximum file age          :1 Sec \n"), std::string::npos) << outcome.Err;
+  const std::string files = FilesLike("old");
+  EXPECT_NE(files.find("old2"), std::string::npos) << files;
+  EXPECT_EQ(files.find("old5"), std::string::npos) << files;
+  EXPECT_EQ(Tarvo({"-q", "-mQM1", "-fold%n", "-oQ2"}).Exit, 0);
+  EXPECT_EQ(Queues("QM1").Texts("Q2").size(), 5U);
+}
+
+TEST_F(Naming, OutputFilesNumberThemselves) {
+  ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-dA", "-fin%n", "-Lm4"}).Exit, 0);
+  EXPECT_EQ(Tarvo({"-q", "-fin%n", "-dA", "-fnew%n", "-Lm2"}).Exit, 0);
+  EXPECT_EQ(FilesLike("new"), "new1 1 2 new2 3 4 new3 5 ");
+}
+
+// A name that does not change would empty the file just written.
+TEST_F(Naming, ARollOverNeverOpensAFileOfThisRun) {
+  for (const char* name : {"same%%n", "same%n%%n"}) {
+    const bool changes = std::string_view(name).find("%n%%") != std::string_view::npos;
+    const auto outcome = Tarvo({"-mQM1", "-IQ1", "-dA", "-t1", std::string("-F") + name, "-Lm2"});
+    EXPECT_EQ(outcome.Exit, changes ? 0 : kFileError) << outcome.Err;
+    EXPECT_EQ(outcome.Err.find("File 'same%n' already exists.\n") == std::string::npos, changes) << outcome.Err;
+  }
+  EXPECT_EQ(TextsIn("same%n"), " 1 2 ");
+  EXPECT_EQ(FilesLike("same1"), "same1%n 3 4 ");
+  EXPECT_EQ(FilesLike("same2"), "same2%n 5 ");
+}
+
+TEST_F(Naming, NoFileOfAnInputSetIsWritten) {
+  ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-dA", "-fin%n", "-Lm2"}).Exit, 0);
+  ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-dA", "-fpos%i", "-Lm2"}).Exit, 0);
+  const std::string before = FilesLike("in") + FilesLike("pos");
+  const std::vector<std::string> cases[] = {{"-fin%n", "-Fin2"},
+                                            {"-fin%n", "-Fhome/../in3"},
+                                            {"-fin%n", "-Fin%n"},
+                                            {"-fpos%i", "-Fpos3"},
+                                            {"-fpos%i", "-fpos5", "-aa"}};
+  for (const auto& arguments : cases) ExpectFileError(arguments, " is an input file of this run\n");
+  EXPECT_EQ(FilesLike("in") + FilesLike("pos"), before);
+}
+
+TEST_F(Naming, ASetEndsAtAMissingFileAndNotAtABrokenOne) {
+  ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-dA", "-fin%n"}).Exit, 0);
+  std::filesystem::remove(Path("in4"));
+  const auto shorter = Tarvo({"-mQM1", "-fin%n", "-oQ2"});
+  EXPECT_EQ(shorter.Exit, 0);
+  EXPECT_NE(shorter.Err.find("Read    - Files:   3  Messages:      3  "), std::string::npos) << shorter.Err;
+  ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
+  std::filesystem::remove(Path("in2"));
+  std::filesystem::create_directory(Path("in2"));
+  ExpectFileError({"-mQM1", "-fin%n", "-oQ2"}, "Can not open input file 'in2'\n");
+  EXPECT_EQ(Queues("QM1").Depth("Q2"), 0);
+  ExpectFileError({"-fnone%n", "-dk"}, "Can not open input file 'none1'\n");
+  ExpectFileError({"-fnone%n", "-dk", "-ab"}, "Can not open input file 'none1'(rb)\n");
+}
+
+TEST_F(Naming, DumpsAreReadAsASetToo) {
+  for (const char* number : {"1", "2", "3"}) {
+    const std::string head = "AMQSBCG0 - starts here\n****Message descriptor****\n  Priority : " + std::string(number);
+    WriteText("dump" + std::string(number), head + "\n****   Message      ****\n length - 1 of " + number +
+                                                " bytes\n00000000:  4" + number + " 'A'\n");
+  }
+  const auto outcome = Tarvo({"-mQM1", "-fdump%n", "-oQ2"});
+  EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+  EXPECT_EQ(Queues("QM1").Texts("Q2"), (std::vector<std::string>{"C", "B", "A"}));  // the highest priority first
+  EXPECT_EQ(Occurrences(outcome.Err, " bytes of message data, but only 1 bytes follow\n"), 2) << outcome.Err;
+}
+
+TEST_F(Naming, WhatCannotBeOpenedIsNamed) {
+  ExpectFileError({"-mQM1", "-iQ1", "-fno/out"}, "Can not open output file 'no/out'\n");
+  ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-ab"}, "Can not open output file 'no/out'(wb)\n");
+  ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-aa"}, "Can not open output file 'no/out'(a)\n");
+}
+
+TEST_F(Naming, NamesBeyondTheBoundAreRefusedNotCut) {
+  const std::string longest(255, 'x');
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-f" + longest}).Exit, 0);
+  EXPECT_TRUE(std::filesystem::exists(Path(longest)));
+  const std::string fitting = "y/" + std::string(245, 'y') + "%C";  // the date takes eight characters
+  std::filesystem::create_directory(Path("y"));
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-f" + fitting}).Exit, 0);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("y")), {}), 1);
+  ExpectFileError({"-mQM1", "-iQ1", "-fy" + fitting}, "' is longer than 255 characters\n");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("y")), {}), 1);
+}
+
+TEST_F(Naming, TheNullOutputWritesNothing) {
+  for (const char* option : {"-dA", "-dt", "-dr", "-di"}) {
+    const auto outcome = Tarvo({"-mQM1", "-iQ1", "-fnull", option});
+    EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+    EXPECT_EQ(outcome.Out, "");
+    EXPECT_NE(outcome.Err.find("Messages:      5  "), std::string::npos);
+    EXPECT_EQ(outcome.Err.find("Written"), std::string::npos);
+  }
+  EXPECT_FALSE(std::filesystem::exists(Path("null")));
+  const auto shown = Tarvo({"-mQM1", "-iQ1", "-fstdout", "-dA"});
+  EXPECT_EQ(Occurrences(shown.Out, "\nA VER 2\n"), 5);
+  EXPECT_NE(shown.Err.find("Written - Files:   0  Messages:      5  "), std::string::npos) << shown.Err;
+}
+
+}  // namespace
