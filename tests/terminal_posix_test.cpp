@@ -5,6 +5,7 @@
 #include <pty.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -101,6 +102,22 @@ TEST_F(OnTerminal, HelpPausesAtTheEndOfAPage) {
   EXPECT_NE(paged.Screen.find("[-R <Message Rate>[:<Duration>]"), std::string::npos);
   const auto tall = Run({"-?"}, {}, 200);
   EXPECT_EQ(tall.Screen.find("More <Press Enter>"), std::string::npos);
+  for (const char* line :
+       {"\r\n\r\nUsage: TARVO <Optional flags as below>\r\n        [-a <File access mode for fopen()>]\r\n",
+        "\r\n          r[time%] relative delay\r\n        [-e <Ebcdic Search String>]\r\n",
+        "\r\n            [[[DD:]HH:]MM ][,[[DD:]HH:]MM] Message Age Selection\r\n",
+        "\r\n        [-$ <Queue Separator character>]\r\n\r\nExamples \r\n-------- \r\n"}) {
+    EXPECT_NE(tall.Screen.find(line), std::string::npos) << line;
+  }
+  EXPECT_EQ(Lines(tall.Screen).size(), 3U + 135U);
+  // A topic brings the whole group of an option, once; an option's own help is its group alone.
+  const auto topic = Run({"-?", "MASK"}, {{"Help - Enter topic:", "zzz\n"}, {"Help - Enter topic:", "\n"}});
+  EXPECT_EQ(Occurrences(topic.Screen, "        [-G <Get filter options>]\r\n            i:"), 1) << topic.Screen;
+  EXPECT_NE(topic.Screen.find("Options relating to 'zzz' not found\r\n"), std::string::npos) << topic.Screen;
+  const auto option = Run({"-q", "-P", "?"}, {});
+  EXPECT_EQ(option.Screen, "        [-P <Message Priority Selection>\r\n            [>= Priority][,][<= Priority]\r\n");
+  const auto noArgument = Run({"-q", "-h?"}, {});
+  EXPECT_EQ(noArgument.Screen, "        [-h Strip headers]\r\n");
 }
 
 TEST_F(OnTerminal, AnExistingFileIsAskedAbout) {
@@ -120,6 +137,15 @@ TEST_F(OnTerminal, AnExistingFileIsAskedAbout) {
   EXPECT_EQ(all.Exit, 0) << all.Screen;
   EXPECT_EQ(Occurrences(all.Screen, "overwrite (y)es"), 1);
   EXPECT_NE(ReadText("m2"), "x");
+
+  // The end of input is a no, also behind an answer that is none. Whether a file can be read does not matter.
+  WriteText("out", "precious");
+  ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+  for (const auto& end : {std::vector<Exchange>{{question, "\x04"}}, {{question, "N\n"}, {question, "\x04"}}}) {
+    EXPECT_EQ(Run({"-mQM1", "-iQ1", "-fout"}, end).Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR));
+  }
+  EXPECT_EQ(ReadText("out"), "precious");
+  EXPECT_EQ(Run({"-mQM1", "-iQ1", "-fpipe"}, {{"File 'pipe' exists", "n\n"}}).Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR));
 }
 
 TEST_F(OnTerminal, PlainFilesAreCountedFirst) {
@@ -140,6 +166,13 @@ TEST_F(OnTerminal, PlainFilesAreCountedFirst) {
   WriteText("copy", "precious");
   const auto kept = Run({"-flines", "-Fcopy", "-n!", "-Cd"}, {{question, "n\n"}});
   EXPECT_EQ(ReadText("copy"), "precious") << kept.Screen;
+  // An output that exists is asked about before the count, and once.
+  const std::string overwrite = "File 'copy' exists - overwrite (y)es/(n)o/(a)ll ?";
+  Run({"-flines", "-fcopy", "-n!", "-Cd"}, {{overwrite, "y\n"}, {question, "n\n"}});
+  EXPECT_EQ(ReadText("copy"), "precious");
+  const auto replaced = Run({"-flines", "-fcopy", "-n!", "-Cd"}, {{overwrite, "y\n"}, {question, "y\n"}});
+  EXPECT_EQ(Occurrences(replaced.Screen, "overwrite (y)es"), 1) << replaced.Screen;
+  EXPECT_EQ(Occurrences(ReadText("copy"), "\nA RPT 0\n"), 3);
   const auto nothing = Run({"-mQM1", "-oQ1", "-fnone", "-ns:<m>", "-ne:</m>", "-Cd"}, {});
   EXPECT_NE(nothing.Screen.find("No messages were found in the file with those delimiters."), std::string::npos);
 }
