@@ -108,6 +108,8 @@ TEST_F(Connecting, InputQueuesAreOpenedForWhatTheRunDoes) {
       {{"-IQ1", "-fnull", "-snothing", "-Oe"}, MQOO_INPUT_EXCLUSIVE | MQOO_BROWSE | MQOO_INQUIRE},
       {{"-IQ1", "-oQ2", "-Ca", "-r1"}, MQOO_INPUT_SHARED | MQOO_BROWSE | MQOO_INQUIRE | MQOO_SAVE_ALL_CONTEXT},
       {{"-IQ1", "-fnull", "-snothing", "-p"}, MQOO_INPUT_SHARED | MQOO_INQUIRE},
+      {{"-IQ1", "-fnull", "-Gi:"}, MQOO_INPUT_SHARED | MQOO_BROWSE | MQOO_INQUIRE},
+      {{"-IQ1", "-fnull", "-gcnothing"}, MQOO_INPUT_SHARED | MQOO_BROWSE | MQOO_INQUIRE},
   };
   for (const auto& c : cases) {
     std::vector<std::string> arguments = {"-mQM1"};
