@@ -92,14 +92,23 @@ void Queues::Close(MQHOBJ hobj) {
 }
 
 void Queues::Put(const std::string& queue, const MQMD& descriptor, std::string_view data) {
+  PutAll(queue, {{descriptor, std::string(data)}});
+}
+
+void Queues::PutAll(const std::string& queue, const std::vector<StoredMessage>& messages) {
   const MQHOBJ hobj = Open(queue, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT);
-  MQMD md = descriptor;
-  MQPMO options;
-  options.Options = MQPMO_NO_SYNCPOINT | MQPMO_SET_ALL_CONTEXT;
   MQLONG code = MQCC_OK;
   MQLONG reason = 0;
-  api_.MQPUT(hconn_, hobj, &md, &options, static_cast<MQLONG>(data.size()), data.data(), &code, &reason);
-  Require(code, reason, "MQPUT " + queue);
+  for (const StoredMessage& message : messages) {
+    MQMD md = message.Descriptor;
+    MQPMO options;
+    options.Options = MQPMO_SYNCPOINT | MQPMO_SET_ALL_CONTEXT;
+    api_.MQPUT(hconn_, hobj, &md, &options, static_cast<MQLONG>(message.Data.size()), message.Data.data(), &code,
+               &reason);
+    Require(code, reason, "MQPUT " + queue);
+  }
+  api_.MQCMIT(hconn_, &code, &reason);
+  Require(code, reason, "MQCMIT");
   Close(hobj);
 }
 

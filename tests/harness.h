@@ -41,6 +41,8 @@ class Queues {
 
   // Puts with all context taken from the descriptor as it is.
   void Put(const std::string& queue, const MQMD& descriptor, std::string_view data);
+  // The same for many, in one unit of work.
+  void PutAll(const std::string& queue, const std::vector<StoredMessage>& messages);
   // A persistent string message with default context.
   void PutText(const std::string& queue, std::string_view data);
   // `count` messages "<prefix>1", "<prefix>2"... in one unit of work.

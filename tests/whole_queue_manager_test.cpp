@@ -1,5 +1,8 @@
 // Whole queue managers by wildcard: every queue into a file of its own, and back.
 
+#include <cctype>
+#include <cstring>
+
 #include "harness.h"
 
 namespace {
@@ -121,6 +124,63 @@ TEST_F(WholeQueueManager, ProblemsAreToldBeforeAnythingIsLoaded) {
   const auto nothing = Tarvo({"-mQM2", "-oNO.*", "-fout/*"});
   EXPECT_EQ(nothing.Exit, 0);
   EXPECT_NE(nothing.Err.find("No matching TARVO files found.\n"), std::string::npos);
+}
+
+// ---- A large one
+// -------------------------------------------------------------------------------------------------------
+
+// Names whose files need care: '/' and '%', twins that differ only in case (three and four of them), all 48 characters,
+// and names that begin like others.
+std::vector<std::string> AwkwardNames(int count) {
+  std::vector<std::string> names;
+  for (int i = 0; static_cast<int>(names.size()) < count; ++i) {
+    const std::string number = std::to_string(i);
+    std::string name = "App/" + number + "%_x." + std::string(static_cast<std::size_t>(i % 3), '/');
+    if (i % 5 == 0) name.resize(48, i % 2 == 0 ? '_' : 'z');
+    std::string upper = name;
+    std::string lower = name;
+    for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (const auto& twin : {name, upper, lower, "Q" + number}) names.push_back(twin);
+  }
+  return names;
+}
+
+// Data of every length and byte, that looks like the lines of a file now and then.
+StoredMessage AwkwardMessage(int i) {
+  StoredMessage message{harness::RichDescriptor(i % 16), {}};
+  const int length = i % 11 == 0 ? 0 : (i * 37) % 400;
+  for (int k = 0; k < length; ++k) message.Data += static_cast<char>(i + k * (i % 7));
+  if (i % 13 == 0) message.Data += "\nA RPT 0\r\n* TARVO\n";
+  if (i % 3 == 0) std::memset(message.Descriptor.Format, ' ', sizeof message.Descriptor.Format);
+  return message;
+}
+
+class LargeQueueManager : public Sandbox {};
+
+TEST_F(LargeQueueManager, ComesBackFieldByFieldInOrder) {
+  const auto names = AwkwardNames(200);
+  for (const char* qmgr : {"QM1", "QM2"}) CreateQueueManager(qmgr, names);
+  std::filesystem::create_directory(Path("out"));
+  Queues one("QM1");
+  int total = 0;
+  for (std::size_t n = 0; n < names.size(); ++n) {
+    const int count = n % 50 == 7 ? 5000 : 1 + static_cast<int>(n * 7 % 40);
+    std::vector<StoredMessage> messages;
+    for (int i = 0; i < count; ++i) messages.push_back(AwkwardMessage(static_cast<int>(n) + i));
+    one.PutAll(names[n], messages);
+    total += count;
+  }
+  const std::string totals = "\nTotal : 200 Queues, " + std::to_string(total) + " Messages\n";
+  const auto unloaded = Tarvo({"-mQM1", "-i*", "-fout/*", "-Lm300", "-Ls100k"});
+  EXPECT_EQ(unloaded.Exit, 0) << unloaded.Err;
+  EXPECT_EQ(Occurrences(unloaded.Out, "  Done.\n"), 200) << unloaded.Out;
+  EXPECT_NE(unloaded.Out.find(totals), std::string::npos) << unloaded.Out;
+  const auto loaded = Tarvo({"-mQM2", "-o*", "-fout/*"});
+  EXPECT_EQ(loaded.Exit, 0) << loaded.Err;
+  EXPECT_NE(loaded.Out.find(totals), std::string::npos) << loaded.Out;
+  Queues two("QM2");
+  for (const auto& name : names) EXPECT_TRUE(SameMessages(one.Browse(name), two.Browse(name))) << name;
 }
 
 }  // namespace
