@@ -38,6 +38,12 @@ row "reformat text, hex to -dp, times cat" "$(ratio "$(cpu "$tarvo -q -f$work/te
 row "reformat text, -dA to hex, times cat" "$(ratio "$(cpu "$tarvo -q -f$work/ascii.tvo -F$work/out")" "$cat_text")" "<= 8" "cat in > out"
 row "reformat text, -dp to hex, times cat" "$(ratio "$(cpu "$tarvo -q -f$work/print.tvo -F$work/out")" "$cat_text")" "<= 8" "cat in > out"
 
+bench/make_input.py "$work/million.tvo" 1000000 text 256
+null_time=$(cpu "$tarvo -q -f$work/million.tvo -fnull")
+select_time=$(cpu "$tarvo -q -f$work/million.tvo -F$work/out -sNEEDLE")
+row "selecting 1 % of a million by -s, times reading all" "$(ratio "$select_time" "$null_time")" "<= 1.3" "the same file to null"
+rm -f "$work/million.tvo"
+
 peak_small=$(measure -n 1 "exec $tarvo -q -f$work/small.tvo -F$work/out" | cut -d' ' -f3)
 peak_large=$(measure -n 1 "exec $tarvo -q -f$work/random.tvo -F$work/out" | cut -d' ' -f3)
 row "peak memory, file of 25.6 MiB of data, MiB" "$peak_small" "< 16" ""

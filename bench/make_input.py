@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""Writes a message file in the hex layout: make_input.py FILE MESSAGES random|text [SIZE]."""
+"""Writes a message file in the hex layout: make_input.py FILE MESSAGES random|text [SIZE].
+
+Every hundredth message of text ends with "NEEDLE", which no other message holds."""
 import os
 import random
 import sys
@@ -25,15 +27,17 @@ def main():
     text = " ".join(rng.choice(WORDS) for _ in range(400000)).encode()
     with open(name, "w", buffering=1 << 20) as out:
         out.write(HEADER)
-        for _ in range(messages):
+        for i in range(messages):
             if kind == "random":
                 data = os.urandom(size)
             else:
                 start = rng.randrange(len(text) - size)
                 data = text[start : start + size]
+                if i % 100 == 99:
+                    data = data[:-6] + b"NEEDLE"
             digits = data.hex().upper()
             out.write(DESCRIPTOR)
-            out.write("".join(f"X {digits[i:i + 50]}\n" for i in range(0, len(digits), 50)))
+            out.write("".join(f"X {digits[k:k + 50]}\n" for k in range(0, len(digits), 50)))
             out.write("\n")
 
 
