@@ -123,6 +123,20 @@ PcfRequest QueryRequest(const Parameters& run, const QMgrConn& conn) {
   return request;
 }
 
+MQLONG ReportUnreadable(Parameters& run) {
+  PrintDiagnostic(run, "Failed to parse command server response. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
+                  ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
+  return MQRC_STORAGE_NOT_AVAILABLE;
+}
+
+// A reply comes from outside, and file names are made of it.
+bool IsQueueName(std::string_view name) {
+  return std::all_of(name.begin(), name.end(), [](char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' || c == '/' ||
+           c == '_' || c == '%';
+  });
+}
+
 // Adds the queue that a reply tells of, when it is one that the unload wants.
 MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
   std::string_view name;
@@ -138,12 +152,15 @@ MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
     if (parameter.Parameter == MQIA_CURRENT_Q_DEPTH) depth = parameter.Integer;
     if (parameter.Parameter == MQIA_DEFINITION_TYPE) definition = parameter.Integer;
   }
+  if (reply.malformed() || !IsQueueName(name)) return ReportUnreadable(run);
   if (name.empty() || type != MQQT_LOCAL || definition == MQQDT_TEMPORARY_DYNAMIC || depth == 0) return 0;
   const auto& patterns = run.InputList->Entries;
   const bool wanted = std::any_of(patterns.begin(), patterns.end(), [&](const MQOR& entry) {
     return MatchesPattern(run, name, NameInField(entry.ObjectName, kNameLength));
   });
   if (!wanted || name == kCommandQueue || name == kMainframeCommandQueue) return 0;
+  // A queue that is told of twice is unloaded once: a second file would double its messages in a later load.
+  if (run.Generic.Queues.HasQueue(name)) return 0;
   GenericQueueEntry entry;
   entry.QueueName = name;
   entry.Depth = depth;
@@ -151,11 +168,7 @@ MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
 }
 
 MQLONG TakeReply(Parameters& run, PcfReply& reply) {
-  if (!reply.usable()) {
-    PrintDiagnostic(run, "Failed to parse command server response. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
-                    ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
-    return MQRC_STORAGE_NOT_AVAILABLE;
-  }
+  if (!reply.usable()) return ReportUnreadable(run);
   if (reply.header().Command != MQCMD_INQUIRE_Q) {
     PrintDiagnostic(run, "Wrong command server response. CMD(%d)\n", reply.header().Command);
     return MQRCCF_COMMAND_REPLY_ERROR;
@@ -272,8 +285,7 @@ void InquireQueueStatus(Parameters& run, QueueElement& queue) try {
     }
     PcfReply reply(buffer.data(), length);
     if (!reply.usable()) {
-      PrintDiagnostic(run, "Failed to parse command server response. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
-                      ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
+      ReportUnreadable(run);
       return;
     }
     const MQLONG reason = reply.header().Reason;
@@ -286,6 +298,7 @@ void InquireQueueStatus(Parameters& run, QueueElement& queue) try {
       if (parameter.Parameter == MQIACF_CUR_Q_FILE_SIZE) queue.FileSize = parameter.Integer;
       if (parameter.Parameter == MQIACF_CUR_MAX_FILE_SIZE) queue.MaxFileSize = parameter.Integer;
     }
+    if (reply.malformed()) ReportUnreadable(run);
     last = reply.header().Control == MQCFC_LAST;
   }
 } catch (const std::bad_alloc&) {

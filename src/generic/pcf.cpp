@@ -66,12 +66,18 @@ PcfReply::PcfReply(const MQBYTE* data, std::size_t bytes) : data_(data), bytes_(
   left_ = header_.ParameterCount;
 }
 
+bool PcfReply::EndMalformed() {
+  malformed_ = true;
+  return false;
+}
+
 bool PcfReply::Next(PcfParameter& parameter) {
   constexpr std::size_t kCommon = 3 * sizeof(MQLONG);  // type, length, parameter
-  while (usable_ && left_ > 0 && bytes_ - at_ >= kCommon) {
+  while (usable_ && !malformed_ && left_ != 0) {
+    if (left_ < 0 || bytes_ - at_ < kCommon) return EndMalformed();
     const MQBYTE* structure = data_ + at_;
     const MQLONG length = LongAt(structure + 4);
-    if (length < static_cast<MQLONG>(kCommon) || static_cast<std::size_t>(length) > bytes_ - at_) return false;
+    if (length < static_cast<MQLONG>(kCommon) || static_cast<std::size_t>(length) > bytes_ - at_) return EndMalformed();
     const auto room = static_cast<std::size_t>(length);
     --left_;
     at_ += room;
@@ -80,21 +86,21 @@ bool PcfReply::Next(PcfParameter& parameter) {
     parameter.Parameter = LongAt(structure + 8);
     switch (parameter.Type) {
       case MQCFT_INTEGER:
-        if (room < sizeof(MQCFIN)) return false;
+        if (room < sizeof(MQCFIN)) return EndMalformed();
         parameter.Integer = LongAt(structure + 12);
         return true;
       case MQCFT_STRING: {
         constexpr std::size_t kFixed = MQCFST_STRUC_LENGTH_FIXED;
-        if (room < kFixed) return false;
+        if (room < kFixed) return EndMalformed();
         const MQLONG text = LongAt(structure + 16);
-        if (text < 0 || static_cast<std::size_t>(text) > room - kFixed) return false;
+        if (text < 0 || static_cast<std::size_t>(text) > room - kFixed) return EndMalformed();
         parameter.String = {reinterpret_cast<const char*>(structure) + kFixed, static_cast<std::size_t>(text)};
         return true;
       }
       case MQCFT_GROUP: {
-        if (room < sizeof(MQCFGR)) return false;
+        if (room < sizeof(MQCFGR)) return EndMalformed();
         const MQLONG inner = LongAt(structure + 12);
-        if (inner < 0) return false;
+        if (inner < 0) return EndMalformed();
         left_ += inner;
         continue;
       }
@@ -104,6 +110,7 @@ bool PcfReply::Next(PcfParameter& parameter) {
       case MQCFT_INTEGER64:
         return true;  // nothing asked for has these types
       default:
+        left_ = 0;
         return false;
     }
   }

@@ -39,14 +39,18 @@ class PcfReply {
   PcfReply(const MQBYTE* data, std::size_t bytes);
   bool usable() const { return usable_; }
   const MQCFH& header() const { return header_; }
-  // The next parameter; false at the end, or where a length does not fit.
+  // The next parameter; false at the end, at one of an unknown type, or where a length or a count does not fit.
   bool Next(PcfParameter& parameter);
+  // Whether the walk ended where a length or a count did not fit.
+  bool malformed() const { return malformed_; }
 
  private:
+  bool EndMalformed();
   const MQBYTE* data_;
   std::size_t bytes_;
   std::size_t at_ = 0;
   bool usable_ = false;
+  bool malformed_ = false;
   MQCFH header_;
   std::int64_t left_ = 0;  // parameters left, those of opened groups included
 };
