@@ -118,7 +118,9 @@ MQLONG WriteDescriptor(Parameters& run) {
       run.Has(FLAG_APPLDATA_CHAR) ? FieldCondition::OnlyAsHex : FieldCondition::OnlyAsCharacters;
   char* out = room;
   for (const DescriptorField* field = DescriptorFields; field->Kind != FieldKind::End; ++field) {
-    if (field->Tag[0] == '\0' || field->MinVersion > descriptor.Version || field->Condition == left) continue;
+    // The lines of a descriptor also end the message before it: some are written whatever its version says.
+    const bool newer = field->MinVersion > 0 && field->MinVersion > descriptor.Version;
+    if (field->Tag[0] == '\0' || newer || field->Condition == left) continue;
     out = PutField(out, *field, reinterpret_cast<const MQBYTE*>(&descriptor) + field->Offset);
   }
   file.Advance(static_cast<std::size_t>(out - room));

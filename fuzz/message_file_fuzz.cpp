@@ -1,0 +1,86 @@
+// Message files and dumps of the browse sample. What the reader takes from any of them, the writer brings into a file
+// from which the same messages are read.
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "files/reader.h"
+#include "files/writer.h"
+#include "fuzz.h"
+
+namespace {
+
+struct Message {
+  MQMD Descriptor;
+  std::string Data;
+};
+
+constexpr struct {
+  std::uint32_t Flags, Flags2;
+} kLayouts[] = {
+    {0, 0}, {FLAG_ASCII_COLUMNS, 0}, {FLAG_ASCII_LINES | FLAG_APPLDATA_CHAR, 0}, {FLAG_APPLDATA_CHAR, FLAG2_PRINTABLE}};
+
+// Every message of a file; `whole` is cleared when its end was not reached.
+std::vector<Message> ReadAll(const char* name, bool& whole) {
+  const auto owner = std::make_unique<Parameters>();
+  Parameters& run = *owner;
+  std::vector<Message> messages;
+  run.InputFileName.Assign(name);
+  FormatCheck check;
+  MQLONG reason = OpenFiles(run, {.Input = true});
+  if (reason == 0) reason = CreateLineBuffer(run);
+  if (reason == 0) reason = CheckInputFormat(run, check);
+  while (reason == 0 && !run.Finished) {
+    reason = ReadNextFileMessage(run);
+    if (reason == 0 && !run.Finished) messages.push_back({run.Message.Descriptor, DataInHand(run)});
+  }
+  Require(reason == 0 || !run.MessageText.empty());
+  whole = reason == 0;
+  return messages;
+}
+
+void WriteAll(const char* name, const std::vector<Message>& messages, std::size_t layout) {
+  const auto owner = std::make_unique<Parameters>();
+  Parameters& run = *owner;
+  run.Flags |= kLayouts[layout].Flags;
+  run.Flags2 |= kLayouts[layout].Flags2;
+  run.DataWidth = 25;
+  run.Writer.FileName.Assign(name);
+  Require(run.Writer.Out.Open(name, "wb") == 0 && WriteFileHeader(run, nullptr) == 0);
+  for (const Message& message : messages) {
+    std::string data = message.Data;
+    run.Message.Descriptor = message.Descriptor;
+    run.Message.Data = reinterpret_cast<MQBYTE*>(data.data());
+    run.Message.Length = run.Message.Delivered = static_cast<MQLONG>(data.size());
+    Require(WriteFileMessage(run) == 0);
+  }
+  Require(CloseOutputFile(run) == 0);
+}
+
+// A file holds no StrucId, and of a message of version 1 (or of none) only that version's fields: the others are as in
+// any new message of version 2.
+bool Same(const MQMD& one, const MQMD& other) {
+  const bool extended = one.Version >= MQMD_VERSION_2;
+  const std::size_t end = extended ? sizeof one : offsetof(MQMD, GroupId);
+  return other.Version == (extended ? one.Version : MQMD_VERSION_2) &&
+         std::memcmp(&one.Report, &other.Report, end - offsetof(MQMD, Report)) == 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  WriteFile("in", AsText(data, size));
+  bool whole = false;
+  const std::vector<Message> messages = ReadAll("in", whole);
+  if (messages.empty()) return 0;
+  WriteAll("out", messages, size % std::size(kLayouts));
+  const std::vector<Message> again = ReadAll("out", whole);
+  Require(whole && again.size() == messages.size());
+  for (std::size_t i = 0; i < again.size(); ++i) {
+    Require(again[i].Data == messages[i].Data);
+    Require(Same(messages[i].Descriptor, again[i].Descriptor));
+  }
+  return 0;
+}

@@ -1,0 +1,36 @@
+// Command lines: an argument a line, and behind an empty line the content of a file "list" that they may name.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cmdline/options.h"
+#include "cmdline/validate.h"
+#include "fuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view input = AsText(data, size);
+  const std::size_t gap = std::min(input.find("\n\n"), size);
+  // Only files of the own folder are read.
+  for (const char* outside : {"/dev", "/proc", "/sys"}) {
+    if (input.find(outside) != std::string_view::npos) return 0;
+  }
+  WriteFile("list", input.substr(std::min(gap + 2, size)));
+  std::vector<std::string> words = {"tarvo"};
+  for (std::size_t at = 0; at < gap;) {
+    const std::size_t end = std::min(input.find('\n', at), gap);
+    words.emplace_back(input.substr(at, end - at).substr(0, input.substr(at, end - at).find('\0')));
+    at = end + 1;
+  }
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+
+  const auto run = std::make_unique<Parameters>();
+  run->Screen.PageLength = 1000;
+  run->StartTime = run->Now = 1'600'000'000;
+  const ParseOutcome outcome = ParseOptions(*run, static_cast<int>(words.size()), argv.data());
+  Require(outcome.GoOn || outcome.ExitCode == 0 || outcome.ExitCode == MQRC_OPTIONS_ERROR);
+  if (outcome.GoOn) ValidateOptions(*run);
+  return 0;
+}
