@@ -1,6 +1,7 @@
 // Finding the MQ library, connecting, and what a run needs of an older or stricter queue manager.
 
 #include <algorithm>
+#include <cerrno>
 
 #include "harness.h"
 
@@ -32,9 +33,12 @@ TEST_F(Connecting, ALibraryThatCannotBeLoadedIsNamed) {
   EXPECT_NE(outcome.Err.find("Error loading MQAPI DLL  RC("), std::string::npos) << outcome.Err;
   EXPECT_EQ(Occurrences(outcome.Out, "Loading '"), 2) << outcome.Out;
   EXPECT_EQ(Occurrences(outcome.Out, "Load failed RC("), 2) << outcome.Out;
+  const bool windows = Platform() == PlatformKind::Windows;
+  const std::string notFound =
+      "Error loading MQAPI DLL nothing.so RC(" + std::to_string(windows ? 126 : ENOENT) + ")\n";
   const auto named = Tarvo({"-mQM1", "-lnothing.so", "-iQ1", "-dk"});
   EXPECT_EQ(named.Exit, ExitStatus(MQRC_ENVIRONMENT_ERROR));
-  EXPECT_NE(named.Err.find("Error loading MQAPI DLL nothing.so RC("), std::string::npos) << named.Err;
+  EXPECT_NE(named.Err.find(notFound), std::string::npos) << named.Err;
 }
 
 TEST_F(Connecting, LibrariesWithFewerEntriesServeAsFarAsTheyGo) {
