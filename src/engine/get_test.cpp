@@ -141,16 +141,19 @@ TEST_F(GetTest, AFileThatReachesItsAgeIsClosedByAWaitingGetOnly) {
   const std::string name = folder.Path("aged.tvo");
   ASSERT_EQ(run.Writer.Out.Open(name.c_str(), "w"), 0);
   run.Writer.MsgsInFile = 1;
-  run.LimitAge = 10;
   run.Naming.OpenTime = std::time(nullptr) - 20;
   run.WaitInterval = 30;
   run.Now = std::time(nullptr);
   Set(FLAG_SELECTING);
   mq.Add(kSource, "one");
   mq.Add(kSource, "two");
-  run.Writer.MsgsSinceFlush = 1;
   ASSERT_EQ(Get(), 0);
+  run.LimitAge = 10;
   ASSERT_EQ(Get(true), 0);
+  EXPECT_TRUE(run.Writer.Out.is_open());
+  run.Writer.MsgsSinceFlush = 1;  // it waits for nothing while something is not flushed
+  mq.Add(kSource, "three");
+  ASSERT_EQ(Get(), 0);
   EXPECT_TRUE(run.Writer.Out.is_open());
   run.Writer.MsgsSinceFlush = 0;
   ASSERT_EQ(Get(), 0);

@@ -120,33 +120,44 @@ TEST_F(TransferTest, TwoQueueManagersEndTheirUnitsInOrderAndEachForItself) {
       {{broken}, {broken}, MQRC_CONNECTION_BROKEN, {"MQCMIT 2", "MQBACK 2", "MQBACK 1"}, "1 2 3", "", true},
   };
   for (const Case& c : cases) {
-    FakeRun other;
-    for (const char* data : {"1", "2", "3"}) other.mq.Add(kSource, data);
-    other.UseTwoQueueManagers();
-    other.mq.Script["MQCMIT"] = c.Commits;
-    other.mq.Script["MQBACK"] = c.Backouts;
-    EXPECT_EQ(TransferMessages(other.run, &other.queue, false), c.Result);
-    const std::vector<std::string>& calls = other.mq.Calls;
-    const auto ends = static_cast<std::ptrdiff_t>(c.Ends.size());
-    EXPECT_EQ(std::vector<std::string>(calls.end() - ends, calls.end()), c.Ends);
-    EXPECT_EQ(other.mq.Content(kSource), c.Source);
-    EXPECT_EQ(other.mq.Content(kTarget), c.Target);
-    EXPECT_EQ(other.run.RolledBack, c.Result != 0);
-    EXPECT_EQ(other.run.QMgrs[1].UnitOpen, c.OutputOpen);
-    EXPECT_FALSE(other.run.QMgrs[0].UnitOpen);
-    EXPECT_EQ(other.run.MessageText.empty(), c.Result == 0);
+    for (const int rangeEnd : {0, 3}) {  // the commit when nothing is left, and that at the end of the run
+      FakeRun other;
+      for (const char* data : {"1", "2", "3"}) other.mq.Add(kSource, data);
+      other.UseTwoQueueManagers();
+      other.run.RangeStart = rangeEnd != 0 ? 1 : 0;
+      other.run.RangeEnd = rangeEnd;
+      other.mq.Script["MQCMIT"] = c.Commits;
+      other.mq.Script["MQBACK"] = c.Backouts;
+      EXPECT_EQ(TransferMessages(other.run, &other.queue, false), c.Result);
+      const std::vector<std::string>& calls = other.mq.Calls;
+      const auto ends = static_cast<std::ptrdiff_t>(c.Ends.size());
+      EXPECT_EQ(std::vector<std::string>(calls.end() - ends, calls.end()), c.Ends);
+      EXPECT_EQ(other.mq.Content(kSource), c.Source);
+      EXPECT_EQ(other.mq.Content(kTarget), c.Target);
+      EXPECT_EQ(other.run.RolledBack, c.Result != 0);
+      EXPECT_EQ(other.run.QMgrs[1].UnitOpen, c.OutputOpen);
+      EXPECT_FALSE(other.run.QMgrs[0].UnitOpen);
+      EXPECT_EQ(other.run.MessageText.empty(), c.Result == 0);
+    }
   }
 }
 
 TEST_F(TransferTest, AFileThatCannotBeFlushedKeepsTheMessagesOnTheirQueue) {
   if (Platform() == PlatformKind::Windows) GTEST_SKIP() << "needs a file that is always full";
-  for (const int limit : {2, 200}) {  // the commit by count, and the last one
+  struct Case {
+    int TransactionLimit;
+    int RangeEnd;
+  };
+  const Case cases[] = {{2, 0}, {200, 0}, {200, 3}};  // the commit by count, when nothing is left, and the last one
+  for (const Case& c : cases) {
     FakeRun other;
     for (const char* data : {"1", "2", "3"}) other.mq.Add(kSource, data);
     other.run.OutputHobj = MQHO_UNUSABLE_HOBJ;
     other.run.OutputQueueName.clear();
     other.run.OutputFileName.Assign("/dev/full");
-    other.run.TransactionLimit = limit;
+    other.run.TransactionLimit = c.TransactionLimit;
+    other.run.RangeStart = c.RangeEnd != 0 ? 1 : 0;
+    other.run.RangeEnd = c.RangeEnd;
     ASSERT_EQ(other.run.Writer.Out.Open("/dev/full", "w"), 0);
     EXPECT_EQ(TransferMessages(other.run, &other.queue, false), MQRC_RESOURCE_PROBLEM);
     EXPECT_EQ(other.mq.Content(kSource), "1 2 3");

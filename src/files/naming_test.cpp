@@ -333,4 +333,21 @@ TEST(Progress, LineOnATerminal) {
   EXPECT_FALSE(run.Progress.Active);
 }
 
+TEST(Progress, NothingIsDividedByAnEmptyFileOrAStart) {
+  Parameters run;
+  run.Screen.StdinIsTerminal = true;
+  run.InputFileName.Assign("in.txt");
+  testing::internal::CaptureStderr();
+  StartProgressLine(run, 0, "in.txt");
+  run.Progress.LastPercent = 50;
+  run.Progress.LastTime -= 1;
+  ShowProgress(run, true);
+  StartProgressLine(run, 1000, "in.txt");
+  run.Progress.LastPercent = 50;
+  run.Progress.LastTime -= 1;
+  ShowProgress(run, true);  // back at 0 %: no time left can be told
+  const std::string shown = testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(shown.ends_with(":  0%")) << shown;
+}
+
 }  // namespace

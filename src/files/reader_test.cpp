@@ -132,6 +132,21 @@ TEST_F(Reader, SetsOfFilesAreReadWhole) {
   }
 }
 
+TEST_F(Reader, TheProgressOfASetIsThatOfTheFileInHand) {
+  folder.Write("1", kMark + "N\nS " + std::string(500, 'x') + "\n");
+  folder.Write("2", kMark + "N\nS A\n\nN\nS B\n");
+  Parameters run;
+  run.Screen.StdinIsTerminal = true;
+  run.Flags |= FLAG_INPUT_INSERTS;
+  run.InputFileName.Assign(folder.Path("%n"));
+  testing::internal::CaptureStderr();
+  ASSERT_EQ(OpenFiles(run, {.Input = true}), 0);
+  for (int message = 1; message <= 2; ++message) ASSERT_EQ(ReadNextFileMessage(run), 0);
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(run.Progress.Total, static_cast<std::int64_t>(kMark.size() + 13));
+  EXPECT_LT(run.Reader.FinishedFileBytes + run.Reader.FileBytes, run.Progress.Total);
+}
+
 #ifdef __linux__
 TEST_F(Reader, WholeMessagesAreDeliveredBeforeAReadErrorIs) {
   for (const bool whole : {true, false}) {
@@ -171,7 +186,7 @@ TEST_F(Reader, MemoryTrace) {
     sizes += trace.substr(at + 11, trace.find(' ', at + 11) - at - 11) + " ";
   }
   EXPECT_EQ(sizes, "4096 1024 2048 ");
-  EXPECT_NE(trace.find("Freeing 0x"), std::string::npos);
+  EXPECT_NE(trace.find("Freeing "), std::string::npos);
 }
 
 TEST_F(Reader, RowOfUnknownKind) {
