@@ -19,16 +19,20 @@ constexpr std::size_t kPieceHeader = 16;        // of a part record's data that 
 // Properties may stand in front of a message's data, in a block that tells its own length and is not counted in the
 // length of the message.
 constexpr std::size_t kPropertyHeader = 12;
-constexpr MQLONG kPropertyMark = 0x01000001;
+constexpr MQBYTE kPropertyMark[] = {'Z', 'R', 'F', 'P', 1, 0, 0, 1};
 
 // The length of the property block that begins with these bytes; 0 when none does.
 MQLONG PropertyBlockLength(const MQBYTE* data, std::size_t bytes) {
-  if (bytes < kPropertyHeader || std::memcmp(data, "ZRFP", 4) != 0) return 0;
-  MQLONG mark = 0;
+  if (bytes < kPropertyHeader || std::memcmp(data, kPropertyMark, sizeof kPropertyMark) != 0) return 0;
   MQLONG length = 0;
-  std::memcpy(&mark, data + 4, sizeof mark);
-  std::memcpy(&length, data + 8, sizeof length);
-  return mark == kPropertyMark && length > 0 ? length : 0;
+  std::memcpy(&length, data + sizeof kPropertyMark, sizeof length);
+  return std::max(length, 0);
+}
+
+// Whether these are the first bytes of what may become the header of a property block.
+bool MayBeginProperties(const MQBYTE* data, std::size_t bytes) {
+  if (bytes >= kPropertyHeader) return false;
+  return bytes == 0 || std::memcmp(data, kPropertyMark, std::min(bytes, sizeof kPropertyMark)) == 0;
 }
 
 // Makes room for `bytes` more behind the data in the message buffer, generously, so that many pieces are not copied
@@ -94,15 +98,18 @@ std::size_t WholeLength(const CurrentMessage& message, const Chain& chain) {
 
 // Follows the chain from the put record back until the message is whole and appends its pieces, the oldest first. The
 // put record of a transaction refers to a record before it even when its own data is whole, so a first record that is
-// not held is none of the message's pieces. A piece is taken once: a chain that leads in a circle ends as broken.
+// not held is none of the message's pieces. While the message's first bytes are not known, neither is its length with
+// the properties: the chain is then followed as far as pieces are held. A piece is taken once: a chain that leads in a
+// circle ends as broken.
 MQLONG AppendPieces(Parameters& run, std::string lsn) {
   LogReader& log = *run.Log.Reader;
   CurrentMessage& message = run.Message;
   Chain chain;
   auto length = static_cast<std::size_t>(message.Length);
-  while (!lsn.empty() && length != WholeLength(message, chain)) {
+  const bool lengthUnknown = MayBeginProperties(message.Buffer.data(), length);
+  while (!lsn.empty() && (lengthUnknown || length != WholeLength(message, chain))) {
     std::optional<LogPiece> piece = log.Pieces.Take(lsn);
-    if (!piece && chain.empty()) break;
+    if (!piece && (chain.empty() || length == WholeLength(message, chain))) break;
     if (!piece) {
       PrintDiagnostic(run, "Can not construct message %d, LSN '%s' missing.\n", static_cast<int>(log.PutRecords),
                       lsn.c_str());

@@ -101,8 +101,9 @@ void EndLogReading(Parameters& run) {
   run.Log.ReadingDumpFile = false;
   if (run.Log.Reader == nullptr || std::exchange(run.Log.Reader->Ended, true)) return;
   const bool shown = run.Screen.InPlaceShown > 0;
-  if (!shown) ShowLogProgress(run);
-  PrintDiagnosticText(run, shown ? "\n" : "");
+  ShowLogProgress(run);
+  run.Screen.InPlaceShown = 0;
+  PrintDiagnosticText(run, shown ? "\n\n" : "\n");
 }
 
 MQLONG BrokenDump(Parameters& run, MQLONG reason) {

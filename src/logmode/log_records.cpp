@@ -82,10 +82,12 @@ LogRecordKind RecordKind(std::string_view line) {
 
 MQLONG ReadRecordHeader(Parameters& run, LogRecordKind kind, RecordHeader& header) {
   bool prevLsnSeen = false;
+  bool cutOff = true;
   std::string_view line;
   while (ReadLogLine(run, line)) {
     if (IsLogRecordLine(line)) {
       UnreadLogLine(run);
+      cutOff = false;
       break;
     }
     if (line.starts_with("Data  .")) {
@@ -99,10 +101,13 @@ MQLONG ReadRecordHeader(Parameters& run, LogRecordKind kind, RecordHeader& heade
       prevLsnSeen = true;
       if (const MQLONG reason = ParseLsn(run, ValueOf(line), header.PrevLsn); reason != 0) return reason;
     } else if (line.starts_with("Data.Locn") && !ReadLengths(line, kind, header)) {
+      cutOff = false;
       break;
     }
   }
-  return prevLsnSeen ? 0 : BrokenDump(run, MQRC_FORMAT_ERROR);
+  if (!prevLsnSeen) return BrokenDump(run, MQRC_FORMAT_ERROR);
+  if (cutOff) PrintDiagnostic(run, "The dump ends inside a log record.\n");
+  return 0;
 }
 
 bool IsWantedQueue(const LogReader& log, const RecordHeader& header) {

@@ -71,17 +71,18 @@ MQLONG StartFormatter(Parameters& run) {
   return MQRC_UNEXPECTED_ERROR;
 }
 
-MQLONG OpenDumpFile(Parameters& run, std::string_view name) {
+MQLONG OpenDumpFile(Parameters& run, const std::string& name) {
   const std::size_t separator = name.find_last_of(kSeparators);
-  const std::string_view baseName = separator != std::string_view::npos ? name.substr(separator + 1) : name;
+  const std::string_view baseName = std::string_view(name).substr(separator + 1);  // npos + 1 is 0
   if (ContainsIgnoringCase(baseName, ".LOG")) {
     PrintDiagnostic(run, ".LOG file are not supported. Please format using DMPMQLOG.\n");
     return MQRC_OPTIONS_ERROR;
   }
-  if (run.Log.Reader->Lines.OpenFile(std::string(name).c_str()) != 0) {
+  if (run.Log.Reader->Lines.OpenFile(name.c_str()) != 0) {
     PrintDiagnostic(run, "Can not access MQ log file.\n");
     return MQRC_FILE_SYSTEM_ERROR;
   }
+  run.Log.LogFile.Assign(name);
   run.Log.ReadingDumpFile = true;
   return 0;
 }
@@ -128,5 +129,5 @@ MQLONG StartLogReading(Parameters& run, std::string_view queueName) {
   name.remove_prefix(std::min(name.find_first_not_of(' '), name.size()));
   const bool isFile =
       name.find('.') != std::string_view::npos && kSeparators.find(name.back()) == std::string_view::npos;
-  return isFile ? OpenDumpFile(run, name) : StartFormatter(run);
+  return isFile ? OpenDumpFile(run, std::string(name)) : StartFormatter(run);
 }

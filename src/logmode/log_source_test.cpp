@@ -103,8 +103,7 @@ TEST_F(LogTest, RebuildsExactlyTheMessagesThatWerePut) {
           if (one.Previous != 0) dump.Other(one.Previous);
           std::string rest = one.Message.Properties + one.Message.Data;
           for (std::size_t parts = random() % 51; parts > 0 && !rest.empty(); --parts) {
-            std::size_t bytes = 1 + random() % std::min<std::size_t>(rest.size(), 200);
-            if (one.Pieces.empty() && !one.Message.Properties.empty()) bytes = std::max<std::size_t>(bytes, 12);
+            const std::size_t bytes = random() % std::min<std::size_t>(rest.size(), 200) + (one.Pieces.empty() ? 0 : 1);
             one.Pieces.push_back(rest.substr(0, bytes));
             rest.erase(0, bytes);
           }
@@ -217,6 +216,15 @@ TEST_F(LogTest, EveryFlawHasItsResultAndText) {
          dump.Whole(5, "Q1", Simple("b"));
        }),
        0, "Extra message parts for message 1 unused.\n", 2},
+      {"a part that only looks like the end", built([&](DumpText& dump) {
+         LoggedMessage message = Simple(std::string(30, 'm'));
+         message.Properties = DumpText::PropertyBlock(20);
+         const std::string all = message.Properties + message.Data;  // 5 + 20 + 25 bytes
+         dump.Part(3, 0, "Q1", all.substr(5, 20));
+         dump.Part(4, 3, "Q1", all.substr(25));
+         dump.Put(5, 4, "Q1", message, all.substr(0, 5));
+       }),
+       0, "", 1},
       {"parts of two messages at once", built([&](DumpText& dump) {
          dump.Part(3, 0, "Q1", piece(1));
          dump.Part(4, 0, "Q1", piece(1));
@@ -237,6 +245,8 @@ TEST_F(LogTest, EveryFlawHasItsResultAndText) {
       {"no colon in front of the length", replaced(": 452", "= 452"), 0, "", 0},
       {"the record ends before its data", good.substr(0, good.find("Data.Locn")) + good.substr(good.find("LOG ")), 0,
        "", 1},
+      {"the file ends in front of the data", good + good.substr(0, good.find("Data.Locn")), 0,
+       "The dump ends inside a log record.\n", 1},
       {"no PrevLSN either", good.substr(0, good.find("PrevLSN")) + good.substr(good.find("LOG ")), MQRC_FORMAT_ERROR,
        "", 0},
       {"the next record follows at once", full.substr(0, full.size() - 1) + good.substr(good.find("LOG ")), 0, "", 2},
