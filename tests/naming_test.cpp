@@ -72,7 +72,10 @@ TEST_F(Naming, SetsRollOverAndAreReadBackWhole) {
 }
 
 TEST_F(Naming, ASizeLimitIsKept) {
-  Queues("QM1").PutNumbered("Q2", 40, std::string(2000, 'x'));
+  {
+    Queues queues("QM1");
+    for (int i = 0; i < 40; ++i) queues.PutText("Q2", std::string(static_cast<std::size_t>(300 + 397 * i % 2700), 'x'));
+  }
   for (const char* layout : {"-dp", "-dA", "-da", "-di"}) {
     const std::string name = std::string("sized") + layout + "-%n";
     const auto outcome = Tarvo({"-mQM1", "-iQ2", layout, "-f" + name, "-Ls40k"});

@@ -57,7 +57,11 @@ class OnTerminal : public Sandbox {
     std::size_t next = 0;
     for (char block[4096];;) {
       pollfd ready{terminal, POLLIN, 0};
-      if (poll(&ready, 1, 20000) <= 0) break;
+      if (poll(&ready, 1, 20000) <= 0) {
+        ADD_FAILURE() << "waits for an answer that nobody gives: " << session.Screen;
+        kill(child, SIGKILL);
+        break;
+      }
       const ssize_t got = read(terminal, block, sizeof block);
       if (got <= 0) break;
       session.Screen.append(block, static_cast<std::size_t>(got));
@@ -71,7 +75,7 @@ class OnTerminal : public Sandbox {
     }
     EXPECT_EQ(next, exchanges.size()) << session.Screen;
     int status = 0;
-    kill(child, next == exchanges.size() ? 0 : SIGKILL);
+    if (next != exchanges.size()) kill(child, SIGKILL);
     waitpid(child, &status, 0);
     close(terminal);
     session.Exit = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
