@@ -71,6 +71,9 @@ TEST_F(Connecting, RefusedConnectOptionsAreTriedOnceMoreInTheirOldestForm) {
     EXPECT_NE(twice.Err.find("MQCONN on qmgr 'QM1' returned 2139 MQCNO Error.\n"), std::string::npos) << twice.Err;
     EXPECT_EQ(Occurrences(ReadText("trace.txt"), "MQCONNX #"), 2);
   }
+  const auto warned = TarvoWithFaults("MQCONNX:1=warn:2129", {"-q", "-mQM1", "-iQ1", "-fnull"});
+  EXPECT_EQ(warned.Exit, ExitStatus(MQRC_ADAPTER_CONN_LOAD_ERROR));
+  EXPECT_EQ(warned.Err, "MQCONN on qmgr 'QM1' returned 2129 Adapter connection load error.\n");
 }
 
 TEST_F(Connecting, CredentialsAreCheckedAndAPasswordIsNotAskedOfAFile) {

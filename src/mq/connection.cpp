@@ -238,7 +238,8 @@ MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn) {
   MQLONG reason = TryConnect(conn, security, true, compCode);
   // A library of an earlier version knows no application name in its connect options.
   if (compCode == MQCC_FAILED && reason == MQRC_CNO_ERROR) reason = TryConnect(conn, security, false, compCode);
-  Report(run, conn, "MQCONN", {}, compCode, reason);
+  // A warning ends the run like a failure, so it is told like one.
+  Report(run, conn, "MQCONN", {}, reason != MQRC_NONE ? MQCC_FAILED : compCode, reason);
   if (compCode != MQCC_FAILED) InquireQMgr(run, conn);
   return reason;
 }

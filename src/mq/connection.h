@@ -27,8 +27,8 @@ struct QMgrConn {
 };
 
 // Loads the library, connects (once more with older connect options when they are refused) and asks the queue manager
-// for its name, command level and platform. Returns 0, the reason of the failed connect (reported), the reason of a
-// connect that ended with a warning, or MQRC_ENVIRONMENT_ERROR when the library cannot be loaded.
+// for its name, command level and platform. Returns 0, the reason of a connect that failed or ended with a warning
+// (reported), MQRC_ENVIRONMENT_ERROR when the library cannot be loaded, or MQRC_OPTIONS_ERROR without a password.
 MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn);
 
 // Disconnects when connected. A unit of work that is still open is backed out first; when that fails, the connection is
