@@ -37,6 +37,8 @@ class FaultyMove : public Sandbox {
     Queues("QM1").PutNumbered("Q1", kMessages, "m");
   }
 
+  std::filesystem::path FileOf(int number) const { return Path("out" + std::to_string(number) + ".tvo"); }
+
   // How often the clean run makes each call.
   std::map<std::string, int> CallsOfCleanRun(const std::vector<std::string>& arguments) {
     Fill();
@@ -94,21 +96,28 @@ TEST_F(FaultyMove, BetweenTwoQueueManagersAtMostOneUnitIsOnBoth) {
 }
 
 TEST_F(FaultyMove, IntoAFileNothingLeavesTheQueueThatIsNotInTheFile) {
-  std::vector<std::string> arguments = {"-mQM1", "-IQ1", "-Fout.tvo", "-dt", kUnitOption};
-  const auto calls = CallsOfCleanRun(arguments);
-  for (const char* call : {"MQGET", "MQCMIT", "MQDISC"}) {
-    for (int n = 1; n <= calls.at(call); ++n) {
-      for (const char* action : {"2009", "after:2009", "kill", "after:kill"}) {
-        const std::string script = std::string(call) + ":" + std::to_string(n) + "=" + action;
-        SCOPED_TRACE(script);
-        Fill();
-        std::filesystem::remove(Path("out.tvo"));
-        TarvoWithFaults(script, arguments);
-        std::vector<std::string> written;
-        for (const auto& line : Lines(ReadText("out.tvo"))) {
-          if (line.starts_with("T ")) written.push_back(line.substr(2));
+  // Commits by count, when the queue is empty, at a range's end, and behind files that a limit has closed.
+  for (const std::vector<std::string>& more :
+       {std::vector<std::string>{kUnitOption}, {"-r1..5"}, {kUnitOption, "-Lm2"}}) {
+    std::vector<std::string> arguments = {"-mQM1", "-IQ1", "-Fout%n.tvo", "-dt", "-Lm100"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const auto calls = CallsOfCleanRun(arguments);
+    for (const char* call : {"MQGET", "MQCMIT", "MQDISC"}) {
+      for (int n = 1; n <= calls.at(call); ++n) {
+        for (const char* action : {"2009", "after:2009", "kill", "after:kill"}) {
+          const std::string script = std::string(call) + ":" + std::to_string(n) + "=" + action;
+          SCOPED_TRACE(script + " " + more.back());
+          Fill();
+          for (int file = 1; file <= kMessages; ++file) std::filesystem::remove(FileOf(file));
+          TarvoWithFaults(script, arguments);
+          std::vector<std::string> written;
+          for (int file = 1; std::filesystem::exists(FileOf(file)); ++file) {
+            for (const auto& line : Lines(ReadText(FileOf(file).filename().string()))) {
+              if (line.starts_with("T ")) written.push_back(line.substr(2));
+            }
+          }
+          EXPECT_EQ(CountTexts({Queues("QM1").Texts("Q1"), written}).size(), static_cast<std::size_t>(kMessages));
         }
-        EXPECT_EQ(CountTexts({Queues("QM1").Texts("Q1"), written}).size(), static_cast<std::size_t>(kMessages));
       }
     }
   }

@@ -45,6 +45,16 @@ TEST_F(FullDisk, WholeUnitsThatReachedTheDiskMayHaveLeftTheQueueAndNothingElse) 
   EXPECT_GE(Occurrences(ReadText("small.tvo"), "A RPT"), gone);
 }
 
+TEST_F(FullDisk, AFileThatALimitClosesInTheMiddleOfAUnitIsPartOfIt) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 6, std::string(1000, 'x'));
+  std::filesystem::create_symlink("/dev/full", Path("part2"));
+  const auto outcome = Tarvo({"-mQM1", "-IQ1", "-Fpart%n", "-Lm2"});
+  EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
+  EXPECT_NE(outcome.Err.find("part2"), std::string::npos) << outcome.Err;
+  EXPECT_EQ(queues.Depth("Q1"), 6);
+}
+
 TEST_F(FullDisk, AClosedPipeIsAFailureAndKeepsTheQueue) {
   Queues queues("QM1");
   queues.PutNumbered("Q1", 2000, std::string(1000, 'x'));
