@@ -1,6 +1,7 @@
 // Several input queues at once, delivered by the queue manager's consumers.
 
 #include <algorithm>
+#include <map>
 #include <thread>
 
 #include "harness.h"
@@ -86,20 +87,94 @@ TEST_F(SeveralInputs, AFailureInsideTheCallbackIsTheRunsResult) {
   }
 }
 
+// Every call of the road, one after the other, fails before it or after it was carried out, or kills the process.
 TEST_F(SeveralInputs, AFailureOfAnyCallLosesNothing) {
-  for (const char* wait : {"-w0", "-w1"}) {
-    for (const char* script :
-         {"MQCB:1=2035", "MQCB:2=2035", "MQCB:3=2009", "MQCB:4=2009", "MQCTL:1=2009", "MQCTL:2=2009", "MQCTL:3=2009",
-          "MQPUT:3=2053", "MQPUT:8=after:2009", "MQCMIT:1=2003", "MQCMIT:2=2009", "MQPUT:3=2053;MQBACK:*=2009",
-          "CALLBACK:2=event:2009", "CALLBACK:1=event:2161", "MQCTL:2-=2009", "MQPUT:4=kill", "MQCMIT:1=after:kill"}) {
-      SCOPED_TRACE(std::string(script) + " " + wait);
-      Fill(4, 4);
-      const auto outcome = TarvoWithFaults(script, {"-mQM1", "-IA", "-IB", "-oOUT", "-t3", wait});
-      EXPECT_FALSE(outcome.TimedOut);
-      ExpectAllThereOnce(8);
-      const auto depth = Queues("QM1").Depth("OUT");
-      EXPECT_TRUE(depth == 8 || outcome.Exit != 0) << outcome.Err;
+  const std::vector<std::string> arguments = {"-mQM1", "-IA", "-IB", "-oOUT", "-t3"};
+  Fill(4, 4);
+  ASSERT_EQ(TarvoWithFaults("", arguments).Exit, 0);
+  std::map<std::string, int> calls;
+  for (const auto& line : Trace()) ++calls[line.substr(0, line.find(' '))];
+  for (const char* call : {"MQCB", "MQCTL", "CALLBACK", "MQPUT", "MQCMIT", "MQDISC"}) {
+    ASSERT_GT(calls[call], 0) << call;
+    for (int n = 1; n <= calls[call]; ++n) {
+      const bool callback = std::string_view(call) == "CALLBACK";
+      for (const char* action : {callback ? "event:2009" : "2009", "after:2009", "kill", "after:kill"}) {
+        if (callback && std::string_view(action) == "after:2009") continue;
+        const std::string script = std::string(call) + ":" + std::to_string(n) + "=" + action;
+        SCOPED_TRACE(script);
+        Fill(4, 4);
+        const auto outcome = TarvoWithFaults(script, arguments);
+        EXPECT_FALSE(outcome.TimedOut);
+        ExpectAllThereOnce(8);
+        const bool complete = Queues("QM1").Depth("OUT") == 8;
+        EXPECT_TRUE(complete || outcome.Exit != 0) << outcome.Err;
+        if (callback && *action == 'e') {
+          EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_CONNECTION_BROKEN)) << outcome.Err;
+          EXPECT_EQ(Occurrences(outcome.Err, "MQCB(CALLBACK)(QM1/"), 1) << outcome.Err;
+        }
+        if (HasFailure()) return;
+      }
     }
+  }
+}
+
+TEST_F(SeveralInputs, FailuresOnTopOfOthersLoseNothing) {
+  const struct {
+    const char* Script;
+    MQLONG Reason;  // the run's result; 0: any failure
+  } cases[] = {
+      {"MQPUT:3=2053;MQBACK:*=2009", MQRC_Q_FULL},
+      {"MQPUT:3=2053;MQCTL:2-=2009", MQRC_Q_FULL},
+      {"MQPUT:3=2053;MQBACK:*=2009;MQCTL:2-=2009", MQRC_Q_FULL},
+      {"MQCMIT:1=2003;MQBACK:*=2009", MQRC_BACKED_OUT},
+      {"CALLBACK:3=event:2009;MQBACK:*=2009", MQRC_CONNECTION_BROKEN},
+      {"MQCB:3-=2009", MQRC_CONNECTION_BROKEN},
+      {"MQCB:3=2009;MQCTL:2-=2009", MQRC_CONNECTION_BROKEN},
+  };
+  for (const char* wait : {"-w0", "-w1"}) {
+    for (const auto& c : cases) {
+      const bool deregisters = std::string_view(c.Script).starts_with("MQCB");
+      if (deregisters && std::string_view(wait) != "-w0") continue;  // that run has nothing to deregister
+      SCOPED_TRACE(std::string(c.Script) + " " + wait);
+      Fill(4, 4);
+      const auto outcome = TarvoWithFaults(c.Script, {"-mQM1", "-IA", "-IB", "-oOUT", "-t3", wait});
+      EXPECT_FALSE(outcome.TimedOut);
+      EXPECT_EQ(outcome.Exit, ExitStatus(c.Reason)) << outcome.Err;
+      ExpectAllThereOnce(8);
+    }
+  }
+}
+
+TEST_F(SeveralInputs, BetweenTwoQueueManagersAtMostOneUnitIsOnBoth) {
+  CreateQueueManager("QM2", {"OUT"});
+  const auto run = [&](const std::string& script) {
+    Fill(4, 4);
+    EXPECT_EQ(LocalMq({"QM2"}, "CLEAR QLOCAL(OUT)\n").Exit, 0);
+    return TarvoWithFaults(script, {"-mQM1", "-IA", "-IB", "-mQM2", "-oOUT", "-t3"});
+  };
+  EXPECT_EQ(run("").Exit, 0);
+  EXPECT_EQ(Queues("QM2").Depth("OUT"), 8);
+  for (const char* script : {"MQPUT:5=2053", "MQPUT:5=2053;MQBACK@QM2:*=2009", "MQPUT:5=2053;MQBACK@QM1:*=2009",
+                             "MQPUT:5=2053;MQBACK:*=2009", "MQCMIT@QM2:2=2003", "MQCMIT@QM1:1=2009",
+                             "MQCMIT@QM1:2=after:2009", "MQCMIT@QM2:1=after:kill", "MQCMIT@QM1:2=kill",
+                             "CALLBACK:5=event:2009", "CALLBACK:6=kill", "MQPUT:6=after:kill"}) {
+    SCOPED_TRACE(script);
+    const auto outcome = run(script);
+    EXPECT_NE(outcome.Exit, 0);
+    EXPECT_FALSE(outcome.TimedOut);
+    const auto moved = Queues("QM2").Texts("OUT");
+    std::map<std::string, int> counts;
+    for (const auto& text : moved) ++counts[text];
+    for (const char* queue : {"A", "B"}) {
+      for (const auto& text : Queues("QM1").Texts(queue)) ++counts[text];
+    }
+    EXPECT_EQ(counts.size(), 8U) << outcome.Err;
+    int doubled = 0;
+    for (const auto& [text, n] : counts) doubled += n - 1;
+    const bool betweenCommits =
+        std::string_view(script).starts_with("MQCMIT@QM1") || std::string_view(script) == "MQCMIT@QM2:1=after:kill";
+    EXPECT_LE(doubled, betweenCommits ? 3 : 0) << outcome.Err;
+    EXPECT_EQ(moved.size() % 3, 0U);
   }
 }
 

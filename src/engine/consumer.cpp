@@ -165,6 +165,8 @@ static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQ
   if (stopFailure != 0) {
     KeepControlFailure(run, "MQCTL(STOP)", stopFailure);
     if (consumption.Result == 0) consumption.Result = stopFailure;
+    // A start that waits also ends when no consumer is left: this one goes, each other one when it is called.
+    if (run.WaitInterval == 0) Deregister(run, queue);
   } else {
     consumption.Stopped = true;
   }
