@@ -45,6 +45,29 @@ TEST_F(FullDisk, WholeUnitsThatReachedTheDiskMayHaveLeftTheQueueAndNothingElse) 
   EXPECT_GE(Occurrences(ReadText("small.tvo"), "A RPT"), gone);
 }
 
+TEST_F(FullDisk, AQueueThatDoesNotFitFailsAloneInAGenericUnload) {
+  ASSERT_EQ(LocalMq({"QM1"}, "DEFINE QLOCAL(Q3)\n").Exit, 0);
+  {
+    Queues queues("QM1");
+    for (const char* queue : {"Q1", "Q3"}) queues.PutNumbered(queue, 5, "small");
+    queues.PutNumbered("Q2", 1000, std::string(8000, 'x'));
+  }
+  const auto limited =
+      harness::RunProcess({"/bin/bash",
+                           {"-c", "ulimit -f 12000; trap '' XFSZ; exec " +
+                                      (harness::ProgramFolder() / "tarvo").string() + " -mQM1 -i* -f./*"},
+                           Path("."),
+                           environment(),
+                           {},
+                           {}});
+  EXPECT_EQ(limited.Exit, kResourceProblem) << limited.Err;
+  EXPECT_EQ(Occurrences(limited.Out, "  Done.\n"), 2) << limited.Out;
+  EXPECT_EQ(Occurrences(limited.Out, "  1000  RC(2102) Resource problem\n"), 1) << limited.Out;
+  EXPECT_NE(limited.Err.find("Q2.tvo"), std::string::npos) << limited.Err;
+  EXPECT_NE(limited.Out.find("\nTotal : 3 Queues, "), std::string::npos) << limited.Out;
+  for (const char* file : {"Q1.tvo", "Q3.tvo"}) EXPECT_EQ(Occurrences(ReadText(file), "A RPT"), 5) << file;
+}
+
 TEST_F(FullDisk, AFileThatALimitClosesInTheMiddleOfAUnitIsPartOfIt) {
   Queues queues("QM1");
   queues.PutNumbered("Q1", 6, std::string(1000, 'x'));

@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <cstring>
+#include <thread>
 
 #include "harness.h"
 
@@ -71,6 +72,10 @@ TEST_F(WholeQueueManager, NothingIsDeletedByARunThatIsDeclined) {
     EXPECT_EQ(ReadText("out/APP.ONE.tvo"), "precious");
     EXPECT_EQ(ReadText("out/OTHER.tvo"), "foreign");
   }
+  // The question about queues that cannot be opened comes before the deletion, too.
+  const auto noAccess = TarvoWithFaults("MQOPEN@APP.TWO:1=2035", {"-mQM1", "-iAPP.*", "-Fout/*.tvo"});
+  EXPECT_EQ(noAccess.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)) << noAccess.Err;
+  EXPECT_EQ(ReadText("out/APP.ONE.tvo"), "precious");
   const auto kept = Tarvo({"-mQM1", "-iAPP.*", "-fout/*"}, "Yes\nx\nc\n");
   EXPECT_EQ(kept.Exit, 0) << kept.Err;
   EXPECT_NE(kept.Err.find("out/APP.ONE.tvo\n\nThese files already exist and will be deleted.\n"
@@ -81,6 +86,75 @@ TEST_F(WholeQueueManager, NothingIsDeletedByARunThatIsDeclined) {
   const auto deleted = Tarvo({"-mQM1", "-iAPP.*", "-Fout/*"}, "d\n");
   EXPECT_EQ(deleted.Exit, 0) << deleted.Err;
   EXPECT_FALSE(std::filesystem::exists(Path("out/OTHER.tvo")));
+}
+
+TEST_F(WholeQueueManager, AsksBeforeItGoesOn) {
+  using Answers = std::vector<std::pair<const char*, int>>;  // answer, exit status
+  // Queues that cannot be opened for browsing.
+  std::filesystem::path faulty = harness::LibraryFolder("faultmq");
+  environment()["FAULTMQ_LIBRARY"] = harness::LibraryFile("localmq").string();
+  for (const auto& [answer, status] :
+       Answers{{"n\n", ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)}, {"Y\n", ExitStatus(MQRC_NOT_AUTHORIZED)}}) {
+    environment()["MQM_DLL_PATH"] = faulty.string();
+    environment()["FAULTMQ_SCRIPT"] = "MQOPEN@APP.TWO:*=2035";
+    const auto outcome = Tarvo({"-mQM1", "-i'APP.*'", "-Fout/*", "-Lm2"}, answer);
+    EXPECT_EQ(outcome.Exit, status) << outcome.Err;
+    EXPECT_NE(outcome.Err.find("APP.TWO                                          RC(2035) Not authorized\n\n"
+                               "Error accessing these queues.\nAre you sure you want to continue? "),
+              std::string::npos)
+        << outcome.Err;
+    EXPECT_EQ(Occurrences(outcome.Out, "RC(2035) Not authorized\n"), *answer == 'Y' ? 1 : 0) << outcome.Out;
+  }
+  environment()["MQM_DLL_PATH"] = harness::LibraryFolder("localmq").string();
+  // A set of files is listed by its first and its last.
+  const auto listed = Tarvo({"-mQM1", "-i'APP.*'", "-fout/*"}, "n\n");
+  EXPECT_NE(listed.Err.find("out/APP.ONE$1.tvo[-> $2]\n\nThese files already exist"), std::string::npos) << listed.Err;
+  // Files that cannot be read, queues that are not there.
+  std::filesystem::create_symlink("nowhere", Path("out/GONE.tvo"));
+  const auto unreadable = Tarvo({"-mQM2", "-o*", "-fout/*"}, "n\n");
+  EXPECT_EQ(unreadable.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)) << unreadable.Err;
+  EXPECT_NE(unreadable.Err.find("out/GONE.tvo\n\nThese files can not be read.\nAre you sure"), std::string::npos);
+  const auto unknown = Tarvo({"-mQM2", "-o*", "-fout/*"}, "y\nn\n");
+  EXPECT_EQ(unknown.Exit, ExitStatus(MQRC_UNKNOWN_OBJECT_NAME)) << unknown.Err;
+  EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 0);
+  // The user goes on all the same: what can be loaded is loaded, what cannot is told.
+  const auto loaded = Tarvo({"-mQM2", "-o*", "-fout/*"}, "y\ny\n");
+  EXPECT_EQ(loaded.Exit, ExitStatus(MQRC_UNKNOWN_OBJECT_NAME)) << loaded.Err;
+  EXPECT_EQ(loaded.Out,
+            "APP.ONE                                          3      Done.\n"
+            "GONE                                             RC(2085) Unknown object name\n"
+            "\nTotal : 1 Queues, 3 Messages\n");
+  EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 3);
+}
+
+TEST_F(WholeQueueManager, SystemQueuesAreCountedApartAndLoadedByNameOnly) {
+  const std::string defaultQueue = "SYSTEM.DEFAULT.LOCAL.QUEUE";
+  Queues("QM1").PutNumbered(defaultQueue, 2);
+  Queues("QM1").PutNumbered("SYSTEM.DEAD.LETTER.QUEUE", 1);
+  const auto unloaded = Tarvo({"-mQM1", "-iSYSTEM.*", "-fout/*"});
+  EXPECT_NE(unloaded.Out.find("\nTotal : 1 Queues, 1 Messages\n plus : 1 System Queues, 2 Messages\n"),
+            std::string::npos)
+      << unloaded.Out;
+  EXPECT_NE(Tarvo({"-mQM2", "-o*", "-fout/*"}).Out.find("\nTotal : 1 Queues, 1 Messages\n"), std::string::npos);
+  EXPECT_NE(Tarvo({"-mQM2", "-o" + defaultQueue, "-fout/*"}).Out.find("\nTotal : 1 Queues, 2 Messages\n"),
+            std::string::npos);
+  EXPECT_EQ(Queues("QM2").Depth(defaultQueue), 2);
+}
+
+TEST_F(WholeQueueManager, QueuesThatAreFilteredOrChangeAreTold) {
+  const auto filtered = Tarvo({"-mQM1", "-iAPP.ONE", "-fout/*", "-r2"});
+  EXPECT_NE(filtered.Out.find("     3  Filtered.\n"), std::string::npos) << filtered.Out;
+  // While the command server's answer is waited for, the queue grows.
+  environment()["MQM_DLL_PATH"] = harness::LibraryFolder("faultmq").string();
+  environment()["FAULTMQ_LIBRARY"] = harness::LibraryFile("localmq").string();
+  environment()["FAULTMQ_SCRIPT"] = "MQOPEN@APP.ONE:1=wait:1500";
+  harness::Process unloading(
+      {harness::ProgramFolder() / "tarvo", {"-mQM1", "-iAPP.ONE", "-Fout/*"}, Path("."), environment(), {}, {}});
+  std::this_thread::sleep_for(std::chrono::milliseconds(700));
+  Queues("QM1").PutNumbered("APP.ONE", 2);
+  const auto changing = unloading.Wait();
+  EXPECT_NE(changing.Out.find("     3  Changing.\n\nTotal : 1 Queues, 5 Messages\n"), std::string::npos)
+      << changing.Out << changing.Err;
 }
 
 TEST_F(WholeQueueManager, OneFailingQueueDoesNotTouchTheOthers) {
