@@ -152,7 +152,9 @@ TEST_F(CommandLine, RefusesNumbersThatDoNotFit) {
       {{"-Ap:4294967297"}, "Invalid -A parameter 'p:4294967297'\n"},
       {{"-Gr:4294967297"}, "Invalid -G parameter 'r:4294967297'\n"},
       {{"-vs4294967297"}, "Invalid -v parameter 's4294967297'\n"},
+      {{"-Ls9223372036854775808b"}, "Invalid -Ls parameter '9223372036854775808b'\n"},
       {{"-dw4294967297"}, "Invalid -d parameter 'w4294967297'\n"},
+      {{"-dw100000000"}, "Invalid -d parameter 'w100000000'\n"},
   });
 }
 
@@ -198,6 +200,14 @@ TEST_F(CommandLine, TellsOfTheMachineAndOfPendingThings) {
   EXPECT_NE(cfh.Out.find("CFH3 Processing Active\n"), std::string::npos);
   const auto sizes = Tarvo({"-v!", "-oQ1"});
   EXPECT_NE((sizes.Out + sizes.Err).find("sizeof(MQLONG) '4'\nsizeof(char *) '8'\n"), std::string::npos);
+  // The test of the file format, after which the run goes on.
+  WriteText("one.tvo", "* TARVO\n\nA PRI 4\nS \"x\"\n");
+  const auto tested = Tarvo({"-dxtest", "-fone.tvo", "-dk"});
+  EXPECT_EQ(tested.Exit, 0);
+  EXPECT_EQ(tested.Out,
+            "\nRunning file format tests\n-------------------------\n  Testing Hex file\n  Testing Ascii file\n"
+            "  Testing Ascii column file\nAll tests passed\n----------------\n\n");
+  EXPECT_NE(tested.Err.find("Counted -             Messages:      1  "), std::string::npos) << tested.Err;
   const auto help = Tarvo({"/?", "rate"}, "zzz\n\n");
   EXPECT_EQ(help.Exit, kRefused);
   EXPECT_NE(help.Err.find("        [-R <Message Rate>[:<Duration>]\n"), std::string::npos);

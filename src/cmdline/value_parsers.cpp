@@ -201,7 +201,7 @@ bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, s
   const bool utc = !text.empty() && text.front() == 'u';
   if (utc) text.remove_prefix(1);
   const std::int64_t seconds = text.size() > kLongest ? -1 : TimestampSeconds(run, text, utc);
-  if (seconds < 0) {
+  if (seconds <= 0) {  // the first second of 1970 would stand for no bound
     PrintDiagnostic(run, "Unrecognised time format '%.*s'\n", static_cast<int>(text.size()), text.data());
     return false;
   }
@@ -258,7 +258,8 @@ bool ParseFileLimit(Parameters& run, std::string_view text) {
       run.LimitAge = static_cast<int>(limit);
       return true;
     case 's':
-      return ReadLimit(run, {"-Ls", "file size", kSizeUnits}, value, std::numeric_limits<std::int64_t>::max(),
+      // What does not fit 64 bits is read as their greatest number.
+      return ReadLimit(run, {"-Ls", "file size", kSizeUnits}, value, std::numeric_limits<std::int64_t>::max() - 1,
                        run.LimitSize);
     case 'm':
       limit = ReadNumber(value).Value;

@@ -129,7 +129,6 @@ TEST(SizeSelection, AddsUpUnits) {
                           {",100", -1, 100},
                           {"16777217", 16777217, -1},
                           {"2147483647", 2147483647, -1},
-
                           {"1g1023m1023k1023", 2147483647, -1}}) {
     SCOPED_TRACE(one.Text);
     const Result result = Apply(ParseSizeSelection, {one.Text});
@@ -165,6 +164,7 @@ TEST(ValueParsers, RefuseWhatTheyCanNotRead) {
            {ParseTimeSelection, {"fu25/12/24"}, "Unrecognised time format '25/12/24'\n"},
            {ParseTimeSelection, {"fu25/12/2024_12:00:00x"}, "Unrecognised time format '25/12/2024_12:00:00x'\n"},
            {ParseTimeSelection, {"fu01/01/1950"}, "Unrecognised time format '01/01/1950'\n"},
+           {ParseTimeSelection, {"tu01/01/1970"}, "Unrecognised time format '01/01/1970'\n"},
            {ParseTimeSelection, {"f_12:00"}, "Unrecognised time format '_12:00'\n"},
            {ParseSizeSelection, {"1", "2"}, "You can only specify the 'larger than' message size once\n"},
            {ParseSizeSelection, {",1", ",2"}, "You can only specify the 'less than' message size once\n"},
@@ -179,6 +179,7 @@ TEST(ValueParsers, RefuseWhatTheyCanNotRead) {
            {ParseFileLimit, {"s30"}, "Please specify the units for -Ls parameter '30'\n"},
            {ParseFileLimit, {"s3h"}, "Unrecognised -Ls file size unit 'h'\n"},
            {ParseFileLimit, {"s9000000000g"}, "Invalid -Ls parameter '9000000000g'\n"},
+           {ParseFileLimit, {"s9223372036854775808b"}, "Invalid -Ls parameter '9223372036854775808b'\n"},
            {ParseFileLimit, {"m0"}, "Invalid -Lm parameter '0'\n"},
            {ParseFileLimit, {"m2147483648"}, "Invalid -Lm parameter '2147483648'\n"},
            {ParseFileLimit, {"x5"}, "Unrecognised -L parameter 'x5'\n"},
