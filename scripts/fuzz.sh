@@ -29,7 +29,7 @@ for target in "${targets[@]}"; do
   (cd "$work/$target" && ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 \
     "$root/build/fuzz/bin/fuzz_$target" -max_total_time="$seconds" -max_len=8192 -timeout=10 -rss_limit_mb=2048 \
     -close_fd_mask=3 -artifact_prefix="$findings/$target-" new "$root/fuzz/corpus/$target" </dev/null >log 2>&1) ||
-    { failed+=("$target"); grep -v '^#\|^INFO\|NEW_FUNC\|^"' "$work/$target/log" | tail -n 60; }
-  grep '^#[0-9]\|^Done' "$work/$target/log" | tail -n 2
+    { failed+=("$target"); grep -a -v '^#\|^INFO\|NEW_FUNC\|^"' "$work/$target/log" | tail -n 60; }
+  grep -a '^#[0-9]\|^Done' "$work/$target/log" | tail -n 2
 done
 [ ${#failed[@]} -eq 0 ] || { echo "fuzz.sh: failed: ${failed[*]} (inputs in $findings)"; exit 1; }
