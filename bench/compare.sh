@@ -42,6 +42,9 @@ bench/make_input.py "$work/million.tvo" 1000000 text 256
 null_time=$(cpu "$tarvo -q -f$work/million.tvo -fnull")
 select_time=$(cpu "$tarvo -q -f$work/million.tvo -F$work/out -sNEEDLE")
 row "selecting 1 % of a million by -s, times reading all" "$(ratio "$select_time" "$null_time")" "<= 1.3" "the same file to null"
+summary_time=$(cpu "$tarvo -q -f$work/million.tvo -ds > $work/out")
+added=$(awk -v a="$summary_time" -v b="$null_time" 'BEGIN { printf "%.3f", a - b }')  # of a million: microseconds of each
+row "a summary of a million, microseconds a message over reading" "$added" "<= 0.3" "the same file to null"
 rm -f "$work/million.tvo"
 
 peak_small=$(measure -n 1 "exec $tarvo -q -f$work/small.tvo -F$work/out" | cut -d' ' -f3)
