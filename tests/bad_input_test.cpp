@@ -123,9 +123,14 @@ TEST_F(BadInput, AQueueOntoItselfIsRefused) {
   ASSERT_EQ(LocalMq({"QM1"}, "DEFINE QALIAS(A1) TARGQ(Q1)\n").Exit, 0);
   Queues queues("QM1");
   queues.PutNumbered("Q1", 3);
-  const std::vector<std::string> cases[] = {
-      {"-iQ1", "-oQ1"}, {"-IQ1", "-oQ1"},          {"-IQ1", "-oQM1/Q1"},           {"-iQ1", "-oQ2", "-oQ1"},
-      {"-iQ1", "-oA1"}, {"-IA1", "-oQ1", "-r2.."}, {"-iQ1", "-oQ2", "-oA1", "-OI"}};
+  const std::vector<std::string> cases[] = {{"-iQ1", "-oQ1"},
+                                            {"-IQ1", "-oQ1"},
+                                            {"-IQ1", "-oQM1/Q1"},
+                                            {"-iQ1", "-oQ2", "-oQ1"},
+                                            {"-iQ1", "-oA1"},
+                                            {"-IA1", "-oQ1", "-r2.."},
+                                            {"-iQ1", "-oQ2", "-oA1", "-OI"},
+                                            {"-iQ1", "-oQ2", "-oA1"}};
   for (std::vector<std::string> arguments : cases) {
     arguments.emplace_back("-mQM1");
     const auto outcome = Tarvo(arguments);

@@ -157,6 +157,32 @@ MQLONG CheckLeadsElsewhere(Parameters& run, const MQOD& od) {
   return MQRC_NONE;
 }
 
+// The descriptor of a queue of the output list. Where the run may feed itself it has room for what the name leads to.
+MQOD DescriptorOf(Parameters& run, const MQOR& entry) {
+  MQOD od;
+  if (MayFeedItself(run)) od.Version = MQOD_VERSION_3;
+  std::copy(std::begin(entry.ObjectName), std::end(entry.ObjectName), od.ObjectName);
+  std::copy(std::begin(entry.ObjectQMgrName), std::end(entry.ObjectQMgrName), od.ObjectQMgrName);
+  return od;
+}
+
+// A distribution list does not tell which queues its names lead to, so each is opened by itself for a moment. Whatever
+// else is wrong with one is told when the list is opened.
+MQLONG CheckListLeadsElsewhere(Parameters& run, QMgrConn& conn, const QueueList& list) {
+  if (!MayFeedItself(run)) return MQRC_NONE;
+  for (const MQOR& entry : list.Entries) {
+    MQOD od = DescriptorOf(run, entry);
+    MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
+    MQLONG compCode = MQCC_FAILED;
+    MQLONG reason = MQRC_NONE;
+    conn.Api.MQOPEN(conn.Hconn, &od, MQOO_OUTPUT, &hobj, &compCode, &reason);
+    if (compCode == MQCC_FAILED) continue;
+    conn.Api.MQCLOSE(conn.Hconn, &hobj, MQCO_NONE, &compCode, &reason);
+    if (const MQLONG refusal = CheckLeadsElsewhere(run, od); refusal != MQRC_NONE) return refusal;
+  }
+  return MQRC_NONE;
+}
+
 // Opens every destination of the list by itself. All are tried; the reason of the last failure is returned.
 MQLONG OpenIndividually(Parameters& run, QMgrConn& conn, QueueList& list, MQLONG options) {
   try {
@@ -170,10 +196,7 @@ MQLONG OpenIndividually(Parameters& run, QMgrConn& conn, QueueList& list, MQLONG
     const MQOR& entry = list.Entries[i];
     QueueElement& element = list.Elements[i];
     element.QueueName.Assign(NameInField(entry.ObjectName, sizeof entry.ObjectName));
-    MQOD od;
-    if (MayFeedItself(run)) od.Version = MQOD_VERSION_3;
-    std::copy(std::begin(entry.ObjectName), std::end(entry.ObjectName), od.ObjectName);
-    std::copy(std::begin(entry.ObjectQMgrName), std::end(entry.ObjectQMgrName), od.ObjectQMgrName);
+    MQOD od = DescriptorOf(run, entry);
     MQLONG compCode = MQCC_FAILED;
     MQLONG reason = MQRC_NONE;
     conn.Api.MQOPEN(conn.Hconn, &od, options, &element.Hobj, &compCode, &reason);
@@ -294,6 +317,7 @@ MQLONG OpenOutputs(Parameters& run) {
       return MQRC_OPTIONS_ERROR;
     }
     if (run.Has2(FLAG2_INDIVIDUAL_QUEUES)) return OpenIndividually(run, conn, *list, options);
+    if (const MQLONG refusal = CheckListLeadsElsewhere(run, conn, *list); refusal != MQRC_NONE) return refusal;
     od.Version = MQOD_VERSION_2;
     od.RecsPresent = list->Count();
     od.ObjectRecPtr = list->Entries.data();
