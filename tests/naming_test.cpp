@@ -137,6 +137,11 @@ TEST_F(Naming, NoFileOfAnInputSetIsWritten) {
                                             {"-fpos%i", "-fpos5", "-aa"}};
   for (const auto& arguments : cases) ExpectFileError(arguments, " is an input file of this run\n");
   EXPECT_EQ(FilesLike("in") + FilesLike("pos"), before);
+  // No set: the name is the same for every number.
+  std::filesystem::copy_file(Path("in1"), Path("one%n"));
+  WriteText("other", "old");
+  EXPECT_EQ(Tarvo({"-q", "-fone%%n", "-dA", "-Fother"}).Exit, kFileError);
+  ExpectFileError({"-fone%%n", "-Fone%%n"}, " is an input file of this run\n");
 }
 
 TEST_F(Naming, ASetEndsAtAMissingFileAndNotAtABrokenOne) {

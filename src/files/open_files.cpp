@@ -57,8 +57,8 @@ std::set<std::string> FilesOfSet(const Parameters& run) {
     values.MessageOrdinal = values.SelectedOrdinal = number;
     std::error_code error;
     const auto file = std::filesystem::canonical(ExpandTemplate(run.InputFileName.view(), values), error);
-    if (!error) files.insert(file.string());
-    missing = error ? missing + 1 : 0;
+    // A name that does not change with its number is found once.
+    missing = !error && files.insert(file.string()).second ? 0 : missing + 1;
   }
   return files;
 }
