@@ -149,6 +149,11 @@ MQLONG ReadDataLines(Parameters& run) {
       run.MessageText.clear();
     }
   }
+  // A file that is cut off between two data lines reads like a shorter message.
+  if (end && !run.Reader.PassedEmptyLine && !run.Has(FLAG_QUIET)) {
+    PrintDiagnostic(run, "File '%s' ends without an empty line behind its last message and may have been cut off\n",
+                    run.Naming.InputName.c_str());
+  }
   return 0;
 }
 

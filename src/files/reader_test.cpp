@@ -234,6 +234,15 @@ TEST_F(Reader, Dump) {
   EXPECT_EQ(messages[1].Data, "A");
 }
 
+TEST_F(Reader, TellsWhenTheLastMessageMayBeCutOff) {
+  for (const auto& [end, told] :
+       {std::pair{"", true}, {"\n", false}, {"* comment\n\n", false}, {"* comment\n", true}}) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(MessagesOf(std::string("* TARVO\n\nA PRI 1\nX 00\n\nA PRI 2\nX 01\n") + end).size(), 2U);
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("may have been cut off\n") != std::string::npos, told) << end;
+  }
+}
+
 TEST_F(Reader, RefusedDumps) {
   const std::string start = "AMQSBCG0\n****Message descriptor****\n";
   const std::pair<std::string, std::string> cases[] = {
