@@ -190,6 +190,10 @@ TEST_F(OnTerminal, LoadingShowsItsProgressInPlace) {
   EXPECT_NE(shown.Screen.find("\b\b\b\b\b     \b\b\b\b\b"), std::string::npos) << shown.Screen;
   const auto quiet = Run({"-q", "-mQM1", "-oQ1", "-fone.tvo"}, {});
   EXPECT_EQ(quiet.Screen, "");
+  // The bytes of a plain file that were read are shown and what they promise for the rest.
+  WriteText("halves", "1234\n5678\n");
+  const auto half = Run({"-mQM1", "-oQ1", "-fhalves", "-nF", "-Cd", "-D1100"}, {});
+  EXPECT_NE(half.Screen.find("Loading 'halves' :  0%\b\b\b\b\b: 50%  ETA:"), std::string::npos) << half.Screen;
 }
 
 }  // namespace
