@@ -111,9 +111,7 @@ int OutputFile::Flush(bool toDisk) {
   if (!WriteBlock() || !toDisk) return error_;
   error_ = SyncToDisk(file_);
   if (error_ == 0 && !entryOnDisk_) {
-    const int failure = SyncDirectory(newEntryIn_);
-    // A directory that may be written but not read cannot be asked for this.
-    if (failure != EACCES && failure != EPERM) error_ = failure;
+    error_ = SyncEntries(newEntryIn_);
     entryOnDisk_ = true;
   }
   return error_;
@@ -129,6 +127,12 @@ int OutputFile::Close(bool toDisk) {
   file_ = nullptr;
   used_ = 0;
   return error_;
+}
+
+int SyncEntries(const std::string& directory) {
+  const int failure = SyncDirectory(directory);
+  // A directory that may be written but not read cannot be asked for this.
+  return failure == EACCES || failure == EPERM ? 0 : failure;
 }
 
 InputFile::~InputFile() { Close(); }

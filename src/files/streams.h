@@ -50,6 +50,8 @@ class OutputFile {
   // Flushes and closes. Returns 0, or errno of the first failure since the file was opened.
   int Close(bool toDisk);
   int error() const { return error_; }
+  // For one of many new files in a directory: the caller brings their entries to the disk together, by SyncEntries.
+  void LeaveEntry() { entryOnDisk_ = true; }
 
  private:
   bool WriteBlock();
@@ -64,6 +66,9 @@ class OutputFile {
   std::string newEntryIn_;  // the directory whose entry for this file may not be on the disk yet
   bool entryOnDisk_ = true;
 };
+
+// Forces the entries of a directory onto the disk. Returns 0, or errno.
+int SyncEntries(const std::string& directory);
 
 class InputFile {
  public:

@@ -145,6 +145,7 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
   if (run.OutputFileName.Assign(queue.FilePath)) {
     run.Writer.FileName.Assign(queue.FilePath);
     fileError = run.Writer.Out.Open(queue.FilePath.c_str(), "w");
+    run.Writer.Out.LeaveEntry();
   }
   if (fileError != 0) {
     std::printf("File Error RC(%d)\n", fileError);
@@ -192,6 +193,11 @@ MQLONG GenericUnload(Parameters& run) {
   Totals systems;
   MQLONG firstFailure = 0;
   for (const auto& [key, queue] : run.Generic.Queues) UnloadQueue(run, queue, users, systems, firstFailure);
+  // Nothing has left a queue, so it is soon enough when the new files' names reach the disk with the last of them.
+  if (const int error = SyncEntries(run.Naming.Directory); error != 0) {
+    PrintDiagnostic(run, "Error flushing data to file '%s'RC(%d)\n", run.Naming.Directory.c_str(), error);
+    if (firstFailure == 0) firstFailure = MQRC_RESOURCE_PROBLEM;
+  }
   std::printf("\nTotal : %d Queues, %" PRId64 " Messages\n", users.Queues, users.Messages);
   if (systems.Queues != 0) {
     std::printf(" plus : %d System Queues, %" PRId64 " Messages\n", systems.Queues, systems.Messages);
