@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -102,11 +103,14 @@ MQLONG OpenInput(Parameters& run) {
   return reason;
 }
 
-// Plain files are counted first when there is somebody to look at the count.
+// Plain files are counted first when there is somebody to look at the count. What is no file can be read only once.
 void DecideCountingFirst(Parameters& run) {
   if (!run.Has2(FLAG2_NON_TARVO) || run.InputFileName.empty() || run.LogMode) return;
   if (run.Has2(FLAG2_WHOLE_FILE | FLAG2_NO_PRELIM_COUNT)) return;
-  run.Flags2 |= run.Screen.StdinIsTerminal ? FLAG2_COUNT_FIRST : FLAG2_NO_PRELIM_COUNT;
+  std::error_code error;
+  const auto kind = std::filesystem::status(run.InputFileName.c_str(), error).type();
+  const bool onlyOnce = kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::character;
+  run.Flags2 |= run.Screen.StdinIsTerminal && !onlyOnce ? FLAG2_COUNT_FIRST : FLAG2_NO_PRELIM_COUNT;
 }
 
 // Whether some step between the get and the target looks at more of a message than its descriptor and its length.
