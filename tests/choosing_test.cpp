@@ -2,6 +2,7 @@
 // statement of what each criterion means.
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <functional>
@@ -150,7 +151,7 @@ class Choosing : public Sandbox {
     ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-Fall.tvo"}).Exit, 0);
   }
 
-  // A message that ends with its number ("#12#"), which no other message holds.
+  // A message that holds its number ("#12#"), as no other message does.
   static StoredMessage Generate(std::mt19937& random, int number) {
     const auto below = [&](unsigned bound) { return static_cast<unsigned>(random() % bound); };
     StoredMessage m{harness::RichDescriptor(number), {}};
@@ -183,17 +184,20 @@ class Choosing : public Sandbox {
     }
     const std::string pieces[] = {"kettle",         " ", "lamp", "Lamp", "kett", std::string("\0\xFF\x10", 3),
                                   Ebcdic("kettle"), "l", "\xC3", "x",    "10",   Ebcdic("LAMP")};
+    m.Data += "#" + std::to_string(number) + "#";
+    const std::size_t begin = m.Data.size();
     for (unsigned left = below(number % 10 == 0 ? 400 : 12); left > 0; --left) {
       m.Data += pieces[below(number % 7 == 0 ? 3 : 12)];
     }
-    m.Data += "#" + std::to_string(number) + "#";
+    // Some sizes lie on the bounds that are asked for.
+    const std::size_t exact = std::array{0, 100, 300, 512, 1024}[below(5)];
+    if (exact > m.Data.size()) m.Data.insert(begin, exact - m.Data.size(), 'x');
     return m;
   }
 
   static std::string Number(const StoredMessage& m) {
-    const std::size_t end = m.Data.size() - 1;
-    const std::size_t begin = m.Data.rfind('#', end - 1);
-    return m.Data.substr(begin, end + 1 - begin);
+    const std::size_t begin = m.Data.find('#');
+    return m.Data.substr(begin, m.Data.find('#', begin + 1) + 1 - begin);
   }
   using Numbers = std::vector<std::string>;
 
