@@ -472,6 +472,7 @@ TEST_F(Showing, AMessageBackedOutTooOftenIsSomewhereWhateverFails) {
                         {"", {"-oOUT", "-OB"}, "Written - Files:   0  Messages:      2", 0, "OUT"},
                         {"", {"-oOUT", "-t0"}, "Written - Files:   0  Messages:      1", 0, "BQ"},
                         {"MQOPEN@BQ:1=2035", {"-oOUT"}, "MQOPEN on object 'QM1/BQ' returned 2035", 2035, "Q1"},
+                        {"MQOPEN@BQ:1=2035;MQBACK:1=2009", {"-oOUT"}, "MQBCK(QM1) failed RC(2009)", 2035, "Q1"},
                         {"MQPUT@BQ:1=2053", {"-oOUT"}, "MQPUT on object 'QM1/BQ' returned 2053", 2053, "Q1"},
                         {"MQPUT@BQ:1=after:2009", {"-oOUT"}, "returned 2009", 2009, "Q1"},
                         {"MQPUT@OUT:1=2053", {"-oOUT"}, "MQPUT(OUT) failed RC(2053)", 2053, "Q1"}};
