@@ -75,4 +75,18 @@ if [ -e "$build/lib/localmq/libmqm_r.so" ]; then
   read=$(measure -n 5 "sqlite3 $work/s.db 'SELECT id, md, hex(data) FROM m ORDER BY id' > $work/out" | cut -d' ' -f2)
   row "loading 100,000 messages of 1 KiB, times sqlite3 (elapsed)" "$(ratio "$load" "$insert")" "<= 3" "sqlite3, 200 a transaction"
   row "unloading them, times sqlite3 (elapsed)" "$(ratio "$unload" "$read")" "<= 3" "sqlite3"
+  # 2,000 queues of 3 messages each, and one queue with all of those.
+  "$build/bin/localmq" create MANY >/dev/null
+  seq -f 'DEFINE QLOCAL(S.%04g)' 2000 | "$build/bin/localmq" MANY >/dev/null
+  echo "CLEAR QLOCAL(Q1)" | "$build/bin/localmq" QM >/dev/null
+  bench/make_input.py "$work/three.tvo" 3 random
+  bench/make_input.py "$work/load.tvo" 6000 random
+  mkdir "$work/in" "$work/queues"
+  seq -f "$work/in/S.%04g.tvo" 2000 | xargs -n 1 cp "$work/three.tvo"
+  "$tarvo" -q -mMANY '-o*' "-f$work/in/*" >/dev/null
+  "$tarvo" -q -mQM -oQ1 -f"$work/load.tvo"
+  one=$(measure "$tarvo -q -mQM -iQ1 -F$work/out" | cut -d' ' -f2)
+  all=$(measure -b "rm -f $work/queues/*" "$tarvo -q -mMANY -i'*' -f'$work/queues/*' >/dev/null" | cut -d' ' -f2)
+  row "generic unload of 2,000 small queues, ms a queue (elapsed)" \
+    "$(awk -v a="$all" -v o="$one" 'BEGIN { printf "%.2f", (a - o) / 2 }')" "<= 3" "one queue of as many messages"
 fi
