@@ -3,7 +3,7 @@
 
 #include <ctime>
 
-#include "harness.h"
+#include "still_clock_posix.h"
 
 namespace {
 
@@ -12,29 +12,12 @@ constexpr char kBerlin[] = "CET-1CEST,M3.5.0,M10.5.0/3";
 constexpr char kNewYork[] = "EST5EDT,M3.2.0,M11.1.0";
 constexpr char kLordHowe[] = "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0";  // jumps half an hour
 
-std::string FakeTimeLibrary() {
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator("/usr/lib", error)) {
-    const auto library = entry.path() / "faketime" / "libfaketime.so.1";
-    if (std::filesystem::exists(library, error)) return library.string();
-  }
-  return {};
-}
-
 class Clock : public Sandbox {
  protected:
-  void SetUp() override {
-    library_ = FakeTimeLibrary();
-    ASSERT_NE(library_, "") << "the package libfaketime is not installed";
-  }
   Outcome TarvoAt(std::int64_t now, const char* zone, std::vector<std::string> arguments) {
     auto variables = environment();
-    variables["LD_PRELOAD"] = library_;
-    variables["FAKETIME"] = std::to_string(now);
-    variables["FAKETIME_FMT"] = "%s";
+    harness::StopClock(variables, now);
     variables["TZ"] = zone;
-    // The sanitizer wants to be the first library, but gets along with being the second.
-    variables["ASAN_OPTIONS"] = "verify_asan_link_order=0:detect_leaks=0";
     return harness::RunProcess(
         {harness::ProgramFolder() / "tarvo", std::move(arguments), Path("."), variables, {}, {}});
   }
@@ -54,9 +37,6 @@ class Clock : public Sandbox {
     for (const std::string& line : Lines(outcome.Out)) chosen += line + " ";
     return chosen;
   }
-
- private:
-  std::string library_;
 };
 
 TEST_F(Clock, TimestampsMeanTheLocalClockAcrossItsJumps) {

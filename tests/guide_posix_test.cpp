@@ -1,12 +1,12 @@
 // The guide's commands, run as they are written, answer as they are shown.
 
-#include <cstdlib>
 #include <filesystem>
 
-#include "harness.h"
+#include "still_clock_posix.h"
 
 namespace {
 
+constexpr std::int64_t kDayOfTheGuide = 1763461800;  // 18 November 2025, 10:30 UTC
 const std::filesystem::path kTree = std::filesystem::path(__FILE__).parent_path().parent_path();
 
 struct Step {
@@ -48,14 +48,9 @@ class Guide : public Sandbox {};
 TEST_F(Guide, CommandsAnswerAsShown) {
   std::filesystem::copy(kTree / "examples" / "messages.tvo", Path("messages.tvo"));
   std::filesystem::copy(kTree / "docs" / "guide.md", Path("guide.md"));
-  const char* const sanitizer = std::getenv("ASAN_OPTIONS");
   harness::Environment variables = environment();
   variables["PATH"] = harness::ProgramFolder().string() + ":/usr/bin:/bin";
-  // Ages and dates are those of the day on which the guide was written.
-  variables["LD_PRELOAD"] = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
-  variables["FAKETIME"] = "2025-11-18 10:30:00";
-  variables["DONT_FAKE_MONOTONIC"] = "1";
-  variables["ASAN_OPTIONS"] = std::string(sanitizer != nullptr ? sanitizer : "") + ":verify_asan_link_order=0";
+  harness::StopClock(variables, kDayOfTheGuide);
   const std::vector<Step> steps = StepsOf(ReadText("guide.md"));
   EXPECT_GT(steps.size(), 20U);
   for (const Step& step : steps) {
