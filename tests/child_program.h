@@ -52,6 +52,9 @@ class Process {
 
 inline Outcome RunProcess(const Command& command) { return Process(command).Wait(); }
 
+// The text that a program meant which has written these bytes to a text file: on Windows line ends are CR LF there.
+std::string TextOf(std::string bytes);
+
 // Sets a variable of this test program itself (so that libraries loaded into it see it).
 void SetOwnVariable(const std::string& name, const std::string& value);
 

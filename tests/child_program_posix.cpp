@@ -136,6 +136,8 @@ Outcome Process::Wait() {
   return outcome;
 }
 
+std::string TextOf(std::string bytes) { return bytes; }
+
 void SetOwnVariable(const std::string& name, const std::string& value) { setenv(name.c_str(), value.c_str(), 1); }
 
 }  // namespace harness

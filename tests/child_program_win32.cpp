@@ -18,17 +18,6 @@ std::string Slurp(const std::filesystem::path& path) {
   return text.str();
 }
 
-// Text as the program meant it: the C runtime writes CR LF for each line end of a text stream.
-std::string WithoutCarriageReturns(std::string text) {
-  std::string plain;
-  plain.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-    plain += text[i];
-  }
-  return plain;
-}
-
 std::filesystem::path NewFile(const char* what) {
   static int counter = 0;
   return std::filesystem::temp_directory_path() /
@@ -115,7 +104,7 @@ Process::Process(const Command& command) : state_(std::make_unique<State>()) {
   CloseHandle(startup.hStdInput);
   CloseHandle(startup.hStdOutput);
   CloseHandle(startup.hStdError);
-  if (started == FALSE) throw std::runtime_error("cannot start " + line);
+  if (started == FALSE) throw std::runtime_error(std::to_string(GetLastError()) + ": cannot start " + line);
   CloseHandle(information.hThread);
   s.process = information.hProcess;
 }
@@ -146,9 +135,18 @@ Outcome Process::Wait() {
   }
   GetExitCodeProcess(s.process, &s.status);
   outcome.Exit = static_cast<int>(s.status);
-  if (s.ownOut) outcome.Out = WithoutCarriageReturns(Slurp(s.out));
-  outcome.Err = WithoutCarriageReturns(Slurp(s.err));
+  if (s.ownOut) outcome.Out = TextOf(Slurp(s.out));
+  outcome.Err = TextOf(Slurp(s.err));
   return outcome;
+}
+
+std::string TextOf(std::string bytes) {
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (bytes[i] != '\r' || i + 1 == bytes.size() || bytes[i + 1] != '\n') bytes[kept++] = bytes[i];
+  }
+  bytes.resize(kept);
+  return bytes;
 }
 
 void SetOwnVariable(const std::string& name, const std::string& value) { _putenv_s(name.c_str(), value.c_str()); }

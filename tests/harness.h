@@ -88,6 +88,7 @@ class Sandbox : public testing::Test {
   std::filesystem::path Path(const std::string& name) const { return folder_ / name; }
   void WriteText(const std::string& name, std::string_view content) const;
   std::string ReadText(const std::string& name) const;
+  std::string ReadBytes(const std::string& name) const;
   // The lines of the last fault run's call trace.
   std::vector<std::string> Trace() const;
   Environment& environment() { return environment_; }

@@ -83,9 +83,9 @@ TEST_F(OutputFiles, MessageLimitRollsOver) {
   for (const char* text : {"a", "b", "c", "d", "e"}) ASSERT_EQ(Send(text), 0) << run.MessageText.c_str();
   EXPECT_EQ(run.Writer.MsgsSinceFlush, 1);  // what the closed files held is on the disk
   ASSERT_EQ(CloseOutputFile(run), 0);
-  EXPECT_EQ(folder.Read("out1.txt"), "a\nb\n");
-  EXPECT_EQ(folder.Read("out2.txt"), "c\nd\n");
-  EXPECT_EQ(folder.Read("out3.txt"), "e\n");
+  EXPECT_EQ(folder.ReadText("out1.txt"), "a\nb\n");
+  EXPECT_EQ(folder.ReadText("out2.txt"), "c\nd\n");
+  EXPECT_EQ(folder.ReadText("out3.txt"), "e\n");
   EXPECT_EQ(run.FilesWritten, 3);
 }
 
@@ -93,15 +93,15 @@ TEST_F(OutputFiles, FirstFileIsNamedAfterTheFirstMessage) {
   UnloadTo("msg%I-%o.tvo");
   ASSERT_EQ(OpenOutput(false), 0);  // as the driver does, before a message is read
   for (const char* text : {"a", "b"}) ASSERT_EQ(Send(text), 0) << run.MessageText.c_str();
-  EXPECT_EQ(folder.Read("msg00001-1.tvo"), "a\n");
-  EXPECT_EQ(folder.Read("msg00002-2.tvo"), "b\n");
+  EXPECT_EQ(folder.ReadText("msg00001-1.tvo"), "a\n");
+  EXPECT_EQ(folder.ReadText("msg00002-2.tvo"), "b\n");
 }
 
 TEST_F(OutputFiles, OutputNumbersItselfBesideAnInputFile) {
   UnloadTo("out%n.txt");
   run.FilesRead = 5;
   for (const char* text : {"a", "b"}) ASSERT_EQ(Send(text), 0) << run.MessageText.c_str();
-  EXPECT_EQ(folder.Read("out1.txt") + folder.Read("out2.txt"), "a\nb\n");
+  EXPECT_EQ(folder.ReadText("out1.txt") + folder.ReadText("out2.txt"), "a\nb\n");
 }
 
 TEST_F(OutputFiles, SizeLimitLeavesRoomForTheWorstCase) {
@@ -111,8 +111,8 @@ TEST_F(OutputFiles, SizeLimitLeavesRoomForTheWorstCase) {
   ASSERT_EQ(Send(std::string(1499, 'x')), 0);  // 1500 bytes with its line end
   ASSERT_EQ(Send(std::string(4500, 'x')), 0);  // may take 2 * 4500 + 1024 bytes, which 8500 cannot hold
   ASSERT_EQ(CloseOutputFile(run), 0);
-  EXPECT_EQ(folder.Read("out1.txt").size(), 1500U);
-  EXPECT_EQ(folder.Read("out2.txt").size(), 4501U);
+  EXPECT_EQ(folder.ReadText("out1.txt").size(), 1500U);
+  EXPECT_EQ(folder.ReadText("out2.txt").size(), 4501U);
 }
 
 TEST_F(OutputFiles, FileTooSmallForAnyMessageGetsOne) {
@@ -121,8 +121,8 @@ TEST_F(OutputFiles, FileTooSmallForAnyMessageGetsOne) {
   run.LimitSize = 10;
   for (const char* text : {"a", "b"}) ASSERT_EQ(Send(text), 0) << run.MessageText.c_str();
   ASSERT_EQ(CloseOutputFile(run), 0);
-  EXPECT_EQ(folder.Read("out1.txt"), "a\n");
-  EXPECT_EQ(folder.Read("out2.txt"), "b\n");
+  EXPECT_EQ(folder.ReadText("out1.txt"), "a\n");
+  EXPECT_EQ(folder.ReadText("out2.txt"), "b\n");
 }
 
 TEST_F(OutputFiles, AgeLimitRollsOver) {
@@ -142,7 +142,7 @@ TEST_F(OutputFiles, RollOverNeverOpensAWrittenFile) {
   ASSERT_EQ(Send("a"), 0);
   EXPECT_EQ(Send("b"), MQRC_FILE_SYSTEM_ERROR);
   EXPECT_EQ(run.MessageText, "File '" + folder.Path("out%n.txt") + "' already exists.\n");
-  EXPECT_EQ(folder.Read("out%n.txt"), "a\n");
+  EXPECT_EQ(folder.ReadText("out%n.txt"), "a\n");
 }
 
 TEST_F(OutputFiles, GenericNamesNumberTheFirstFileLater) {
@@ -155,10 +155,10 @@ TEST_F(OutputFiles, GenericNamesNumberTheFirstFileLater) {
   run.Writer.FileName.Assign(folder.Path("Q1.tvo"));
   ASSERT_EQ(run.Writer.Out.Open(run.Writer.FileName.c_str(), "w"), 0);
   ASSERT_EQ(Send("a"), 0);
-  EXPECT_EQ(folder.Read("Q1.tvo"), "a\n");
+  EXPECT_EQ(folder.ReadText("Q1.tvo"), "a\n");
   for (const char* text : {"b", "c"}) ASSERT_EQ(Send(text), 0) << run.MessageText.c_str();
   EXPECT_FALSE(folder.Has("Q1.tvo"));
-  EXPECT_EQ(folder.Read("Q1$1.tvo") + folder.Read("Q1$2.tvo") + folder.Read("Q1$3.tvo"), "a\nb\nc\n");
+  EXPECT_EQ(folder.ReadText("Q1$1.tvo") + folder.ReadText("Q1$2.tvo") + folder.ReadText("Q1$3.tvo"), "a\nb\nc\n");
 }
 
 TEST_F(OutputFiles, RenamingNeverReplaces) {
@@ -171,7 +171,7 @@ TEST_F(OutputFiles, RenamingNeverReplaces) {
   folder.Write("Q1$1.tvo", "old");
   EXPECT_EQ(OpenOutput(true), MQRC_FILE_SYSTEM_ERROR);
   EXPECT_EQ(run.MessageText.view().substr(0, 20), "Can not rename file ");
-  EXPECT_EQ(folder.Read("Q1.tvo") + folder.Read("Q1$1.tvo"), "newold");
+  EXPECT_EQ(folder.ReadText("Q1.tvo") + folder.ReadText("Q1$1.tvo"), "newold");
 }
 
 struct OverwriteCase {
@@ -195,7 +195,7 @@ TEST_F(OutputFiles, OverwriteQuestion) {
     const MQLONG reason = OpenFiles(one, {.MayAsk = c.MayAsk, .Output = true});
     const std::string asked = testing::internal::GetCapturedStderr();
     EXPECT_EQ(reason, c.Overwritten ? 0 : MQRC_FILE_SYSTEM_ERROR);
-    EXPECT_EQ(folder.Read("out.txt"), c.Overwritten ? "" : "old");
+    EXPECT_EQ(folder.ReadText("out.txt"), c.Overwritten ? "" : "old");
     EXPECT_EQ(one.Has(FLAG_FORCE), c.All);
     EXPECT_EQ(asked.find("exists - overwrite (y)es/(n)o/(a)ll ?\n") != std::string::npos, c.MayAsk);
     EXPECT_EQ(one.MessageText, c.Overwritten ? "" : "File '" + folder.Path("out.txt") + "' already exists.\n");
@@ -209,7 +209,7 @@ TEST_F(OutputFiles, NothingIsTouchedBeforeTheCountIsAgreedTo) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(OpenOutput(true), 0);
   EXPECT_FALSE(run.Writer.Out.is_open());
-  EXPECT_EQ(folder.Read("out.txt"), "old");
+  EXPECT_EQ(folder.ReadText("out.txt"), "old");
   run.Flags2 &= ~FLAG2_COUNT_FIRST;
   EXPECT_EQ(OpenOutput(false), 0);  // the one question has been answered
   EXPECT_TRUE(run.Writer.Out.is_open());
@@ -222,7 +222,7 @@ TEST_F(OutputFiles, AppendKeepsWhatIsThere) {
   run.FileAccessMode = "a";
   ASSERT_EQ(Send("new"), 0) << run.MessageText.c_str();
   ASSERT_EQ(CloseOutputFile(run), 0);
-  EXPECT_EQ(folder.Read("out.txt"), "old\nnew\n");
+  EXPECT_EQ(folder.ReadText("out.txt"), "old\nnew\n");
 }
 
 TEST_F(OutputFiles, NullWritesNothingButCounts) {
@@ -241,7 +241,7 @@ TEST_F(OutputFiles, NeverTheFileBeingRead) {
   run.Flags |= FLAG_FORCE;
   EXPECT_EQ(OpenFiles(run, {.Input = true, .Output = true}), MQRC_FILE_SYSTEM_ERROR);
   EXPECT_FALSE(run.MessageText.empty());
-  EXPECT_EQ(folder.Read("in.txt"), "data");
+  EXPECT_EQ(folder.ReadText("in.txt"), "data");
 }
 
 TEST_F(OutputFiles, NamesAreRefusedNotCut) {

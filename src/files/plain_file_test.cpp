@@ -172,7 +172,7 @@ TEST_F(PlainFiles, AreCutAtTheirDelimiters) {
       {{"Bs:{", "e:}"}, "{a}{b}", {"a", "b"}},
       {{"e:END"}, "aENENDbEND", {"aEN", "b"}},
       {{"e:END"}, "aENDbEN", {"a"}, "3,1"},
-      {{"e:\\13\\10"}, "a\nb\r\nc\r\n", {"a\nb", "c"}},
+      {{"e:\\13\\9"}, "a\nb\r\tc\r\t", {"a\nb", "c"}},
       {{"e:\\0"}, "a\0b\0"s, {"a", "b"}},
       {{"!d:%%"}, "%a%%b%", {"a", "b"}},
       {{"s:({", "e:})"}, "({x({a})({({b})", {"x({a", "({b"}},  // closes what the message has opened

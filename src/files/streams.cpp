@@ -7,6 +7,7 @@
 #include <new>
 
 #include "platform/files.h"
+#include "platform/system.h"
 
 namespace {
 
@@ -22,6 +23,23 @@ int LastError() { return errno != 0 ? errno : EIO; }
 bool IsDirectory(const char* name) {
   std::error_code unknown;
   return std::filesystem::is_directory(name, unknown);
+}
+
+// Drops each carriage return in front of a line feed. Returns how many bytes are left.
+std::size_t DropCarriageReturns(char* text, std::size_t bytes) {
+  const char* const end = text + bytes;
+  char* to = text;
+  for (const char* from = text; from != end;) {
+    const void* const found = std::memchr(from, '\r', static_cast<std::size_t>(end - from));
+    const char* const at = found != nullptr ? static_cast<const char*>(found) : end;
+    if (to != from) std::memmove(to, from, static_cast<std::size_t>(at - from));
+    to += at - from;
+    from = at;
+    if (at == end) break;
+    ++from;
+    if (from == end || *from != '\n') *to++ = '\r';
+  }
+  return static_cast<std::size_t>(to - text);
 }
 
 }  // namespace
@@ -141,7 +159,10 @@ int InputFile::Open(const char* name, const char* mode) {
   Close();
   if (IsDirectory(name)) return EISDIR;
   errno = 0;
-  file_ = std::fopen(name, mode);
+  // In the text mode of Windows a Ctrl-Z would end the file, and what stands behind it would be lost.
+  const std::string_view given(mode);
+  translates_ = Platform() == PlatformKind::Windows && (given == "r" || given == "rt");
+  file_ = std::fopen(name, translates_ ? "rb" : mode);
   if (file_ == nullptr) return LastError();
   begin_ = end_ = 0;
   ended_ = false;
@@ -189,7 +210,8 @@ std::size_t InputFile::ReadFrom(void* buffer, std::size_t bytes) {
   if (file_ == nullptr || ended_ || error_ != 0) return 0;
   errno = 0;
   const std::size_t wanted = std::min(bytes, readAtMost_);
-  const std::size_t got = std::fread(buffer, 1, wanted, file_);
+  auto* const text = static_cast<char*>(buffer);
+  const std::size_t got = std::fread(text, 1, wanted, file_);
   if (got < wanted) {
     if (std::ferror(file_) != 0) {
       error_ = LastError();
@@ -197,7 +219,16 @@ std::size_t InputFile::ReadFrom(void* buffer, std::size_t bytes) {
       ended_ = true;
     }
   }
-  return got;
+  if (!translates_ || got == 0) return got;
+  if (text[got - 1] == '\r') {
+    const int next = std::getc(file_);
+    if (next == '\n') {
+      text[got - 1] = '\n';
+    } else if (next != EOF) {
+      std::ungetc(next, file_);
+    }
+  }
+  return DropCarriageReturns(text, got);
 }
 
 // Reads more behind what is held, making room first. False when there is nothing more.

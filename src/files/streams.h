@@ -1,7 +1,7 @@
 #pragma once
 
-// Buffered streams of the file formats: blocks of 256 KiB over the C library's streams (which bring text mode on
-// Windows). Formatters write straight into the block and line readers see lines in place, so that nothing is copied
+// Buffered streams of the file formats: blocks of 256 KiB over the C library's streams, in text mode on Windows unless
+// the mode says "b". Formatters write straight into the block and line readers see lines in place, so that nothing is copied
 // twice and no call is made per byte.
 
 #include <cstddef>
@@ -114,7 +114,7 @@ class InputFile {
   // Reads raw bytes, at most `bytes`. 0 at the end or after an error.
   std::size_t Read(void* buffer, std::size_t bytes);
   int error() const { return error_; }
-  // Bytes consumed from this file so far, as the C library delivers them.
+  // Bytes consumed from this file so far, as they are delivered.
   std::int64_t consumed() const { return consumed_; }
 
  private:
@@ -135,6 +135,7 @@ class InputFile {
   std::size_t end_ = 0;    // end of the bytes held
   std::size_t readAtMost_ = 0;
   bool ended_ = false;
+  bool translates_ = false;  // carriage returns in front of line feeds are dropped
   std::int64_t consumed_ = 0;
   int error_ = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "platform/system.h"
 #include "platform/test_folder.h"
 
 namespace {
@@ -28,6 +29,20 @@ TEST(Streams, LinesAcrossBlocks) {
     EXPECT_EQ(in.error(), 0);
     EXPECT_EQ(in.consumed(), static_cast<std::int64_t>(content.size()));
     ASSERT_EQ(in.Rewind(), 0);
+  }
+}
+
+TEST(Streams, TextModeOfWindowsEndsAtNothingButTheEnd) {
+  const TestFolder folder;
+  const std::string filler(kStreamBlock - 9, 'x');
+  const std::string content = "a\r\n\r\rb\x1a\n" + filler + "\r\n\rc\r\r\nd\r";
+  for (const char* mode : {"r", "rb"}) {
+    InputFile in;
+    ASSERT_EQ(in.Open(folder.Write("in", content).c_str(), mode), 0);
+    std::string lines;
+    for (std::string_view line; !(line = in.NextLine()).empty();) lines += line;
+    const bool text = Platform() == PlatformKind::Windows && std::string_view(mode) == "r";
+    EXPECT_TRUE(lines == (text ? "a\n\r\rb\x1a\n" + filler + "\n\rc\r\nd\r" : content)) << mode;
   }
 }
 

@@ -33,13 +33,15 @@ class TestFolder {
     std::ofstream(Path(name), std::ios::binary) << bytes;
     return Path(name);
   }
-  std::string Read(std::string_view name) const {
-    std::ifstream file(Path(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string Read(std::string_view name) const { return Content(name, std::ios::binary); }
+  std::string ReadText(std::string_view name) const { return Content(name, {}); }
   bool Has(std::string_view name) const { return std::filesystem::exists(Path(name)); }
 
  private:
+  std::string Content(std::string_view name, std::ios::openmode mode) const {
+    std::ifstream file(Path(name), mode | std::ios::in);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
   std::filesystem::path root_;
 };
 
