@@ -34,7 +34,7 @@ TEST_F(PlainFiles, AreCutAsTheDelimitersSay) {
       {{"-n!"}, "{\"a\": [1,\n2]\n}\n{}\n", {"{\"a\": [1,\n2]\n}", "{}"}},
       {{"-nB"}, "{\n}\n", {"{", "}"}},
       {{"-nBs:{", "-ne:}"}, "{a}{b}", {"a", "b"}},
-      {{"-ne:\\13\\10"}, "a\nb\r\nc\r\n", {"a\nb", "c"}},
+      {{"-ne:\\13\\10", "-ab"}, "a\nb\r\nc\r\n", {"a\nb", "c"}},
       {{"-n!d:%%"}, "%a%%b%", {"a", "b"}},
       {{"-n1"}, "all\nof\nit\n", {"all\nof\nit\n"}},
       {{"-ns:<m>", "-ne:</m>"},

@@ -190,10 +190,11 @@ TEST_F(OnTerminal, LoadingShowsItsProgressInPlace) {
   EXPECT_NE(shown.Screen.find("\b\b\b\b\b     \b\b\b\b\b"), std::string::npos) << shown.Screen;
   const auto quiet = Run({"-q", "-mQM1", "-oQ1", "-fone.tvo"}, {});
   EXPECT_EQ(quiet.Screen, "");
-  // The bytes of a plain file that were read are shown and what they promise for the rest.
-  WriteText("halves", "1234\n5678\n");
-  const auto half = Run({"-mQM1", "-oQ1", "-fhalves", "-nF", "-Cd", "-D1100"}, {});
-  EXPECT_NE(half.Screen.find("Loading 'halves' :  0%\b\b\b\b\b: 50%  ETA:"), std::string::npos) << half.Screen;
+  // Of each plain file of a set, the bytes of its messages that were read.
+  WriteText("part1", "1234\n");
+  WriteText("part2", "1234\n5678\n");
+  const auto set = Run({"-mQM1", "-oQ1", "-fpart%n", "-nF!", "-Cd", "-D1100"}, {});
+  EXPECT_NE(set.Screen.find("Loading 'part2' :  0%\b\b\b\b\b: 50%  ETA:"), std::string::npos) << set.Screen;
 }
 
 }  // namespace
