@@ -2,7 +2,7 @@
 // move within one queue manager and a load have done whole units of work and nothing else; a move between two queue
 // managers, or into a file, may have the messages of its last unit on both sides, and on neither side is none missing.
 //
-// 216 kills by default, 24 of each kind of run. TARVO_KILLS sets another number of each kind; a build with a sanitizer
+// 240 kills by default, 24 of each kind of run. TARVO_KILLS sets another number of each kind; a build with a sanitizer
 // makes 3 of each. Each test records how many it made ("kills" in the test report).
 
 #include <algorithm>
@@ -46,6 +46,18 @@ class Killing : public Sandbox {
     std::string commands;
     for (const auto& queue : queues) commands += "CLEAR QLOCAL(" + queue + ")\n";
     ASSERT_EQ(LocalMq({qmgr}, commands).Exit, 0);
+  }
+
+  // The messages in a file of text lines, as far as it goes; none when there is no file.
+  Texts FileTexts(const std::string& name) {
+    Texts texts;
+    if (!std::filesystem::exists(Path(name))) return texts;
+    std::string written = ReadText(name);
+    written.resize(written.rfind('\n') + 1);  // a line without its end is no message
+    for (const auto& line : Lines(written)) {
+      if (line.starts_with("T ")) texts.push_back(line.substr(2));
+    }
+    return texts;
   }
 
   // Kills runs of the command at moments spread over the time that a whole run takes, until enough of them have died
@@ -113,15 +125,7 @@ std::ostream& operator<<(std::ostream& out, const Kind& kind) { return out << ki
 class KilledRun : public Killing, public testing::WithParamInterface<Kind> {
  protected:
   Texts Target(const std::string& name) {
-    if (!GetParam().Targets.empty()) return Queues(GetParam().QMgr).Texts(name);
-    Texts texts;
-    if (!std::filesystem::exists(Path("out"))) return texts;
-    std::string written = ReadText("out");
-    written.resize(written.rfind('\n') + 1);  // a line without its end is no message
-    for (const auto& line : Lines(written)) {
-      if (line.starts_with("T ")) texts.push_back(line.substr(2));
-    }
-    return texts;
+    return GetParam().Targets.empty() ? FileTexts("out") : Queues(GetParam().QMgr).Texts(name);
   }
 };
 
@@ -237,6 +241,31 @@ TEST_F(Killing, GenericLoadsHaveDoneWholeUnitsQueueAfterQueue) {
     return done;
   };
   KillManyTimes({"-mQM2", "-o*", "-ffiles/*", kUnitOption}, kMessages, fill, check);
+}
+
+TEST_F(Killing, GenericUnloadsLeaveTheFilesOfEarlierQueuesComplete) {
+  const Texts queues = {"A", "B", "C", "Q1", "Q2"};
+  constexpr int kEach = 400;
+  for (const auto& queue : queues) Queues("QM1").PutNumbered(queue, kEach, "m");
+  const auto fill = [&] {
+    std::filesystem::remove_all(Path("files"));
+    std::filesystem::create_directory(Path("files"));
+  };
+  const auto check = [&] {
+    int done = 0;
+    bool before = true;  // every file before this one is complete
+    for (const auto& queue : queues) {
+      const Texts texts = FileTexts("files/" + queue + ".tvo");
+      const int count = static_cast<int>(texts.size());
+      EXPECT_EQ(texts, Numbered(1, count)) << queue;
+      EXPECT_TRUE(before || count == 0) << queue;
+      EXPECT_EQ(Queues("QM1").Depth(queue), kEach);
+      before = before && count == kEach;
+      done += count;
+    }
+    return done;
+  };
+  KillManyTimes({"-mQM1", "-i*", "-ffiles/*", "-dt"}, 5 * kEach, fill, check);
 }
 
 }  // namespace
