@@ -64,6 +64,17 @@ TEST_F(LogFormatter, LinesAreReadAsTheyAreProduced) {
   EXPECT_FALSE(outcome.TimedOut);
 }
 
+TEST_F(LogFormatter, TellsThatItDidNotEndWell) {
+  WriteText("formatted", Dump());
+  for (const auto& [end, code] : {std::pair{"exit 0\n", ""}, {"exit 36\n", "36"}, {"kill -9 $$\n", "137"}}) {
+    Install(std::string("cat formatted\n") + end);
+    const auto outcome = Tarvo({"-j/log", "-iQ1", "-Fout"});
+    EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+    const std::string told = std::string("\nThe log formatter ended with code ") + code;
+    EXPECT_EQ(outcome.Err.find(told) != std::string::npos, *code != '\0') << outcome.Err;
+  }
+}
+
 TEST_F(LogFormatter, SaysWhatIsWrong) {
   Install("echo 'AMQ7708: no such log'\nexit 36\n");
   const auto wrong = Tarvo({"-j/no/log", "-iQ1", "-Fout"});

@@ -21,6 +21,8 @@ class LogLines {
   bool Next(std::string_view& line);
   // Lets the next call return the same line again. Once a line.
   void Unread() { begin_ = lineBegin_; }
+  // How the formatter ended, at the end of its lines; 0 for a file.
+  int FormatterExitCode() { return formatter_.ExitCode(); }
   // Not 0: the file ended with a read error.
   int error() const { return file_.error(); }
 

@@ -180,6 +180,9 @@ MQLONG EndOfLog(Parameters& run, MQLONG result) {
   } else if (log.Truncated) {
     result = BrokenDump(run, MQRC_INCOMPLETE_MSG);
   }
+  if (const int code = log.Lines.FormatterExitCode(); code != 0) {
+    PrintDiagnostic(run, "The log formatter ended with code %d: its output may not be complete.\n", code);
+  }
   EndLogReading(run);
   return result;
 }

@@ -86,6 +86,18 @@ ChildProcess::Failure ChildProcess::Start(const std::string& program, const std:
   return {};
 }
 
+int ChildProcess::ExitCode() {
+  for (int wait = 0; process_ > 0 && wait < 100; ++wait) {
+    int status = 0;
+    if (waitpid(static_cast<pid_t>(process_), &status, WNOHANG) > 0) {
+      process_ = -1;
+      return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    usleep(10000);
+  }
+  return 0;
+}
+
 std::size_t ChildProcess::Read(char* buffer, std::size_t bytes) {
   ssize_t n = 0;
   do {

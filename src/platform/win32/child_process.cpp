@@ -52,6 +52,12 @@ ChildProcess::Failure ChildProcess::Start(const std::string& program, const std:
   return {};
 }
 
+int ChildProcess::ExitCode() {
+  DWORD code = 0;
+  if (process_ == -1 || WaitForSingleObject(AsHandle(process_), 1000) != WAIT_OBJECT_0) return 0;
+  return GetExitCodeProcess(AsHandle(process_), &code) ? static_cast<int>(code) : 0;
+}
+
 std::size_t ChildProcess::Read(char* buffer, std::size_t bytes) {
   const DWORD limit = bytes > 0x7FFFFFFF ? 0x7FFFFFFF : static_cast<DWORD>(bytes);
   DWORD n = 0;
