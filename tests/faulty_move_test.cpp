@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <map>
-#include <thread>
 
 #include "harness.h"
 
@@ -148,25 +147,6 @@ TEST_F(FaultyMove, FailingBackoutsLeaveTheUnitToTheQueueManager) {
     EXPECT_EQ(counts.size(), static_cast<std::size_t>(kMessages)) << outcome.Err;
     const bool secondCommitFailed = std::string(script).find("MQCMIT@QM1") != std::string::npos;
     for (const auto& [text, n] : counts) EXPECT_LE(n, secondCommitFailed ? 2 : 1) << text;
-  }
-}
-
-TEST_F(FaultyMove, KilledAtAnyMomentNothingIsLost) {
-  Fill();
-  Queues("QM1").PutNumbered("Q1", 3000, "k");
-  const int all = Queues("QM1").Depth("Q1");
-  for (int round = 0; round < 20 && Queues("QM1").Depth("Q1") > 0; ++round) {
-    harness::Process moving({harness::ProgramFolder() / "tarvo",
-                             {"-q", "-mQM1", "-IQ1", "-oQ2", "-t20"},
-                             Path("."),
-                             environment(),
-                             {},
-                             {}});
-    std::this_thread::sleep_for(std::chrono::milliseconds(20 + 7 * round));
-    moving.Kill();
-    Queues queues("QM1");
-    EXPECT_EQ(queues.Depth("Q1") + queues.Depth("Q2"), all);
-    EXPECT_EQ(CountTexts({queues.Texts("Q1"), queues.Texts("Q2")}).size(), static_cast<std::size_t>(all));
   }
 }
 
