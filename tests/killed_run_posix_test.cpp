@@ -1,13 +1,14 @@
 // The program killed at random moments: whatever it was doing, every message is accounted for afterwards. A copy, a
 // move within one queue manager and a load have done whole units of work and nothing else; a move between two queue
-// managers, or into a file, may have the messages of its last unit on both sides, and on neither side is none missing.
+// managers, or into a file, may have the messages of its last unit on both sides, and never misses one on both.
 //
 // 240 kills by default, 24 of each kind of run. TARVO_KILLS sets another number of each kind; a build with a sanitizer
-// makes 3 of each. Each test records how many it made ("kills" in the test report).
+// makes 3 of each. Each test tells how many it made.
 
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
+#include <iostream>
 #include <random>
 #include <thread>
 
@@ -96,6 +97,7 @@ class Killing : public Sandbox {
       if (resume) resume();
       if (HasFailure()) return;
     }
+    std::cout << "[    KILLS ] " << kills << " of " << wanted << '\n';
     RecordProperty("kills", kills);
     EXPECT_EQ(kills, wanted) << "too many runs ended before they were killed";
     EXPECT_GT(halfWay, wanted / 8) << "hardly any run was killed between two units of work: little was proven";
