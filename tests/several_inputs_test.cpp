@@ -131,13 +131,15 @@ TEST_F(SeveralInputs, FailuresOnTopOfOthersLoseNothing) {
       {"MQCB:3-=2009", MQRC_CONNECTION_BROKEN},
       {"MQCB:3=2009;MQCTL:2-=2009", MQRC_CONNECTION_BROKEN},
   };
-  for (const char* wait : {"-w0", "-w1"}) {
-    for (const auto& c : cases) {
+  for (const auto& c : cases) {
+    for (const char* way : {"", "caller", "wait"}) {
+      const bool waits = std::string_view(way) == "wait";
       const bool deregisters = std::string_view(c.Script).starts_with("MQCB");
-      if (deregisters && std::string_view(wait) != "-w0") continue;  // that run has nothing to deregister
-      SCOPED_TRACE(std::string(c.Script) + " " + wait);
+      if (deregisters && waits) continue;  // that run has nothing to deregister
+      SCOPED_TRACE(std::string(c.Script) + " " + way);
+      environment()["LOCALMQ_CALLBACK_THREAD"] = waits ? "" : way;
       Fill(4, 4);
-      const auto outcome = TarvoWithFaults(c.Script, {"-mQM1", "-IA", "-IB", "-oOUT", "-t3", wait});
+      const auto outcome = TarvoWithFaults(c.Script, {"-mQM1", "-IA", "-IB", "-oOUT", "-t3", waits ? "-w1" : "-w0"});
       EXPECT_FALSE(outcome.TimedOut);
       EXPECT_EQ(outcome.Exit, ExitStatus(c.Reason)) << outcome.Err;
       ExpectAllThereOnce(8);
