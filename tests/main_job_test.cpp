@@ -59,6 +59,31 @@ TEST_F(MainJob, EveryLayoutBringsMessagesBackAsTheyWere) {
   }
 }
 
+// A file written on one system is read on the other.
+TEST_F(MainJob, EitherLineEndBringsMessagesBack) {
+  Queues queues("QM1");
+  for (const auto& message : AwkwardMessages()) queues.Put("Q1", message.Descriptor, message.Data);
+  const auto before = queues.Browse("Q1");
+  for (const char* mode : {"-dA", "-ab"}) {
+    ASSERT_EQ(Tarvo({"-mQM1", "-iQ1", "-Ffile.tvo", mode}).Exit, 0);
+    const std::string written = ReadBytes("file.tvo");
+    const bool native = Platform() == PlatformKind::Windows && std::string_view(mode) != "-ab";
+    EXPECT_EQ(Occurrences(written, "\r\n"), native ? Occurrences(written, "\n") : 0);
+    std::string other;
+    for (const char c : written) {
+      if (c == '\n' && !native) other += '\r';
+      if (c != '\r') other += c;
+    }
+    WriteText("other.tvo", other);
+    for (const char* load : {"-q", "-ab"}) {
+      const auto loaded = Tarvo({"-mQM1", "-fother.tvo", "-oQ2", load});
+      ASSERT_EQ(loaded.Exit, 0) << load << loaded.Err;
+      EXPECT_TRUE(SameMessages(before, queues.Browse("Q2"))) << mode << load;
+      ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
+    }
+  }
+}
+
 TEST_F(MainJob, ReportsWhatWasReadAndWritten) {
   Queues("QM1").PutNumbered("Q1", 3, "0123456789");
   const auto unloaded = Tarvo({"-mQM1", "-iQ1", "-fout"});
