@@ -28,6 +28,7 @@ struct Consumption {
   std::condition_variable Ended;  // wakes the main thread when Finished is set
   MQLONG Result = 0;              // of the first step that failed inside the callback
   bool Stopped = false;           // the callback has stopped consumption itself
+  bool Abandoned = false;         // it cannot be stopped: the callback leaves the run alone from now on
 };
 
 bool Tracing(const Parameters& run) { return (run.Verbose & VERBOSE_APIS) != 0; }
@@ -143,6 +144,7 @@ static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQ
   QueueElement& queue = *static_cast<QueueElement*>(context->CallbackArea);
   Parameters& run = consumption.Run;
   const std::lock_guard<std::mutex> lock(consumption.Busy);
+  if (consumption.Abandoned) return;
   MQLONG failure = 0;
   switch (context->CallType) {
     case MQCBCT_MSG_REMOVED:
@@ -224,15 +226,27 @@ MQLONG ConsumeOnce(Consumption& consumption) {
   return failure;
 }
 
+// Gives up a consumption that cannot be stopped. Its callback may still come, so the object stays, and what the
+// callback is given stays in a unit of work that nobody commits.
+void Abandon(std::unique_ptr<Consumption>& consumption) {
+  consumption->Abandoned = true;
+  consumption->Run.Finished = true;
+  InputConn(consumption->Run).StillDelivers = true;
+  static_cast<void>(consumption.release());
+}
+
 // Consumption with a wait interval: it is suspended at each deadline, of the wait or of the output file's age, and
-// goes on until the wait is over. `consumption` is given up when it cannot be stopped: its callback may still come.
+// goes on until the wait is over.
 MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
   Consumption& consumption = *owner;
   Parameters& run = consumption.Run;
   for (;;) {
     if (const MQLONG failure = Control(consumption, MQOP_START, "MQCTL(START)"); failure != 0) {
+      // It may have started all the same.
+      const MQLONG stopFailure = Control(consumption, MQOP_STOP, "MQCTL(STOP)");
       const std::lock_guard<std::mutex> lock(consumption.Busy);
       KeepControlFailure(run, "MQCTL(START)", failure);
+      if (stopFailure != 0 && !consumption.Stopped) Abandon(owner);
       return consumption.Result != 0 ? consumption.Result : failure;
     }
     {
@@ -246,9 +260,8 @@ MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
     const MQLONG failure = Control(consumption, MQOP_STOP, "MQCTL(STOP)");
     const std::lock_guard<std::mutex> lock(consumption.Busy);
     if (failure != 0 && !consumption.Stopped) {
-      run.Finished = true;
       KeepControlFailure(run, "MQCTL(STOP)", failure);
-      static_cast<void>(owner.release());
+      Abandon(owner);
       return consumption.Result != 0 ? consumption.Result : failure;
     }
     if (run.Finished) return consumption.Result;

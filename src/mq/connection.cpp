@@ -271,6 +271,15 @@ void DisconnectQMgr(Parameters& run, QMgrConn& conn) {
   if (conn.Hconn == MQHC_UNUSABLE_HCONN) return;
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
+  if (conn.StillDelivers) {
+    PrintDiagnostic(
+        run,
+        "Queue manager '%s' could not be stopped delivering messages. It is not disconnected, so that what it "
+        "has delivered is backed out when this program ends.\n",
+        conn.QMgrName.c_str());
+    conn.Hconn = MQHC_UNUSABLE_HCONN;
+    return;
+  }
   if (conn.UnitOpen) {
     conn.Api.MQBACK(conn.Hconn, &compCode, &reason);
     Report(run, conn, "MQBACK", {}, compCode, reason);

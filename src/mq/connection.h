@@ -24,6 +24,8 @@ struct QMgrConn {
   // Something was got or put under syncpoint on this connection since its last commit or backout. A disconnect would
   // commit it, so a failed run backs it out first.
   bool UnitOpen = false;
+  // Its consumers could not be stopped: they may take messages until the process ends.
+  bool StillDelivers = false;
 };
 
 // Loads the library, connects (once more with older connect options when they are refused) and asks the queue manager
@@ -31,8 +33,9 @@ struct QMgrConn {
 // (reported), MQRC_ENVIRONMENT_ERROR when the library cannot be loaded, or MQRC_OPTIONS_ERROR without a password.
 MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn);
 
-// Disconnects when connected. A unit of work that is still open is backed out first; when that fails, the connection is
-// left to the end of the process, at which the queue manager backs it out, and a line says so.
+// Disconnects when connected. A unit of work that is still open is backed out first; when that fails, or consumers may
+// add to it all the time, the connection is left to the end of the process, at which the queue manager backs it out,
+// and a line says so.
 void DisconnectQMgr(Parameters& run, QMgrConn& conn);
 
 // Whether what this run puts could come back to it without end: both sides are on one queue manager, and no end of a
