@@ -250,6 +250,12 @@ TEST_F(LogTest, EveryFlawHasItsResultAndText) {
       {"no PrevLSN either", good.substr(0, good.find("PrevLSN")) + good.substr(good.find("LOG ")), MQRC_FORMAT_ERROR,
        "", 0},
       {"the next record follows at once", full.substr(0, full.size() - 1) + good.substr(good.find("LOG ")), 0, "", 2},
+      {"a part follows at once", built([&](DumpText& dump) {
+         dump.Text = full.substr(0, full.size() - 1);
+         dump.Part(3, 0, "Q1", split.Data.substr(10));
+         dump.Put(5, 3, "Q1", split, piece(0));
+       }),
+       0, "", 2},
       {"the file ends behind a full line", full.substr(0, full.size() - 1), MQRC_INCOMPLETE_MSG, "", 1},
       {"a bad record behind a good one", good + replaced("<0:0:7:1>", "?"), MQRC_INCOMPLETE_MSG,
        "LSN format unrecognised.\n", 1},
