@@ -1,12 +1,21 @@
 # Makes the tests of a GoogleTest program known to CTest under "<prefix>/". For Windows a program is one entry, so that
-# the start of Wine is paid once.
+# the start of Wine is paid once; a program with long tests is split into `shards` entries that can run side by side.
 include(GoogleTest)
 function(tarvo_tests program prefix)
-  if(WIN32)
-    add_test(NAME ${prefix} COMMAND ${program} --gtest_brief=1)
-    set_tests_properties(${prefix} PROPERTIES TIMEOUT 600)
-  else()
+  if(NOT WIN32)
     gtest_discover_tests(${program} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${prefix}/"
                          PROPERTIES TIMEOUT 300)
+    return()
   endif()
+  set(shards 1)
+  if(ARGC GREATER 2)
+    set(shards ${ARGV2})
+  endif()
+  foreach(shard RANGE 1 ${shards})
+    math(EXPR index "${shard} - 1")
+    set(name ${prefix}/${program}-${shard})
+    add_test(NAME ${name} COMMAND ${program} --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT
+                         "GTEST_TOTAL_SHARDS=${shards};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()

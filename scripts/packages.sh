@@ -7,7 +7,7 @@ build="g++ cmake ninja-build libsqlite3-dev sqlite3"
 test="$build libgtest-dev clang-format python3 libfaketime"
 bench="$test libbenchmark-dev xxd"
 fuzz="$build clang libclang-rt-14-dev"
-windows="$test googletest g++-mingw-w64-x86-64-posix wine64"
+windows="$build googletest g++-mingw-w64-x86-64-posix wine64"
 command -v npm >/dev/null || windows="$windows npm"  # other distributions of Node.js bring their own
 package="$build dpkg-dev debootstrap"
 
