@@ -407,23 +407,24 @@ TEST_F(Showing, DeadLettersGoBackToWhereTheyWereMeantToGo) {
 // ---- Delays
 
 TEST_F(Showing, DelaysHoldEachMessageBack) {
-  WriteText(
-      "in.tvo",
-      "* TARVO\nA PTD 20260101\nA PTT 10000000\nS \"1\"\n\nA PTD 20260101\nA PTT 10000030\nS \"2\"\n\n"
-      "A PTD 20251231\nA PTT 10000000\nS \"earlier\"\n\nN\nS \"no time\"\n\nA PTD 20251231\nA PTT 10000040\nS \"4\"\n");
-  struct Case {
+  std::string file = "* TARVO\n";
+  for (const char* put :
+       {"A PTD 20260101\nA PTT 10000000\n", "A PTD 20260101\nA PTT 10000090\n", "A PTD 20260101\nA PTT 10000180\n",
+        "A PTD 20251231\nA PTT 10000000\n", "N\n", "A PTD 20251231\nA PTT 10000040\n"}) {
+    file += std::string(put) + "X 00\n\n";  // an earlier message starts again, one without a time does not count
+  }
+  WriteText("in.tvo", file);
+  const struct {
     const char* Option;
-    double AtLeast;
-  };
-  const Case cases[] = {{"-D150", 0.75}, {"-D-150", 0}, {"-Dr", 0.69}, {"-Dr50", 0.34}};
-  for (const Case& c : cases) {
+    double AtLeast, AtMost;  // seconds; the spacing is that of the put times, not the sum of the waits
+  } cases[] = {{"-D150", 0.9, 2}, {"-D-150", 0, 1.7}, {"-Dr", 2.19, 3}, {"-Dr50", 1.3, 2.5}};
+  for (const auto& c : cases) {
     const auto start = std::chrono::steady_clock::now();
-    ASSERT_EQ(Tarvo({"-mQM1", "-fin.tvo", "-oOUT", c.Option}).Exit, 0);
+    ASSERT_EQ(Tarvo({"-fin.tvo", "-fnull", c.Option}).Exit, 0);
     const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     EXPECT_GE(took, c.AtLeast) << c.Option;
-    EXPECT_LT(took, c.AtLeast + 10) << c.Option;  // nobody waits for the time between the years
+    EXPECT_LT(took, c.AtMost) << c.Option;
   }
-  EXPECT_EQ(Queues("QM1").Depth("OUT"), 20);
 }
 
 TEST_F(Showing, LongSleepsAreAnnounced) {
