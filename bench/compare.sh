@@ -47,6 +47,14 @@ added=$(awk -v a="$summary_time" -v b="$null_time" 'BEGIN { printf "%.3f", a - b
 row "a summary of a million, microseconds a message over reading" "$added" "<= 0.3" "the same file to null"
 rm -f "$work/million.tvo"
 
+for _ in $(seq 100); do cat examples/log_dump.txt; done >"$work/hundred.txt"
+for _ in $(seq 620); do cat "$work/hundred.txt"; done >"$work/dump.txt"  # 1 GB
+dump_time=$(cpu "$tarvo -q -j$work/dump.txt -iORDERS -Fnull 2>$work/out")
+row "reading 1 GB of recovery log, times wc -l" "$(ratio "$dump_time" "$(cpu "wc -l $work/dump.txt >/dev/null")")" "<= 6" "wc -l"
+dump_peak=$(measure -n 1 "exec $tarvo -q -j$work/dump.txt -iORDERS -Fnull 2>$work/out" | cut -d' ' -f3)
+row "peak memory of that, MiB" "$dump_peak" "< 16" ""
+rm -f "$work/hundred.txt" "$work/dump.txt"
+
 peak_small=$(measure -n 1 "exec $tarvo -q -f$work/small.tvo -F$work/out" | cut -d' ' -f3)
 peak_large=$(measure -n 1 "exec $tarvo -q -f$work/random.tvo -F$work/out" | cut -d' ' -f3)
 row "peak memory, file of 25.6 MiB of data, MiB" "$peak_small" "< 16" ""
@@ -56,6 +64,11 @@ if [ -e "$build/lib/nullmq/libmqm_r.so" ]; then
   export NULLMQ_SIZE=1024 NULLMQ_MESSAGES=2000000 MQM_DLL_PATH=$build/lib/nullmq
   spent=$(cpu "$tarvo -q -mQM -IQ1 -oQ2")
   row "queue to queue, messages of 1 KiB a second" "$(awk -v t="$spent" 'BEGIN { printf "%d", 2000000 / t }')" ">= 2,000,000" "bench/nullmq"
+  seq 1000000 | sed 's/.*/{"order":&,"lines":[{"item":"notebook","price":{"amount":12.5}},{"item":"pencil"}],"note":"by noon"}/' \
+    >"$work/lines.json"
+  spent=$(cpu "$tarvo -q -mQM -oQ1 -f$work/lines.json -nF! -Cd")
+  row "JSON lines to queue, MB a second" "$(awk -v t="$spent" -v b="$(stat -c %s "$work/lines.json")" 'BEGIN { printf "%d", b / 1e6 / t }')" ">= 300" "bench/nullmq"
+  rm -f "$work/lines.json"
   export NULLMQ_MESSAGES=500000
   spent=$(cpu "$tarvo -q -mQM -iQ1 -F$work/out")
   row "queue to hex file, MB of message data a second" "$(awk -v t="$spent" 'BEGIN { printf "%d", 512 / t }')" ">= 600" "bench/nullmq"
