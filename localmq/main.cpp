@@ -45,7 +45,7 @@ Attributes of the queue manager: DESCR DEADQ DEFXMITQ CCSID MAXMSGL MAXUMSGS, US
 and, to stand in for other installations, CMDLEVEL, PLATFORM, MAXCNO, ASYNCPUT(NO), CMDSERV(NO).
 
 Queue managers live in the folder $LOCALMQ_DATA, else in the user's data folder. Programs use them through the library
-libmqm_r.so that comes with this program: set MQM_DLL_PATH to its folder.
+that comes with this program (libmqm_r.so, on Windows mqm.dll): set MQM_DLL_PATH to its folder.
 Exit status: 0, 10 when an MQSC command was not carried out, 20 when nothing could be done.
 )help";
 

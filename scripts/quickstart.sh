@@ -1,20 +1,25 @@
 #!/usr/bin/env bash
 # Fresh machine -> packages, build, and the main job on the example messages, every step shown: load a message file onto a
 # queue, browse it into files in every layout, load those back, compare, move the queue to another queue manager.
-# Everything it makes stands in a folder of its own (build/quickstart).
+# Everything it makes stands in a folder of its own (build/quickstart). With the prefix of an installation (/usr) the
+# programs installed there are shown, and nothing is built.
+#   quickstart.sh [prefix]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-echo "== Packages and build"
-scripts/packages.sh build
-cmake --preset release -DTARVO_TESTS=OFF -DTARVO_BENCH=OFF >/dev/null
-cmake --build --preset release -- -j"$(nproc)" | tail -n 1
-
-bin=$PWD/build/release/bin
+if [ $# -gt 0 ]; then
+  bin=$1/bin library=$1/lib/tarvo/localmq
+else
+  echo "== Packages and build"
+  scripts/packages.sh build
+  cmake --preset release -DTARVO_TESTS=OFF -DTARVO_BENCH=OFF >/dev/null
+  cmake --build --preset release -- -j"$(nproc)" | tail -n 1
+  bin=$PWD/build/release/bin library=$PWD/build/release/lib/localmq
+fi
 work=$PWD/build/quickstart
 rm -rf "$work"
 mkdir -p "$work"
-export PATH="$bin:$PATH" LOCALMQ_DATA="$work/mq" MQM_DLL_PATH="$PWD/build/release/lib/localmq"
+export PATH="$bin:$PATH" LOCALMQ_DATA="$work/mq" MQM_DLL_PATH="$library"
 examples=$PWD/examples
 cd "$work"
 
