@@ -72,10 +72,6 @@ TEST_F(WholeQueueManager, NothingIsDeletedByARunThatIsDeclined) {
     EXPECT_EQ(ReadText("out/APP.ONE.tvo"), "precious");
     EXPECT_EQ(ReadText("out/OTHER.tvo"), "foreign");
   }
-  // The question about queues that cannot be opened comes before the deletion, too.
-  const auto noAccess = TarvoWithFaults("MQOPEN@APP.TWO:1=2035", {"-mQM1", "-iAPP.*", "-Fout/*.tvo"});
-  EXPECT_EQ(noAccess.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)) << noAccess.Err;
-  EXPECT_EQ(ReadText("out/APP.ONE.tvo"), "precious");
   const auto kept = Tarvo({"-mQM1", "-iAPP.*", "-fout/*"}, "Yes\nx\nc\n");
   EXPECT_EQ(kept.Exit, 0) << kept.Err;
   EXPECT_NE(kept.Err.find("out/APP.ONE.tvo\n\nThese files already exist and will be deleted.\n"
@@ -90,7 +86,8 @@ TEST_F(WholeQueueManager, NothingIsDeletedByARunThatIsDeclined) {
 
 TEST_F(WholeQueueManager, AsksBeforeItGoesOn) {
   using Answers = std::vector<std::pair<const char*, int>>;  // answer, exit status
-  // Queues that cannot be opened for browsing.
+  // Queues that cannot be opened for browsing: asked before anything is deleted.
+  WriteText("out/APP.ONE.tvo", "precious");
   std::filesystem::path faulty = harness::LibraryFolder("faultmq");
   environment()["FAULTMQ_LIBRARY"] = harness::LibraryFile("localmq").string();
   for (const auto& [answer, status] :
@@ -99,6 +96,7 @@ TEST_F(WholeQueueManager, AsksBeforeItGoesOn) {
     environment()["FAULTMQ_SCRIPT"] = "MQOPEN@APP.TWO:*=2035";
     const auto outcome = Tarvo({"-mQM1", "-i'APP.*'", "-Fout/*", "-Lm2"}, answer);
     EXPECT_EQ(outcome.Exit, status) << outcome.Err;
+    EXPECT_EQ(std::filesystem::exists(Path("out/APP.ONE.tvo")), *answer == 'n');
     EXPECT_NE(outcome.Err.find("APP.TWO                                          RC(2035) Not authorized\n\n"
                                "Error accessing these queues.\nAre you sure you want to continue? "),
               std::string::npos)
