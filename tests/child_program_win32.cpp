@@ -99,12 +99,18 @@ Process::Process(const Command& command) : state_(std::make_unique<State>()) {
   PROCESS_INFORMATION information{};
   const std::string folder = command.Folder.string();
   s.start = std::chrono::steady_clock::now();
-  const BOOL started = CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, block.data(),
-                                      folder.empty() ? nullptr : folder.c_str(), &startup, &information);
+  BOOL started = FALSE;
+  DWORD error = ERROR_INTERNAL_ERROR;
+  // Wine fails to start a process now and then, before anything of the program has run.
+  for (int attempt = 0; !started && error == ERROR_INTERNAL_ERROR && attempt < 5; ++attempt) {
+    started = CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, block.data(),
+                             folder.empty() ? nullptr : folder.c_str(), &startup, &information);
+    error = GetLastError();
+  }
   CloseHandle(startup.hStdInput);
   CloseHandle(startup.hStdOutput);
   CloseHandle(startup.hStdError);
-  if (started == FALSE) throw std::runtime_error(std::to_string(GetLastError()) + ": cannot start " + line);
+  if (!started) throw std::runtime_error("cannot start " + line + ": error " + std::to_string(error));
   CloseHandle(information.hThread);
   s.process = information.hProcess;
 }
