@@ -1,7 +1,8 @@
 #pragma once
 
 // A child process whose standard output and standard error come back through one pipe. It gets no standard input and is
-// never waited for long: its output ends when it does, and whatever it still writes after the object has gone is refused.
+// never waited for long: its output ends when it does, and whatever it still writes after the object has gone is
+// refused.
 
 #include <cstddef>
 #include <string>
@@ -26,8 +27,8 @@ class ChildProcess {
   Failure Start(const std::string& program, const std::string& commandLine);
   // Reads what is there, at most `bytes`, waiting for at least one byte. 0 means that the pipe has ended.
   std::size_t Read(char* buffer, std::size_t bytes);
-  // How the child ended, whose output has: its exit code, or 128 and the number of the signal that ended it. 0 also when
-  // it goes on for a second after its output.
+  // How the child ended, whose output has: its exit code, or 128 and the number of the signal that ended it. 0 also
+  // when it goes on for a second after its output.
   int ExitCode();
 
  private:
