@@ -62,12 +62,13 @@ sed -n '5,34p' printable.tvo | sed 's/^/    /; s/ *$//' | tail -n 4
 echo
 echo "== Load each layout back onto a second queue and compare, message by message and field by field"
 # What a queue manager sets itself at a put (the backout count) and the header with its time stay out of the comparison.
-fields() { grep -v -e '^\*' -e '^A BOC' "$1"; }
+fields() { grep -v -e '^\*' -e '^A BOC' "$1" >"$1.fields"; }
+same() { fields "$1" && fields "$2" && cmp -s "$1.fields" "$2.fields"; }
 for layout in hex columns ascii printable; do
   echo 'CLEAR QLOCAL(ORDERS.COPY)' | localmq QM1 >/dev/null
   tarvo -q -m QM1 -oORDERS.COPY -f$layout.tvo
   tarvo -q -m QM1 -iORDERS.COPY -Fback.tvo
-  if diff <(fields hex.tvo) <(fields back.tvo) >/dev/null; then
+  if same hex.tvo back.tvo; then
     echo "  $layout.tvo: the same $(grep -c '^A RPT' back.tvo) messages"
   else
     echo "  $layout.tvo: DIFFERENT"
@@ -80,7 +81,7 @@ echo "== Move the queue to the other queue manager"
 show tarvo -m QM1 -IORDERS -m QM2 -oORDERS
 show tarvo -m QM1 -iORDERS
 tarvo -q -m QM2 -iORDERS -Fmoved.tvo
-diff <(fields hex.tvo) <(fields moved.tvo) >/dev/null && echo "  every message has arrived as it was"
+same hex.tvo moved.tvo && echo "  every message has arrived as it was"
 
 cat <<END
 
