@@ -155,6 +155,36 @@ TEST_F(Connecting, OnlyTheDescriptorIsFetchedWhereNothingLooksAtTheData) {
   }
 }
 
+TEST_F(Connecting, AFailedCallIsNamedAndAWarningIsNone) {
+  const struct {
+    const char* Script;
+    std::vector<std::string> Arguments;
+    MQLONG Reason;
+    const char* Shown;
+  } cases[] = {
+      {"MQCMIT:1=warn:2003", {"-IQ1", "-oQ2", "-r1"}, MQRC_BACKED_OUT, "\nMQCMIT(QM1) failed RC(2003) "},
+      {"MQGET:2=2016", {"-iQ1", "-fnull"}, MQRC_GET_INHIBITED, "\nMQGET(Q1) failed RC(2016) Get inhibited\n"},
+      {"MQGET:1=warn:2119;MQGET:2=warn:2110", {"-IQ1", "-oQ2"}, 0, "Written - Files:   0  Messages:      2 "},
+      {"MQCB:1=2009", {"-iQ1", "-iQ2", "-fnull"}, MQRC_CONNECTION_BROKEN, "\nMQCB(REGISTER)(QM1/Q1) failed RC(2009) "},
+      {"MQCTL:1=2009", {"-iQ1", "-iQ2", "-fnull"}, MQRC_CONNECTION_BROKEN, "\nMQCTL(START_WAIT)(QM1) failed RC(2009) "},
+      {"MQCB:3=2009", {"-iQ1", "-iQ2", "-fnull"}, MQRC_CONNECTION_BROKEN, "\nMQCB(DEREGISTER)(QM1/Q"},
+      {"", {"-iQ1", "-oA1", "-R*", "-r1"}, 0, "Monitoring depth of queue 'Q1'\n\n"},
+      {"MQOPEN@Q2:2=2035",
+       {"-iQ1", "-oQ2", "-R*", "-r1"},
+       MQRC_NOT_AUTHORIZED,
+       "MQOPEN(INQUIRE) on object 'QM1/Q2' returned 2035 "},
+  };
+  ASSERT_EQ(LocalMq({"QM1"}, "DEFINE QALIAS(A1) TARGET(Q1)\n").Exit, 0);
+  for (const auto& c : cases) {
+    std::vector<std::string> arguments = {"-mQM1"};
+    arguments.insert(arguments.end(), c.Arguments.begin(), c.Arguments.end());
+    const auto outcome = TarvoWithFaults(c.Script, arguments);
+    EXPECT_EQ(outcome.Exit, ExitStatus(c.Reason)) << c.Script << outcome.Err;
+    EXPECT_EQ(Occurrences(outcome.Err, c.Shown), 1) << c.Script << outcome.Err;
+  }
+  EXPECT_EQ(Queues("QM1").Texts("Q2"), (std::vector<std::string>{"message 1", "message 2", "message 3"}));
+}
+
 TEST_F(Connecting, ACountIsPrintedAloneWhateverHappens) {
   const struct {
     std::vector<std::string> Arguments;

@@ -15,14 +15,26 @@ class FullDisk : public Sandbox {
 TEST_F(FullDisk, AFullDiskNeverEmptiesTheQueue) {
   Queues queues("QM1");
   queues.PutNumbered("Q1", 1000, std::string(1000, 'x'));
-  for (const std::vector<std::string>& more :
-       {std::vector<std::string>{}, {"-t50"}, {"-dA"}, {"-dr", "-dN"}, {"-dt"}}) {
-    std::vector<std::string> arguments = {"-mQM1", "-IQ1", "-F/dev/full"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    const auto outcome = Tarvo(arguments);
+  queues.PutText("Q2", std::string(300000, 'x'));
+  const std::string flushing = "Error flushing data to file '/dev/full'RC(28)\n";
+  const std::string writing = "Can not write to file '/dev/full'";
+  const struct {
+    const char* Queue;
+    const char* Option;
+    std::string Told;
+  } cases[] = {{"Q1", "-b4", writing + "\n"},
+               {"Q1", "-t1", flushing},
+               {"Q1", "-dA", writing},
+               {"Q1", "-drN", flushing},
+               {"Q1", "-dt", writing},
+               {"Q2", "-dA", writing + " RC(28)\n"},
+               {"Q2", "-dr", writing + " RC(28)\n"},
+               {"Q2", "-dt", writing + " RC(28)\n"}};
+  for (const auto& c : cases) {
+    const auto outcome = Tarvo({"-mQM1", std::string("-I") + c.Queue, "-F/dev/full", c.Option});
     EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
-    EXPECT_NE(outcome.Err.find("/dev/full"), std::string::npos) << outcome.Err;
-    EXPECT_EQ(queues.Depth("Q1"), 1000);
+    EXPECT_NE(outcome.Err.find(c.Told), std::string::npos) << c.Option << outcome.Err;
+    EXPECT_EQ(queues.Depth("Q1") + queues.Depth("Q2"), 1001);
   }
 }
 

@@ -160,6 +160,28 @@ TEST_F(MainJob, OverridesAndContext) {
   EXPECT_TRUE(SameDescriptor(md, queues.Browse("Q3").at(1).Descriptor));
 }
 
+TEST_F(MainJob, WithoutATargetMessagesAreRemovedAndOptionsOfAFileRefused) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 5);
+  for (const char* option : {"-dA", "-da", "-di", "-dp"}) {
+    const auto outcome = Tarvo({"-mQM1", "-IQ1", "-oQ2", option});
+    EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_OPTIONS_ERROR));
+    EXPECT_NE(outcome.Err.find("Display options require an output file\n"), std::string::npos) << outcome.Err;
+  }
+  EXPECT_EQ(queues.Depth("Q1"), 5);
+  EXPECT_EQ(TarvoWithFaults("", {"-mQM1", "-IQ1", "-t2"}).Exit, 0);
+  EXPECT_EQ(queues.Depth("Q1"), 0);
+  EXPECT_EQ(Occurrences(ReadText("trace.txt"), "MQCMIT #"), 3);
+  const auto replay = Tarvo({"-mQM1", "-iQ1", "-oQ2", "-R10:5"});
+  EXPECT_NE(replay.Err.find("'Required rate' processing not possible since the source queue is empty.\n"),
+            std::string::npos)
+      << replay.Err;
+  WriteText("in.tvo", "* TARVO\nN\nS x\n");
+  const auto pass = Tarvo({"-mQM1", "-fin.tvo", "-oQ2", "-Ca"});
+  EXPECT_EQ(pass.Exit, ExitStatus(MQRC_CONTEXT_NOT_AVAILABLE));
+  EXPECT_NE(pass.Err.find("An input queue must be supplied to pass context\n"), std::string::npos) << pass.Err;
+}
+
 TEST_F(MainJob, RangeStopsTheRunAndSelectionLeavesTheRest) {
   Queues queues("QM1");
   queues.PutNumbered("Q1", 10, "m");

@@ -144,7 +144,7 @@ TEST_F(Naming, NoFileOfAnInputSetIsWritten) {
   // No set: the name is the same for every number.
   std::filesystem::copy_file(Path("in1"), Path("one%n"));
   WriteText("other", "old");
-  EXPECT_EQ(Tarvo({"-q", "-fone%%n", "-dA", "-Fother"}).Exit, kFileError);
+  ExpectFileError({"-fone%%n", "-dA", "-Fother"}, "Duplicate input file 'one%n'\n");
   ExpectFileError({"-fone%%n", "-Fone%%n"}, " is an input file of this run\n");
 }
 
@@ -204,6 +204,11 @@ TEST_F(Naming, TheNullOutputWritesNothing) {
   EXPECT_FALSE(std::filesystem::exists(Path("null")));
   const auto shown = Tarvo({"-mQM1", "-iQ1", "-fstdout", "-dA"});
   EXPECT_EQ(Occurrences(shown.Out, "A VER 2"), 5);
+  EXPECT_TRUE(shown.Out.starts_with("* TARVO Version:9.1.1 Created:")) << shown.Out;
+  EXPECT_EQ(shown.Out.find("\n* Qmgr  = QM1\n* Queue = Q1\n\nA VER"), 54U) << shown.Out;
+  WriteText("saved", shown.Out);
+  EXPECT_EQ(Tarvo({"-fsaved", "-fstdout", "-dA"}).Out.find("\n\nA VER"), 54U);  // a file is no queue to be named
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-fstdout", "-dAH"}).Out, shown.Out.substr(shown.Out.find("\n\n") + 2));
   EXPECT_NE(shown.Err.find("Written - Files:   0  Messages:      5  "), std::string::npos) << shown.Err;
 }
 

@@ -3,14 +3,14 @@
 // A queue manager for the tests of this room: queues in memory by object handle, units of work by connection, a record
 // of every call, and a script that lets the next calls of a kind fail. One exists at a time.
 
-#include <atomic>
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <deque>
 #include <map>
 #include <memory>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -29,7 +29,6 @@ class FakeMq {
   };
 
   FakeMq() { self_ = this; }
-  ~FakeMq() { Join(); }
   FakeMq(const FakeMq&) = delete;
   FakeMq& operator=(const FakeMq&) = delete;
 
@@ -39,10 +38,7 @@ class FakeMq {
   std::vector<std::string> Calls;  // "MQCMIT 2": the call and its connection
   std::vector<MQGMO> GetOptions;
   std::vector<MQMD> GetDescriptors;
-  std::vector<MQLONG> GetRooms;
-  std::vector<MQPMO> PutOptions;
   std::vector<MQMD> PutDescriptors;
-  std::vector<Answer> ListResponses;  // given to the response records of a put to a distribution list
 
   void Add(MQHOBJ queue, const std::string& data, const MQMD& descriptor = {}) {
     Queues[queue].push_back({descriptor, data});
@@ -63,21 +59,12 @@ class FakeMq {
     api.MQPUT = Put;
     api.MQCMIT = Commit;
     api.MQBACK = Back;
-    api.MQOPEN = Open;
-    api.MQCB = Callback;
-    api.MQCTL = Control;
   }
 
  private:
   struct Unit {
     std::vector<std::pair<MQHOBJ, FakeMessage>> Got, Put;
   };
-  struct Consumer {
-    MQCBD Callback;
-    MQLONG Options;
-    bool ToldEmpty = false;
-  };
-
   // Records the call. False when the script has answered it.
   static bool Begin(const char* call, MQHCONN conn, MQLONG* compCode, MQLONG* reason) {
     self_->Calls.push_back(std::string(call) + " " + std::to_string(conn));
@@ -95,7 +82,6 @@ class FakeMq {
                   MQLONG* length, MQLONG* compCode, MQLONG* reason) {
     self_->GetOptions.push_back(*options);
     self_->GetDescriptors.push_back(*descriptor);
-    self_->GetRooms.push_back(room);
     const bool normal = Begin("MQGET", conn, compCode, reason);
     if (!normal && *compCode == MQCC_FAILED) return;
     std::deque<FakeMessage>& messages = self_->Queues[hobj];
@@ -134,12 +120,7 @@ class FakeMq {
 
   static void Put(MQHCONN conn, MQHOBJ hobj, MQMD* descriptor, MQPMO* options, MQLONG length, const void* data,
                   MQLONG* compCode, MQLONG* reason) {
-    self_->PutOptions.push_back(*options);
     self_->PutDescriptors.push_back(*descriptor);
-    auto* records = static_cast<MQRR*>(options->ResponseRecPtr);
-    for (std::size_t i = 0; records != nullptr && i < self_->ListResponses.size(); ++i) {
-      records[i] = {self_->ListResponses[i].CompCode, self_->ListResponses[i].Reason};
-    }
     if (!Begin("MQPUT", conn, compCode, reason)) return;
     FakeMessage message{*descriptor, std::string(static_cast<const char*>(data), static_cast<std::size_t>(length))};
     if ((options->Options & MQPMO_SYNCPOINT) != 0) {
@@ -163,99 +144,13 @@ class FakeMq {
     }
     self_->units_[conn] = {};
   }
-  static void Open(MQHCONN conn, MQOD*, MQLONG, MQHOBJ* hobj, MQLONG* compCode, MQLONG* reason) {
-    if (Begin("MQOPEN", conn, compCode, reason)) *hobj = kOpenedHobj;
-  }
-
-  static void Callback(MQHCONN conn, MQLONG operation, MQCBD* callback, MQHOBJ hobj, MQMD*, MQGMO* options,
-                       MQLONG* compCode, MQLONG* reason) {
-    if (!Begin(operation == MQOP_REGISTER ? "MQCB(REGISTER)" : "MQCB(DEREGISTER)", conn, compCode, reason)) return;
-    if (operation == MQOP_REGISTER) {
-      self_->consumers_[hobj] = {*callback, options->Options, false};
-    } else {
-      self_->consumers_.erase(hobj);
-    }
-  }
-  static void Control(MQHCONN conn, MQLONG operation, MQCTLO* options, MQLONG* compCode, MQLONG* reason) {
-    if (!Begin(operation == MQOP_STOP ? "MQCTL(STOP)" : "MQCTL(START)", conn, compCode, reason)) return;
-    if (operation == MQOP_STOP) {
-      self_->stopping_ = true;
-      self_->Join();
-      return;
-    }
-    self_->stopping_ = false;
-    void* area = options->ConnectionArea;
-    if (operation == MQOP_START) {
-      self_->thread_ = std::make_unique<std::thread>([conn, area] {
-        delivering_ = true;
-        self_->Deliver(conn, area);
-      });
-      return;
-    }
-    self_->Deliver(conn, area);
-    if (!self_->stopping_) *compCode = MQCC_FAILED, *reason = MQRC_NO_CALLBACKS_ACTIVE;
-  }
-
-  // Calls the consumers, one message or event a queue in turn, until consumption is stopped or none is registered.
-  void Deliver(MQHCONN conn, void* area) {
-    while (!stopping_ && !consumers_.empty()) {
-      const auto consumers = consumers_;
-      for (const auto& [hobj, consumer] : consumers) {
-        if (!stopping_) DeliverOne(conn, hobj, area);
-      }
-      std::this_thread::yield();
-    }
-  }
-  void DeliverOne(MQHCONN conn, MQHOBJ hobj, void* area) {
-    Consumer& consumer = consumers_[hobj];
-    std::deque<FakeMessage>& messages = Queues[hobj];
-    MQCBC context;
-    context.CallbackArea = consumer.Callback.CallbackArea;
-    context.ConnectionArea = area;
-    context.Hobj = hobj;
-    const auto call = reinterpret_cast<MqConsumerFunction*>(consumer.Callback.CallbackFunction);
-    const bool browse = (consumer.Options & MQGMO_BROWSE_NEXT) != 0;
-    std::size_t& cursor = cursors_[hobj];
-    const std::size_t at = browse ? cursor : 0;
-    if (at < messages.size()) {
-      consumer.ToldEmpty = false;
-      FakeMessage message = messages[at];
-      if (browse) {
-        ++cursor;
-      } else {
-        messages.pop_front();
-        units_[conn].Got.emplace_back(hobj, message);
-      }
-      context.CallType = browse ? MQCBCT_MSG_NOT_REMOVED : MQCBCT_MSG_REMOVED;
-      context.DataLength = context.BufferLength = static_cast<MQLONG>(message.Data.size());
-      call(conn, &message.Descriptor, nullptr, message.Data.data(), &context);
-    } else if (!consumer.ToldEmpty) {
-      consumer.ToldEmpty = true;
-      context.CallType = MQCBCT_EVENT_CALL;
-      context.CompCode = MQCC_WARNING;
-      context.Reason = MQRC_NO_MSG_AVAILABLE;
-      call(conn, nullptr, nullptr, nullptr, &context);
-    }
-  }
-  void Join() {
-    if (delivering_ || thread_ == nullptr) return;
-    thread_->join();
-    thread_.reset();
-  }
-
-  static constexpr MQHOBJ kOpenedHobj = 900;  // what MQOPEN gives out
   static inline FakeMq* self_ = nullptr;
-  static inline thread_local bool delivering_ = false;  // the consumers' own thread
   std::map<MQHOBJ, std::size_t> cursors_;
   std::map<MQHCONN, Unit> units_;
-  std::map<MQHOBJ, Consumer> consumers_;
-  std::atomic<bool> stopping_{false};
-  std::unique_ptr<std::thread> thread_;
 };
 
 inline constexpr MQHOBJ kSource = 10;
 inline constexpr MQHOBJ kTarget = 20;
-inline constexpr MQHOBJ kOpened = 900;
 
 // A run that moves the queue kSource of connection 1 to the queue kTarget.
 struct FakeRun {
@@ -276,9 +171,14 @@ struct FakeRun {
     queue.Hobj = kSource;
     queue.QueueName.Assign("SOURCE");
   }
-  void Set(std::uint32_t flags, std::uint32_t flags2 = 0) {
-    run.Flags |= flags;
-    run.Flags2 |= flags2;
+  void Set(std::uint32_t flags) { run.Flags |= flags; }
+  // Makes this the message in hand.
+  void Hold(const std::string& data, const char* format = MQFMT_NONE) {
+    ASSERT_EQ(GrowMessageBuffer(run, data.size() + 1), 0);
+    run.Message.Descriptor = DefaultDescriptor();
+    FillField(run.Message.Descriptor.Format, 8, format);
+    run.Message.Data = run.Message.Buffer.data();
+    std::memcpy(run.Message.Data, data.data(), data.size());
+    run.Message.Length = run.Message.Delivered = static_cast<MQLONG>(data.size());
   }
-  void UseTwoQueueManagers() { run.OutputQMgr = 1; }
 };

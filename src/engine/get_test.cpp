@@ -37,9 +37,6 @@ TEST(GetOptions, FollowTheModeOfTheRun) {
 
 struct GetTest : testing::Test, FakeRun {
   MQLONG Get(bool underCursor = false) { return GetQueueMessage(run, queue, underCursor); }
-  std::string Data() const {
-    return {reinterpret_cast<const char*>(run.Message.Data), static_cast<std::size_t>(run.Message.Delivered)};
-  }
 };
 
 TEST_F(GetTest, WaitsOnlyWhenNothingIsPending) {
@@ -86,43 +83,6 @@ TEST_F(GetTest, ResetsTheDescriptorAndAsksForIdentifiersAndConversion) {
   EXPECT_NE(mq.GetOptions[0].Options & MQGMO_CONVERT, 0);
 }
 
-TEST_F(GetTest, GrowsTheBufferToTheLengthThatTheQueueManagerReports) {
-  const std::string large(100001, 'm');
-  mq.Add(kSource, large);
-  ASSERT_EQ(GrowMessageBuffer(run, 4), 0);
-  ASSERT_EQ(Get(), 0);
-  EXPECT_EQ(mq.GetRooms, (std::vector<MQLONG>{4096, 102400}));
-  EXPECT_EQ(Data(), large);
-}
-
-TEST_F(GetTest, PassesOnWhatArrivesWithAWarning) {
-  for (const MQLONG reason : {MQRC_NOT_CONVERTED, MQRC_FORMAT_ERROR, MQRC_CONVERTED_MSG_TOO_BIG}) {
-    ASSERT_EQ(GrowMessageBuffer(run, 4096), 0);
-    mq.Add(kSource, "as it came");
-    mq.Script["MQGET"].push_back({MQCC_WARNING, reason});
-    run.QMgrs[0].UnitOpen = false;
-    EXPECT_EQ(Get(), 0);
-    EXPECT_EQ(Data(), "as it came");
-    EXPECT_TRUE(run.QMgrs[0].UnitOpen);
-  }
-}
-
-TEST_F(GetTest, DeliversNoDataWithDescriptorOnly) {
-  Set(0, FLAG2_DESCRIPTOR_ONLY);
-  mq.Add(kSource, "data");
-  ASSERT_EQ(Get(), 0);
-  EXPECT_EQ(mq.GetRooms[0], 0);
-  EXPECT_EQ(run.Message.Length, 4);
-  EXPECT_EQ(run.Message.Delivered, 0);
-}
-
-TEST_F(GetTest, TellsWhyAGetFailed) {
-  mq.Script["MQGET"] = {{MQCC_FAILED, MQRC_GET_INHIBITED}};
-  EXPECT_EQ(Get(), MQRC_GET_INHIBITED);
-  EXPECT_EQ(run.MessageText, "MQGET(SOURCE) failed RC(2016) Get inhibited");
-  EXPECT_TRUE(run.QMgrs[0].UnitOpen);  // what a failed get has taken is not known
-}
-
 TEST_F(GetTest, CommitsWhatIsPendingBeforeItWaits) {
   run.Uow = {true, 150};
   run.WaitInterval = 1;
@@ -165,23 +125,6 @@ TEST_F(GetTest, ABrowsedMessageThatHasGoneIsNoFailureOfTheRun) {
   EXPECT_EQ(Get(true), MQRC_NO_MSG_UNDER_CURSOR);
   EXPECT_TRUE(run.MessageText.empty());
   EXPECT_FALSE(run.Finished);
-}
-
-TEST_F(GetTest, AReplayStartsAgainAtTheFirstMessage) {
-  run.Flags &= ~FLAG_GET;
-  run.Rate = 10;
-  run.RateDuration = 60;
-  EXPECT_EQ(Get(), 0);
-  EXPECT_TRUE(run.Finished);
-  EXPECT_NE(run.MessageText.view().find("source queue is empty"), std::string_view::npos);
-
-  run.Finished = false;
-  mq.Add(kSource, "one");
-  for (int i = 0; i < 3; ++i) {
-    ASSERT_EQ(Get(), 0);
-    EXPECT_EQ(Data(), "one");
-    ++run.MsgsRead;
-  }
 }
 
 }  // namespace

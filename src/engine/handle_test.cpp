@@ -6,20 +6,7 @@
 
 namespace {
 
-template <typename Header>
-std::string Bytes(const Header& header) {
-  return {reinterpret_cast<const char*>(&header), sizeof header};
-}
-
 struct HandleTest : testing::Test, FakeRun {
-  void Hold(const std::string& data, const char* format) {
-    ASSERT_EQ(GrowMessageBuffer(run, data.size() + 1), 0);
-    run.Message.Descriptor = DefaultDescriptor();
-    FillField(run.Message.Descriptor.Format, 8, format);
-    run.Message.Data = run.Message.Buffer.data();
-    std::memcpy(run.Message.Data, data.data(), data.size());
-    run.Message.Length = run.Message.Delivered = static_cast<MQLONG>(data.size());
-  }
   // Handles the message in hand and returns what was put.
   FakeMessage Handled() {
     EXPECT_EQ(HandleMessage(run, &queue), 0);
@@ -38,32 +25,6 @@ TEST_F(HandleTest, AMessageTooShortForItsHeaderHasNone) {
     const FakeMessage put = Handled();
     EXPECT_EQ(put.Data, data);
     EXPECT_EQ(std::string_view(put.Descriptor.Format, 8), format);
-  }
-}
-
-TEST_F(HandleTest, OnlyRemovedMessagesGoToTheBackoutQueueAndUnstripped) {
-  struct Case {
-    std::uint32_t Flags, Flags2;
-    MQLONG BackoutCount, Threshold;
-    bool Requeued;
-  };
-  const Case cases[] = {{FLAG_GET, 0, 3, 3, true},
-                        {FLAG_GET, 0, 2, 3, false},
-                        {FLAG_GET, 0, 3, 0, false},
-                        {FLAG_GET, FLAG2_NO_BACKOUT, 3, 3, false},
-                        {0, 0, 3, 3, false}};
-  const std::string data = Bytes(MQDLH{}) + "inner";
-  for (const Case& c : cases) {
-    run.Flags = c.Flags | FLAG_CTX_SET_ALL | FLAG_STRIP_HEADERS;
-    run.Flags2 = c.Flags2;
-    queue.BackoutThreshold = c.Threshold;
-    Hold(data, MQFMT_DEAD_LETTER_HEADER);
-    run.Message.Descriptor.BackoutCount = c.BackoutCount;
-    ASSERT_EQ(HandleMessage(run, &queue), 0);
-    ASSERT_EQ(Commit(run, run.QMgrs[0]), 0);
-    EXPECT_EQ(mq.Content(kOpened), c.Requeued ? data : "");
-    EXPECT_EQ(mq.Content(kTarget), c.Requeued ? "" : "inner");
-    mq.Queues.clear();
   }
 }
 

@@ -62,38 +62,6 @@ struct RateTest : testing::Test, FakeRun {
   std::int64_t slept = 0;
 };
 
-TEST_F(RateTest, AFixedRateFillsEachSecond) {
-  run.Rate = 100;
-  StartRate(run);
-  for (int period = 0; period < 3; ++period) {
-    EXPECT_EQ(RunPeriod(4), 100);
-    EXPECT_EQ(printed, "100 msgs sent in 400 milliseconds\n");
-    EXPECT_EQ(slept, 600);
-  }
-  EXPECT_EQ(mq.Count("MQCMIT"), 3);
-}
-
-TEST_F(RateTest, AFixedRateThatCannotBeReachedSaysSoAndDoesNotSleep) {
-  run.Rate = 100;
-  StartRate(run);
-  EXPECT_EQ(RunPeriod(13), 100);
-  EXPECT_EQ(printed, "Can not achieve 100 msgs/second, took 1.3 seconds\n");
-  EXPECT_TRUE(sleeps.empty());
-}
-
-TEST_F(RateTest, EndsBehindItsDuration) {
-  run.Rate = 10;
-  run.RateDuration = 2;
-  StartRate(run);
-  seconds += 2;
-  RunPeriod();
-  EXPECT_FALSE(ended);
-  ++seconds;
-  RunPeriod();
-  EXPECT_TRUE(ended);
-  EXPECT_EQ(printed, "10 msgs sent in 0 milliseconds\nRequired Rate End Time Reached.\n");
-}
-
 TEST_F(RateTest, AFailedCommitEndsTheRun) {
   run.Rate = 1;
   StartRate(run);
@@ -180,16 +148,6 @@ TEST_F(StatusTest, CountsAreCarriedUntilTheClockHasMoved) {
   seconds += 4;
   EXPECT_EQ(Check(), "> Status - Read:      2000 Written:      1900 Thruput:   500.0 msg/sec\n");
   EXPECT_EQ(run.Status.StatusCarry, 0U);
-}
-
-TEST_F(StatusTest, ALineIsPrintedWhenItsTimeHasPassed) {
-  run.StatusEverySecs = 10;
-  run.Status.StatusMsgs = 5;
-  seconds += 10;
-  EXPECT_EQ(Check(), "");
-  ++seconds;
-  EXPECT_EQ(Check(), "> Status - Read:         0 Written:         0 Thruput:     0.5 msg/sec\n");
-  EXPECT_EQ(Check(), "");
 }
 
 }  // namespace

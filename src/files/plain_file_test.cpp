@@ -240,15 +240,6 @@ TEST_F(PlainFiles, PropertiesBecomeAHeader) {
   }
 }
 
-TEST_F(PlainFiles, PropertiesWithoutAnEndAreAFailure) {
-  for (const char* file : {"P:<a>1</a><m>data</m>:Q", "P:<a>1</a><m>data</m>"}) {
-    PlainRun plain({"s:<m>", "e:</m>", "p:P:", "q::Q"});
-    EXPECT_EQ(Read(plain, file), Texts{});
-    EXPECT_EQ(plain.reason, MQRC_FILE_SYSTEM_ERROR);
-    EXPECT_EQ(plain.run.MessageText, "Missing end property delimiter ':Q' .\n");
-  }
-}
-
 TEST_F(PlainFiles, MessagesOfEverySizeSurviveTheBlocks) {
   Texts expected;
   std::string file;
@@ -264,21 +255,6 @@ TEST_F(PlainFiles, MessagesOfEverySizeSurviveTheBlocks) {
   EXPECT_EQ(Read(plain, file), expected);
 }
 
-TEST_F(PlainFiles, IndexedSetIsReadThrough) {
-  folder.Write("in1.txt", "a\nb");
-  folder.Write("in2.txt", "");
-  folder.Write("in3.txt", "c\n");
-  for (const auto& [option, messages] :
-       {std::pair<std::string, Texts>{"", {"a", "b", "c"}}, {"1", {"a\nb", "", "c\n"}}}) {
-    PlainRun plain({option});
-    plain.run.Flags |= FLAG_INPUT_INSERTS;
-    ASSERT_EQ(plain.Open(folder.Path("in%n.txt")), 0);
-    EXPECT_EQ(plain.ReadAll(), messages);
-    EXPECT_EQ(plain.run.FilesRead, 3);
-    EXPECT_EQ(plain.run.Reader.FinishedFileBytes, 5);
-  }
-}
-
 TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
   folder.Write("in1.txt", "a\n");
   std::filesystem::create_directory(folder.Path("in2.txt"));
@@ -287,23 +263,6 @@ TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
   ASSERT_EQ(plain.Open(folder.Path("in%n.txt")), 0);
   EXPECT_EQ(plain.ReadAll(), Texts{"a"});
   EXPECT_EQ(plain.reason, MQRC_FILE_SYSTEM_ERROR);
-}
-
-TEST_F(PlainFiles, CountLeavesTheInputAtItsStart) {
-  PlainRun plain({"s:<m>", "e:</m>", "p:P", "q:Q"});
-  plain.run.Flags2 |= FLAG2_COUNT_FIRST;
-  ASSERT_EQ(plain.Open(folder.Write("in.txt", "PaQ<m>1</m><m>2</m><m>")), 0);
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(CountPlainFile(plain.run), 0);
-  EXPECT_EQ(testing::internal::GetCapturedStderr().substr(0, 7), "3 bytes");
-  EXPECT_EQ(plain.run.MsgsRead, 2);
-  EXPECT_EQ(plain.run.Plain.MessagesFound, 2);
-  EXPECT_EQ(plain.run.Plain.MessagesWithProperties, 1);
-  EXPECT_FALSE(plain.run.Finished);
-  plain.run.Flags2 &= ~FLAG2_COUNT_FIRST;
-  ASSERT_EQ(PreparePlainFile(plain.run), 0);
-  EXPECT_EQ(plain.ReadAll().size(), 2U);
-  EXPECT_EQ(plain.shown, "");  // the tail has been reported
 }
 
 // A scan that looks at the same bytes again for each candidate, or calls itself for each bracket, takes hours or

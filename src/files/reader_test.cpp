@@ -31,21 +31,14 @@ class Reader : public MessageFiles {
 TEST_F(Reader, RefusedLines) {
   const std::pair<std::string, std::string> cases[] = {
       {"*  TARVO\n", "0 File 'F' does not appear to be a TARVO file"},
-      {" * TARVO\n", "0 File 'F' does not appear to be a TARVO file"},
       {kMark + "\n* note\nX 00\n", "0 Expected message attribute at line  4 of file 'F'"},
-      {kMark + "N\n\n", "0 Expected message at line 3 of file 'F'"},
       {kMark + "A PRI 1\nN\n", "0 Expected message at line 3 of file 'F'"},
-      {kMark + "A PR\nX 00\n", "0 Invalid attribute line on line 2 of file 'F'"},
       {kMark + "A pri 1\nX 00\n", "0 Unrecognised attribute on line 2 of file 'F'"},
       {kMark + std::string("A \0\0\0 x\nX 00\n", 14), "0 Unrecognised attribute on line 2 of file 'F'"},
-      {kMark + "A MSI 0G\nX 00\n", "0 Badly formed HEX string on line 2 of file 'F'"},
-      {kMark + "N\nX 00\nX 0A0\n", "0 Badly formed HEX string on line 4 of file 'F'"},
       {kMark + "N\nX 0\r\n", "0 Badly formed HEX string on line 3 of file 'F'"},
       {kMark + "N\nX " + std::string(63, 'A') + "x\n", "0 Badly formed HEX string on line 3 of file 'F'"},
-      {kMark + "N\nS \"a~b\"\n", "0 Unexpected escape sequence on line 3 of file 'F'"},
       {kMark + "N\nS \"\n", "0 Invalid string line - no terminating \" symbol on line 3 of file 'F'"},
       {kMark + "N\nS \"abc~\"\n", "0 Invalid string line - no terminating \" symbol on line 3 of file 'F'"},
-      {kMark + "N\nS \"abc", "0 Invalid string line - no terminating \" symbol on line 3 of file 'F'"},
       {kMark + "N\nX 00\n\nQ\n", "1 Expected message attribute at line  5 of file 'F'"}};
   for (const auto& [content, text] : cases) EXPECT_EQ(Failure(content), text) << content;
 }
@@ -88,48 +81,6 @@ TEST_F(Reader, AttributeLines) {
   md = DefaultDescriptor();
   md.Persistence = 1;
   EXPECT_TRUE(SameDescriptor(messages[1].Descriptor, md));
-}
-
-TEST_F(Reader, EmptyFiles) {
-  for (const char* content : {"", "\n \r\n\t\n"}) {
-    Parameters run;
-    OpenFile(run, content);
-    FormatCheck check;
-    EXPECT_EQ(CheckInputFormat(run, check), 0);
-    EXPECT_TRUE(check.Empty);
-  }
-  Parameters run;
-  OpenFile(run, kMark + "* more\n");
-  FormatCheck check;
-  EXPECT_EQ(CheckInputFormat(run, check), 0);
-  EXPECT_TRUE(check.OnlyMark);
-  EXPECT_EQ(ReadNextFileMessage(run), 0);
-  EXPECT_TRUE(run.Finished);
-}
-
-TEST_F(Reader, SetsOfFilesAreReadWhole) {
-  const std::string dump = "AMQSBCG0\n****Message descriptor****\nPriority : 3\n****\n0:41\n";
-  for (const std::string& file : {kMark + "N\nS A\n", dump}) {
-    for (const char* name : {"1", "2", "3"}) folder.Write(name, file);
-    folder.Write("2", kMark);  // nothing in it
-    Parameters run;
-    run.Flags |= FLAG_INPUT_INSERTS;
-    run.InputFileName.Assign(folder.Path("%n"));
-    ASSERT_EQ(OpenFiles(run, {.Input = true}), 0);
-    MQLONG reason = 0;
-    EXPECT_EQ(Messages(run, reason).size(), 2U);
-    EXPECT_EQ(reason, 0);
-    EXPECT_EQ(run.Reader.FinishedFileBytes, static_cast<std::int64_t>(2 * file.size() + kMark.size()));
-    std::filesystem::remove(folder.Path("2"));
-    std::filesystem::create_directory(folder.Path("2"));  // is there, but cannot be read
-    Parameters again;
-    again.Flags |= FLAG_INPUT_INSERTS;
-    again.InputFileName.Assign(folder.Path("%n"));
-    ASSERT_EQ(OpenFiles(again, {.Input = true}), 0);
-    EXPECT_EQ(Messages(again, reason).size(), 1U);
-    EXPECT_EQ(reason, MQRC_FILE_SYSTEM_ERROR);
-    std::filesystem::remove(folder.Path("2"));
-  }
 }
 
 TEST_F(Reader, TheProgressOfASetIsThatOfTheFileInHand) {

@@ -122,20 +122,4 @@ TEST_F(RoundTrip, StringFields) {
   Check({"hex", kCharacters}, {message});
 }
 
-TEST_F(RoundTrip, LinesAndMessagesOfAnyLength) {
-  std::string big(1'000'000, 'x');
-  for (std::size_t i = 0; i < big.size(); i += 1001) big[i] = static_cast<char>(i);
-  const Layout layouts[] = {{"hex"}, {"wide", 0, 0, kWidestLine}, {"wide", 0, FLAG2_PRINTABLE, kWidestLine}};
-  for (const Layout& layout : layouts) Check(layout, {{DefaultDescriptor(), big}, {DefaultDescriptor(), "after"}});
-}
-
-TEST_F(RoundTrip, BuiltInTest) {
-  Parameters run;
-  testing::internal::CaptureStdout();
-  RunFileFormatTest(run);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "\nRunning file format tests\n-------------------------\n  Testing Hex file\n  Testing Ascii file\n"
-            "  Testing Ascii column file\nAll tests passed\n----------------\n\n");
-}
-
 }  // namespace

@@ -136,58 +136,6 @@ TEST_F(Writer, DescriptorOptions) {
   EXPECT_NE(first.find("A AOX 20202020\nX "), std::string::npos);
 }
 
-TEST_F(Writer, HeaderNamesItsSource) {
-  Parameters run;
-  QueueElement queue;
-  queue.Hobj = 1;
-  queue.QueueName.Assign("Q1");
-  run.QMgrs[0].QMgrName.Assign("QM1");
-  run.Writer.CreationTime.Assign("Tue Nov 18 10:30:12 2025\n");
-  const auto header = [&](const QueueElement* source) {
-    EXPECT_EQ(run.Writer.Out.Open(folder.Path("h").c_str(), "wb"), 0);
-    EXPECT_EQ(WriteFileHeader(run, source), 0);
-    EXPECT_EQ(CloseOutputFile(run), 0);
-    return folder.Read("h");
-  };
-  const std::string first = "* TARVO Version:9.1.1 Created:Tue Nov 18 10:30:12 2025\n";
-  EXPECT_EQ(header(&queue), first + "* Qmgr  = QM1\n* Queue = Q1\n\n");
-  EXPECT_EQ(header(nullptr), first + "\n");
-  queue.Hobj = MQHO_UNUSABLE_HOBJ;
-  EXPECT_EQ(header(&queue), first + "\n");
-  run.Flags2 |= FLAG2_NO_FILE_HEADER;
-  EXPECT_EQ(header(&queue), "");
-  run.Flags2 = 0;
-  run.NullOutput = true;
-  EXPECT_EQ(header(&queue), "");
-  run.NullOutput = false;
-  run.Writer.CreationTime.clear();
-  EXPECT_EQ(header(nullptr).size(), first.size() + 1);  // the date text always has 24 characters
-}
-
-TEST_F(Writer, TimeOnQueue) {
-  TestMessage message = DocumentedMessage();
-  Parameters run;
-  run.Flags |= FLAG_SHOW_TIME_ON_QUEUE;
-  run.MessageIndex = 3;
-  run.StartTime = 1763461812 + 86400 + 2 * 3600 + 3;  // put on 2025-11-18 at 10:30:12
-  const std::string id = "    3. MsgId:000102030405060708090A0B0C0D0E0F1011121314151617\n" + std::string(13, ' ');
-  EXPECT_EQ(FileOf(run, message), id + "1 day 2 hours 3 seconds\n\n");
-  message.Descriptor.PutDate[0] = 'x';
-  EXPECT_EQ(FileOf(run, message), id + "Unknown\n\n");
-  EXPECT_EQ(run.MsgsWritten, 2);
-}
-
-TEST_F(Writer, NothingForNullOrCount) {
-  for (const bool null : {true, false}) {
-    Parameters run;
-    run.NullOutput = null;
-    if (!null) run.Flags2 |= FLAG2_COUNT;
-    EXPECT_EQ(FileOf(run, DocumentedMessage()), "");
-    EXPECT_EQ(run.MsgsWritten, 1);
-    EXPECT_EQ(run.BytesWritten, 33);
-  }
-}
-
 // A bound that is too small lets a file pass its size limit.
 TEST_F(Writer, WorstCaseIsNeverPassed) {
   std::string mixed;
@@ -211,35 +159,5 @@ TEST_F(Writer, WorstCaseIsNeverPassed) {
   Use(run, {"", kAscii | kColumns, 0, kWidestLine});
   EXPECT_GT(WorstCaseSize(run, INT32_MAX), std::int64_t{INT32_MAX} * kWidestLine);
 }
-
-#ifdef __linux__
-TEST_F(Writer, FullDiskIsNoticedAndNotCounted) {
-  struct Case {
-    Layout How;
-    std::size_t Length;
-    const char* Text;
-  };
-  const Case cases[] = {{{"hex"}, 1'000'000, "Can not write to file '/dev/full'"},
-                        {{"ascii", kAscii}, 1'000'000, "Can not write to file '/dev/full' RC(28)"},
-                        {{"raw", 0, FLAG2_RAW}, 1'000'000, "Can not write to file '/dev/full' RC(28)"},
-                        {{"text", 0, FLAG2_TEXT_LINES}, 1'000'000, "Can not write to file '/dev/full' RC(28)"},
-                        {{"small"}, 10, "Error flushing data to file '/dev/full'RC(28)"}};
-  for (const Case& c : cases) {
-    for (const bool close : {true, false}) {
-      SCOPED_TRACE(c.How.Name);
-      Parameters run;
-      Use(run, c.How);
-      run.Writer.FileName.Assign("/dev/full");
-      ASSERT_EQ(run.Writer.Out.Open("/dev/full", "w"), 0);
-      MQLONG reason = WriteMessage(run, {DefaultDescriptor(), std::string(c.Length, 'a')});
-      if (reason == 0) reason = close ? CloseOutputFile(run) : FlushOutputFile(run, false);
-      EXPECT_EQ(reason, MQRC_RESOURCE_PROBLEM);
-      EXPECT_EQ(run.MessageText, c.Text);
-      EXPECT_EQ(CloseOutputFile(run), close && c.Length == 10 ? 0 : MQRC_RESOURCE_PROBLEM);
-      EXPECT_EQ(run.MsgsWritten + run.BytesWritten, 0);
-    }
-  }
-}
-#endif
 
 }  // namespace
