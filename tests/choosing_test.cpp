@@ -336,6 +336,20 @@ TEST_F(Choosing, TheReportListsEveryCriterion) {
   // The run ends where the range does.
   EXPECT_TRUE(shown.Err.substr(start + report.size()).starts_with("Read    - Files:   1  Messages:      9  Bytes:"))
       << shown.Err;
+  const std::pair<std::vector<std::string>, std::string> more[] = {
+      {{"-r5"}, "Message selection active:\n  Message index 5 only.\n\n"},
+      {{"-r#3"}, "Message selection active:\n  Message index up to 3.\n\n"},
+      {{"-r5.."}, "Message selection active:\n  Message indexes 5 onwards.\n\n"},
+      {{"-T30"}, "Message selection active:\n  Older than (30 minutes) "},
+      {{"-Gt:Q.*"}, "Message selection active:\n  Messages targeted to Q.*\n\n"},
+      {{"-Gi:", "-r2"}, "Inverse Message selection active:\n  Message index 2 only.\n\n"},
+      {{"-q", "-r2"}, ""}};
+  for (auto [options, told] : more) {
+    const bool quiet = told.empty();
+    options.insert(options.begin(), {"-fall.tvo", "-fnull"});
+    const std::string err = Tarvo(options).Err;
+    EXPECT_TRUE(quiet ? err.empty() : err.find("\n\n" + told) != std::string::npos) << err;
+  }
 }
 
 // ---- Selectors, which the queue manager evaluates

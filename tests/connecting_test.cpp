@@ -164,10 +164,17 @@ TEST_F(Connecting, AFailedCallIsNamedAndAWarningIsNone) {
   } cases[] = {
       {"MQCMIT:1=warn:2003", {"-IQ1", "-oQ2", "-r1"}, MQRC_BACKED_OUT, "\nMQCMIT(QM1) failed RC(2003) "},
       {"MQGET:2=2016", {"-iQ1", "-fnull"}, MQRC_GET_INHIBITED, "\nMQGET(Q1) failed RC(2016) Get inhibited\n"},
+      {"MQPUT:1=2053;MQBACK:*=2009",
+       {"-IQ1", "-oQ2"},
+       MQRC_Q_FULL,
+       "MQBACK on qmgr 'QM1' returned 2009 Connection broken.\nThe open unit of work on queue manager 'QM1' could not "
+       "be "
+       "backed out. It is not disconnected"},
       {"MQGET:1=warn:2119;MQGET:2=warn:2110", {"-IQ1", "-oQ2"}, 0, "Written - Files:   0  Messages:      2 "},
       {"MQCB:1=2009", {"-iQ1", "-iQ2", "-fnull"}, MQRC_CONNECTION_BROKEN, "\nMQCB(REGISTER)(QM1/Q1) failed RC(2009) "},
       {"MQCTL:1=2009", {"-iQ1", "-iQ2", "-fnull"}, MQRC_CONNECTION_BROKEN, "\nMQCTL(START_WAIT)(QM1) failed RC(2009) "},
       {"MQCB:3=2009", {"-iQ1", "-iQ2", "-fnull"}, MQRC_CONNECTION_BROKEN, "\nMQCB(DEREGISTER)(QM1/Q"},
+      {"", {"-iQ1", "-oQ2", "-oQM1/Q2", "-va"}, 0, "\nMQOPEN on object 'QM1/<Distribution' returned 0 OK.\n"},
       {"", {"-iQ1", "-oA1", "-R*", "-r1"}, 0, "Monitoring depth of queue 'Q1'\n\n"},
       {"MQOPEN@Q2:2=2035",
        {"-iQ1", "-oQ2", "-R*", "-r1"},

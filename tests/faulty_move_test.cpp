@@ -193,7 +193,8 @@ TEST_F(FaultyMove, OlderQueueManagersAreServedWithOlderStructures) {
   EXPECT_EQ(retried.Exit, 0) << retried.Err;
   EXPECT_EQ(Occurrences(ReadText("trace.txt"), "MQCONNX #2"), 1);
   Fill();
-  const auto synchronous = TarvoWithFaults("MQPUT:1=2046", {"-mQM1", "-IQ1", "-oQ2", "-Oa"});
+  environment()["LOCALMQ_NO_ASYNC"] = "1";
+  const auto synchronous = TarvoWithFaults("", {"-mQM1", "-IQ1", "-oQ2", "-Oa"});
   EXPECT_EQ(synchronous.Exit, 0) << synchronous.Err;
   EXPECT_EQ(Queues("QM1").Depth("Q2"), kMessages);
   const std::string trace = ReadText("trace.txt");
