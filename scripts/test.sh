@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Fresh machine -> packages, build, every test. With arguments only those parts (tsan only so).
-#   scripts/test.sh [style|release|asan|fuzz|tsan]...
+#   scripts/test.sh [style|release|asan|windows|fuzz|tsan]...
 set -euo pipefail
 cd "$(dirname "$0")/.."
 parts=("$@")
-[ ${#parts[@]} -gt 0 ] || parts=(style release asan fuzz)
+[ ${#parts[@]} -gt 0 ] || parts=(style release asan windows fuzz)
 
 scripts/packages.sh build test
 
@@ -25,6 +25,7 @@ for part in "${parts[@]}"; do
       build asan
       ASAN_OPTIONS=detect_leaks=0 ctest --test-dir build/asan --output-on-failure -j"$(nproc)"
       ;;
+    windows) scripts/windows.sh ;;
     fuzz) scripts/fuzz.sh 60 ;;
     tsan)
       # Only what has threads: the consumer of several queues, the common lock.
