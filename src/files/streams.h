@@ -1,8 +1,8 @@
 #pragma once
 
 // Buffered streams of the file formats: blocks of 256 KiB over the C library's streams, in text mode on Windows unless
-// the mode says "b". Formatters write straight into the block and line readers see lines in place, so that nothing is copied
-// twice and no call is made per byte.
+// the mode says "b". Formatters write straight into the block and line readers see lines in place, so that nothing is
+// copied twice and no call is made per byte.
 
 #include <cstddef>
 #include <cstdint>
