@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <string>
@@ -63,7 +64,7 @@ struct FakeServer {
       *reason = MQRC_TRUNCATED_MSG_FAILED;
       return;
     }
-    std::memcpy(buffer, reply.data(), reply.size());
+    std::copy(reply.begin(), reply.end(), static_cast<MQBYTE*>(buffer));
     Replies.pop_front();
   }
   static void MqClose(MQHCONN, MQHOBJ* hobj, MQLONG, MQLONG* code, MQLONG* reason) {
