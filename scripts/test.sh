@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 parts=("$@")
-[ ${#parts[@]} -gt 0 ] || parts=(style release asan windows fuzz)
+[ ${#parts[@]} -gt 0 ] || parts=(style fuzz asan windows release)
 
 scripts/packages.sh build test
 
