@@ -10,7 +10,7 @@ scripts/packages.sh build test
 
 build() {
   cmake --preset "$1" -DTARVO_TESTS=ON >/dev/null
-  cmake --build --preset "$1" -- -j"$(nproc)" | tail -n 3
+  cmake --build --preset "$1" -- -j"$(nproc)" >"build/$1.log" || { tail -n 60 "build/$1.log"; return 1; }
 }
 
 for part in "${parts[@]}"; do

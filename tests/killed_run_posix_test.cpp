@@ -101,7 +101,9 @@ class Killing : public Sandbox {
     RecordProperty("kills", kills);
     EXPECT_EQ(kills, wanted) << "too many runs ended before they were killed";
     // Of very few kills none may have hit that time.
-    if (wanted >= 20) EXPECT_GT(halfWay, 0) << "no run was killed between two units of work: little was proven";
+    if (wanted >= 20) {
+      EXPECT_GT(halfWay, 0) << "no run was killed between two units of work: little was proven";
+    }
   }
 };
 
