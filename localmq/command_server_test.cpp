@@ -121,19 +121,6 @@ TEST_F(CommandServerTest, InquiresQueues) {
   EXPECT_EQ(all[0].Numbers.count(MQIA_CURRENT_Q_DEPTH), 0U);
 }
 
-TEST_F(CommandServerTest, InquiresStatus) {
-  const auto replies = Ask(RequestBuilder{}
-                               .Header(MQCMD_INQUIRE_Q_STATUS, 3)
-                               .Text(MQCA_Q_NAME, "app.3")
-                               .Integers({MQCFT_INTEGER, 16, MQIACF_Q_STATUS_TYPE, MQIACF_Q_STATUS})
-                               .Integers({MQCFT_INTEGER_LIST, 24, MQIACF_Q_STATUS_ATTRS, 2, MQIACF_CUR_Q_FILE_SIZE,
-                                          MQIACF_CUR_MAX_FILE_SIZE}));
-  ASSERT_EQ(replies.size(), 1U);
-  EXPECT_EQ(replies[0].Texts.at(MQCA_Q_NAME), Padded("app.3"));
-  EXPECT_GE(replies[0].Numbers.at(MQIACF_CUR_Q_FILE_SIZE), 1);
-  EXPECT_EQ(replies[0].Numbers.at(MQIACF_CUR_MAX_FILE_SIZE), 2088960);
-}
-
 TEST_F(CommandServerTest, RefusesWrongRequests) {
   const auto request = [](MQLONG count) { return RequestBuilder{}.Header(MQCMD_INQUIRE_Q, count); };
   struct Case {

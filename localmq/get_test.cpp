@@ -256,33 +256,5 @@ TEST_F(GetTest, WrongCallsAreRefused) {
   EXPECT_EQ(app_->Get(in_), MQRC_NONE);
 }
 
-TEST_F(GetTest, SelectionStringsChoose) {
-  for (const auto& [text, priority] : {std::pair{"low", 1}, {"high", 8}, {"mid", 5}}) {
-    MQMD descriptor = TestConnection::Persistent();
-    descriptor.Priority = priority;
-    app_->Put(out_, text, MQPMO_NO_SYNCPOINT, descriptor);
-  }
-  const auto open = [&](std::string selection, MQLONG options) {
-    MQOD descriptor;
-    descriptor.Version = MQOD_VERSION_4;
-    SetField(descriptor.ObjectName, sizeof descriptor.ObjectName, "Q1");
-    descriptor.SelectionString.VSPtr = selection.data();
-    descriptor.SelectionString.VSLength = static_cast<MQLONG>(selection.size());
-    MQHOBJ object = MQHO_UNUSABLE_HOBJ;
-    MQOPEN(app_->Handle, &descriptor, options, &object, &app_->CompCode, &app_->Reason);
-    return object;
-  };
-  const MQHOBJ some = open("Root.MQMD.Priority < 6", MQOO_INPUT_SHARED);
-  EXPECT_EQ(app_->Get(some), MQRC_NONE);
-  EXPECT_EQ(app_->Text, "mid");
-  EXPECT_EQ(app_->Get(some), MQRC_NONE);
-  EXPECT_EQ(app_->Text, "low");
-  EXPECT_EQ(app_->Get(some), MQRC_NO_MSG_AVAILABLE);
-  open("Priority <", MQOO_INPUT_SHARED);
-  EXPECT_EQ(app_->Reason, MQRC_SELECTOR_SYNTAX_ERROR);
-  open("Root.MQMD.Priority < 6", MQOO_OUTPUT);
-  EXPECT_EQ(app_->Reason, MQRC_SELECTOR_INVALID_FOR_TYPE);
-}
-
 }  // namespace
 }  // namespace localmq

@@ -5,21 +5,6 @@ namespace {
 
 class MessagesTest : public QueueManagerTest {};
 
-TEST_F(MessagesTest, ArriveByPriorityThenInOrder) {
-  TestConnection app;
-  const MQHOBJ out = app.Opened("Q1", MQOO_OUTPUT);
-  MQMD descriptor = TestConnection::Persistent();
-  for (const auto& [text, priority] : {std::pair{"a", 0}, {"b", 5}, {"c", 0}, {"d", 9}, {"e", 5}}) {
-    descriptor.Priority = priority;
-    EXPECT_EQ(app.Put(out, text, MQPMO_NO_SYNCPOINT, descriptor), MQRC_NONE);
-  }
-  EXPECT_EQ(app.Browse("Q1"), "d,b,e,a,c");
-  const MQHOBJ in = app.Opened("Q1", MQOO_INPUT_SHARED);
-  std::string all;
-  while (app.Get(in) == MQRC_NONE) all += app.Text;
-  EXPECT_EQ(all, "dbeac");
-}
-
 TEST_F(MessagesTest, OneThatOvertakesIsSeenByAnOpenReader) {
   TestConnection app;
   TestConnection other;

@@ -49,30 +49,6 @@ TEST_F(ConnectTest, NamesAndVersions) {
   EXPECT_EQ(Attempt("QM1", options), MQRC_OPTIONS_ERROR);
 }
 
-TEST_F(ConnectTest, UsersAreCheckedWhenTheQueueManagerNamesOne) {
-  QueueManagerAttributes attributes;
-  ASSERT_EQ(Admin->ReadQueueManager(attributes), MQRC_NONE);
-  attributes.User = "alice";
-  attributes.Password = "secret";
-  ASSERT_EQ(Admin->AlterQueueManager(attributes), MQRC_NONE);
-  const auto attempt = [](std::string user, std::string password) {
-    MQCSP security;
-    security.AuthenticationType = MQCSP_AUTH_USER_ID_AND_PWD;
-    security.CSPUserIdPtr = user.data();
-    security.CSPUserIdLength = static_cast<MQLONG>(user.size());
-    security.CSPPasswordPtr = password.data();
-    security.CSPPasswordLength = static_cast<MQLONG>(password.size());
-    MQCNO options;
-    options.Version = MQCNO_VERSION_5;
-    options.SecurityParmsPtr = &security;
-    return Attempt("QM1", options);
-  };
-  EXPECT_EQ(attempt("alice", "secret"), MQRC_NONE);
-  EXPECT_EQ(attempt("alice", "wrong"), MQRC_NOT_AUTHORIZED);
-  EXPECT_EQ(attempt("bob", "secret"), MQRC_NOT_AUTHORIZED);
-  EXPECT_EQ(Attempt("QM1", MQCNO()), MQRC_NOT_AUTHORIZED);
-}
-
 TEST_F(ConnectTest, HandlesBelongToTheirThreadUnlessShared) {
   MQHCONN own = MQHC_UNUSABLE_HCONN;
   ASSERT_EQ(Connect("QM1", nullptr, own), MQRC_NONE);
@@ -274,6 +250,14 @@ TEST_F(OpenTest, WhatIsNotOfferedSaysSo) {
   EXPECT_EQ(app.Reason, MQRC_FUNCTION_NOT_SUPPORTED);
   MQSET(app.Handle, app.Opened("Q1", MQOO_INQUIRE), 0, nullptr, 0, nullptr, 0, nullptr, &app.CompCode, &app.Reason);
   EXPECT_EQ(app.Reason, MQRC_NOT_OPEN_FOR_SET);
+  std::string selection = "Root.MQMD.Priority < 6";
+  MQOD selecting;
+  selecting.Version = MQOD_VERSION_4;
+  SetField(selecting.ObjectName, sizeof selecting.ObjectName, "Q1");
+  selecting.SelectionString.VSPtr = selection.data();
+  selecting.SelectionString.VSLength = static_cast<MQLONG>(selection.size());
+  MQOPEN(app.Handle, &selecting, MQOO_OUTPUT, &object, &app.CompCode, &app.Reason);
+  EXPECT_EQ(app.Reason, MQRC_SELECTOR_INVALID_FOR_TYPE);
 }
 
 }  // namespace

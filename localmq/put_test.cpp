@@ -1,6 +1,7 @@
 #include <cstring>
 #include <vector>
 
+#include "localmq/calls.h"
 #include "localmq/test_support.h"
 
 namespace localmq {
@@ -121,6 +122,8 @@ TEST_F(PutTest, DescriptorsAreChecked) {
     EXPECT_EQ(app_->CompCode == MQCC_FAILED, test.Reason != 0 && test.Reason != MQRC_PRIORITY_EXCEEDS_MAXIMUM);
   }
   EXPECT_EQ(app_->Depth("Q1"), 2);
+  EXPECT_EQ(app_->Put(9999, "x"), MQRC_HOBJ_ERROR);
+  EXPECT_EQ(app_->Put(app_->Opened("Q1", MQOO_BROWSE), "x"), MQRC_NOT_OPEN_FOR_OUTPUT);
 }
 
 TEST_F(PutTest, QueuesHaveLimits) {
@@ -134,6 +137,15 @@ TEST_F(PutTest, QueuesHaveLimits) {
   EXPECT_EQ(app_->Put(out, "2"), MQRC_NONE);
   Define("Q1", [](QueueAttributes& queue) { queue.InhibitPut = MQQA_PUT_INHIBITED; });
   EXPECT_EQ(app_->Put(out, "3"), MQRC_PUT_INHIBITED);
+}
+
+TEST(Combine, OneReasonForAllIsTheCallsReason) {
+  const Outcome unknown = Failed(MQRC_UNKNOWN_OBJECT_NAME), full = Failed(MQRC_Q_FULL);
+  const auto combined = [](std::vector<Outcome> outcomes) { return Combine(outcomes); };
+  EXPECT_EQ(combined({unknown, unknown}).Reason, MQRC_UNKNOWN_OBJECT_NAME);
+  EXPECT_EQ(combined({unknown, full}).CompCode, MQCC_FAILED);
+  EXPECT_EQ(combined({unknown, full}).Reason, MQRC_MULTIPLE_REASONS);
+  EXPECT_EQ(combined({Done(), full}).CompCode, MQCC_WARNING);
 }
 
 TEST_F(PutTest, WhatTheQueueManagerFills) {
@@ -156,65 +168,6 @@ TEST_F(PutTest, WhatTheQueueManagerFills) {
   EXPECT_EQ(descriptor.Persistence, MQPER_PERSISTENT);
   EXPECT_EQ(app_->Get(app_->Opened("Q1", MQOO_INPUT_SHARED)), MQRC_NONE);
   EXPECT_EQ(std::memcmp(&descriptor.MsgId, &app_->Descriptor.MsgId, 48), 0);
-}
-
-TEST_F(PutTest, DistributionListsSayWhatFailedWhere) {
-  Define("FULL", [](QueueAttributes& queue) { queue.MaxDepth = 0; });
-  const auto open = [&](std::vector<std::string> names, std::vector<MQRR>& responses) {
-    std::vector<MQOR> records(names.size());
-    for (std::size_t i = 0; i < names.size(); ++i) SetField(records[i].ObjectName, 48, names[i]);
-    responses.assign(names.size(), MQRR{-1, -1});
-    MQOD descriptor;
-    descriptor.Version = MQOD_VERSION_2;
-    descriptor.RecsPresent = static_cast<MQLONG>(names.size());
-    descriptor.ObjectRecPtr = records.data();
-    descriptor.ResponseRecPtr = responses.data();
-    MQHOBJ object = MQHO_UNUSABLE_HOBJ;
-    MQOPEN(app_->Handle, &descriptor, MQOO_OUTPUT, &object, &app_->CompCode, &app_->Reason);
-    return object;
-  };
-  std::vector<MQRR> responses;
-  const auto put = [&](MQHOBJ object) {
-    MQPMO options;
-    options.Version = MQPMO_VERSION_2;
-    options.RecsPresent = static_cast<MQLONG>(responses.size());
-    options.ResponseRecPtr = responses.data();
-    options.Options = MQPMO_SYNCPOINT;
-    MQMD descriptor;
-    MQPUT(app_->Handle, object, &descriptor, &options, 3, "abc", &app_->CompCode, &app_->Reason);
-    return app_->Reason;
-  };
-  const MQHOBJ all = open({"Q1", "Q2"}, responses);
-  EXPECT_EQ(app_->Reason, MQRC_NONE);
-  EXPECT_EQ(put(all), MQRC_NONE);
-  EXPECT_EQ(app_->Commit(), MQRC_NONE);
-  EXPECT_EQ(app_->Browse("Q1") + app_->Browse("Q2"), "abcabc");
-
-  open({"Q1", "NONE", "Q2"}, responses);
-  EXPECT_EQ(app_->Reason, MQRC_MULTIPLE_REASONS);
-  EXPECT_EQ(app_->CompCode, MQCC_WARNING);
-  EXPECT_EQ(responses[1].Reason, MQRC_UNKNOWN_OBJECT_NAME);
-  EXPECT_EQ(responses[2].CompCode, MQCC_OK);
-  open({"NO1", "NO2"}, responses);
-  EXPECT_EQ(app_->Reason, MQRC_UNKNOWN_OBJECT_NAME) << "one reason for all is the call's reason";
-
-  const MQHOBJ some = open({"Q1", "FULL"}, responses);
-  EXPECT_EQ(put(some), MQRC_MULTIPLE_REASONS);
-  EXPECT_EQ(app_->CompCode, MQCC_WARNING);
-  EXPECT_EQ(responses[0].Reason, MQRC_NONE);
-  EXPECT_EQ(responses[1].Reason, MQRC_Q_FULL);
-  EXPECT_EQ(app_->Commit(), MQRC_NONE);
-  EXPECT_EQ(app_->Depth("Q1"), 2);
-}
-
-TEST_F(PutTest, OlderLibrariesAreImitated) {
-  const MQHOBJ out = app_->Opened("Q1", MQOO_OUTPUT);
-  EXPECT_EQ(app_->Put(out, "x", MQPMO_ASYNC_RESPONSE), MQRC_NONE);
-  SetEnvironment("LOCALMQ_NO_ASYNC", "1");
-  EXPECT_EQ(app_->Put(out, "x", MQPMO_ASYNC_RESPONSE), MQRC_OPTIONS_ERROR);
-  SetEnvironment("LOCALMQ_NO_ASYNC", "");
-  EXPECT_EQ(app_->Put(9999, "x"), MQRC_HOBJ_ERROR);
-  EXPECT_EQ(app_->Put(app_->Opened("Q1", MQOO_BROWSE), "x"), MQRC_NOT_OPEN_FOR_OUTPUT);
 }
 
 }  // namespace

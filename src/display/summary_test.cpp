@@ -57,35 +57,6 @@ TEST_F(SummaryTest, AnEmptyInputShowsEmptyHistograms) {
   EXPECT_EQ(Shown(&queue), kEmptySummary);
 }
 
-TEST_F(SummaryTest, ExtremesAveragesAndIdentifiers) {
-  run.MsgsRead = 2;
-  run.BytesRead = 3000;
-  SummaryState& summary = run.Summary;
-  summary.YoungestAgeCentis = 5999;
-  summary.OldestAgeCentis = 9000000;
-  summary.AgeSumCentis = 9006000;
-  summary.SmallestSize = 1;
-  summary.BiggestSize = 2999;
-  summary.OldestMsgId[0] = 0xAB;
-  summary.SizeCounts[0] = summary.SizeCounts[2] = 1;
-  run.Flags |= FLAG_SHOW_MSGID;
-  const std::string text = Shown(nullptr);
-  const std::string zeros(46, '0');
-  EXPECT_NE(text.find("Youngest Message : 59.99 Secs \n     Message Id:00" + zeros +
-                      "\n\n"
-                      "Oldest   Message : 1 Day 1 Hr \n     Message Id:AB" +
-                      zeros +
-                      "\n\n"
-                      "Average  Message : 12 Hrs 30 Mins 30 Secs \n\nMessage Sizes\n"),
-            std::string::npos)
-      << text;
-  EXPECT_NE(text.find("     1      0      1      0      0      0      0      0 \n\nSmallest Message : 1 byte \n"),
-            std::string::npos)
-      << text;
-  EXPECT_NE(text.find("\nBiggest  Message : 2.9 KBs \n"), std::string::npos) << text;
-  EXPECT_TRUE(text.ends_with("\nAverage  Message : 1.5 KBs \n")) << text;
-}
-
 TEST_F(SummaryTest, HowFullTheQueueIs) {
   constexpr char kHead[] =
       "\nQueue Size Summary\n"
