@@ -17,15 +17,6 @@ namespace {
 
 // ---- What the criteria mean
 
-std::string Ebcdic(std::string text) {
-  for (char& c : text) {
-    const int place = c >= 'a' && c <= 'z' ? c - 'a' : c - 'A';
-    const int row = place < 9 ? 0xC1 + place : place < 18 ? 0xD1 + place - 9 : 0xE2 + place - 18;
-    c = static_cast<char>(c >= 'a' ? row - 0x40 : row);
-  }
-  return text;
-}
-
 bool Contains(const StoredMessage& m, const std::string& bytes) { return m.Data.find(bytes) != std::string::npos; }
 bool HasFormat(const StoredMessage& m, const char* format) { return std::memcmp(m.Descriptor.Format, format, 8) == 0; }
 bool StartsWith(const MQBYTE24& id, const std::string& bytes) { return std::memcmp(id, bytes.data(), 24) == 0; }
@@ -224,9 +215,8 @@ class Choosing : public Sandbox {
     return numbers;
   }
   // The numbers of the messages that a run writes, in their order.
-  Numbers Taken(std::vector<std::string> arguments) {
-    arguments.insert(arguments.end(), {"-q", "-drNH", "-Fout"});
-    const auto outcome = Tarvo(arguments);
+  Numbers Taken(const std::vector<std::string>& arguments) {
+    const auto outcome = Tarvo(Joined(arguments, {"-q", "-drNH", "-Fout"}));
     EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
     const std::string text = ReadText("out");
     static const std::regex number("#[0-9]+#");
@@ -240,17 +230,12 @@ class Choosing : public Sandbox {
     std::string line;
     for (const std::string& argument : arguments) line += argument + " ";
     SCOPED_TRACE(line);
-    const auto with = [&](const std::string& input) {
-      std::vector<std::string> all = arguments;
-      all.push_back(input);
-      return all;
-    };
     const Numbers wanted = Expected(criteria, inverted, true);
-    EXPECT_EQ(Taken(with("-iQ1")), wanted);
-    EXPECT_EQ(Taken(with("-fall.tvo")), Expected(criteria, inverted, false));
+    EXPECT_EQ(Taken(Joined(arguments, {"-iQ1"})), wanted);
+    EXPECT_EQ(Taken(Joined(arguments, {"-fall.tvo"})), Expected(criteria, inverted, false));
     sizes_.insert(wanted.size());
     if (!move) return;
-    EXPECT_EQ(Taken(with("-IQ1")), wanted);
+    EXPECT_EQ(Taken(Joined(arguments, {"-IQ1"})), wanted);
     Numbers left;
     for (const StoredMessage& m : messages_) {
       if (std::find(wanted.begin(), wanted.end(), Number(m)) == wanted.end()) left.push_back(Number(m));
@@ -344,11 +329,9 @@ TEST_F(Choosing, TheReportListsEveryCriterion) {
       {{"-Gt:Q.*"}, "Message selection active:\n  Messages targeted to Q.*\n\n"},
       {{"-Gi:", "-r2"}, "Inverse Message selection active:\n  Message index 2 only.\n\n"},
       {{"-q", "-r2"}, ""}};
-  for (auto [options, told] : more) {
-    const bool quiet = told.empty();
-    options.insert(options.begin(), {"-fall.tvo", "-fnull"});
-    const std::string err = Tarvo(options).Err;
-    EXPECT_TRUE(quiet ? err.empty() : err.find("\n\n" + told) != std::string::npos) << err;
+  for (const auto& [options, told] : more) {
+    const std::string err = Tarvo(Joined({"-fall.tvo", "-fnull"}, options)).Err;
+    EXPECT_TRUE(told.empty() ? err.empty() : err.find("\n\n" + told) != std::string::npos) << err;
   }
 }
 

@@ -19,9 +19,7 @@ class CommandLine : public Sandbox {
       std::string line;
       for (const auto& argument : c.Arguments) line += argument + " ";
       SCOPED_TRACE(line);
-      std::vector<std::string> arguments = c.Arguments;
-      arguments.emplace_back("-q");
-      const auto outcome = Tarvo(arguments);
+      const auto outcome = Tarvo(Joined(c.Arguments, {"-q"}));
       EXPECT_EQ(outcome.Exit, kRefused);
       std::string_view text = c.Text;
       const bool beginning = text.ends_with("...");

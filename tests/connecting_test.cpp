@@ -58,8 +58,7 @@ TEST_F(Connecting, RefusedConnectOptionsAreTriedOnceMoreInTheirOldestForm) {
     const char* Second;
   } cases[] = {{{}, " cno=1 "}, {{"-uuser", "-Usecret"}, " cno=5 "}};
   for (const auto& c : cases) {
-    std::vector<std::string> arguments = {"-mQM1", "-iQ1", "-dk"};
-    arguments.insert(arguments.end(), c.Credentials.begin(), c.Credentials.end());
+    const auto arguments = Joined({"-mQM1", "-iQ1", "-dk"}, c.Credentials);
     const auto outcome = TarvoWithFaults("MQCONNX:1=2139", arguments);
     EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
     const auto trace = Trace();
@@ -79,6 +78,8 @@ TEST_F(Connecting, RefusedConnectOptionsAreTriedOnceMoreInTheirOldestForm) {
 TEST_F(Connecting, CredentialsAreCheckedAndAPasswordIsNotAskedOfAFile) {
   ASSERT_EQ(LocalMq({"QM1"}, "ALTER QMGR USER('app') PASSWORD('secret')\n").Exit, 0);
   EXPECT_EQ(Tarvo({"-mQM1", "-uapp", "-Usecret", "-iQ1", "-dk"}).Exit, 0);
+  EXPECT_EQ(Tarvo({"-mQM1", "-ubob", "-Usecret", "-iQ1", "-dk"}).Exit, ExitStatus(MQRC_NOT_AUTHORIZED));
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", "-dk"}).Exit, ExitStatus(MQRC_NOT_AUTHORIZED));
   const auto wrong = Tarvo({"-mQM1", "-uapp", "-Uwrong", "-iQ1", "-dk"});
   EXPECT_EQ(wrong.Exit, ExitStatus(MQRC_NOT_AUTHORIZED));
   EXPECT_NE(wrong.Err.find("MQCONN on qmgr 'QM1' returned 2035 Not authorized.\n"), std::string::npos) << wrong.Err;
@@ -119,9 +120,7 @@ TEST_F(Connecting, InputQueuesAreOpenedForWhatTheRunDoes) {
       {{"-IQ1", "-fnull", "-gcnothing"}, MQOO_INPUT_SHARED | MQOO_BROWSE | MQOO_INQUIRE},
   };
   for (const auto& c : cases) {
-    std::vector<std::string> arguments = {"-mQM1"};
-    arguments.insert(arguments.end(), c.Arguments.begin(), c.Arguments.end());
-    EXPECT_EQ(TarvoWithFaults("", arguments).Exit, 0);
+    EXPECT_EQ(TarvoWithFaults("", Joined({"-mQM1"}, c.Arguments)).Exit, 0);
     const auto trace = Trace();
     const auto opened = std::find_if(trace.begin(), trace.end(), [](const std::string& line) {
       return line.starts_with("MQOPEN") && line.find("object=Q1 ") != std::string::npos;
@@ -147,9 +146,7 @@ TEST_F(Connecting, OnlyTheDescriptorIsFetchedWhereNothingLooksAtTheData) {
       {{"-iQ2", "-fnull"}, true},
   };
   for (const auto& c : cases) {
-    std::vector<std::string> arguments = {"-mQM1"};
-    arguments.insert(arguments.end(), c.Arguments.begin(), c.Arguments.end());
-    EXPECT_EQ(TarvoWithFaults("", arguments).Exit, 0);
+    EXPECT_EQ(TarvoWithFaults("", Joined({"-mQM1"}, c.Arguments)).Exit, 0);
     const std::string trace = ReadText("trace.txt");
     EXPECT_EQ(Occurrences(trace, " buffer=0 ") > 0, c.DescriptorOnly) << c.Arguments[0] << c.Arguments[1] << trace;
   }
@@ -183,9 +180,7 @@ TEST_F(Connecting, AFailedCallIsNamedAndAWarningIsNone) {
   };
   ASSERT_EQ(LocalMq({"QM1"}, "DEFINE QALIAS(A1) TARGET(Q1)\n").Exit, 0);
   for (const auto& c : cases) {
-    std::vector<std::string> arguments = {"-mQM1"};
-    arguments.insert(arguments.end(), c.Arguments.begin(), c.Arguments.end());
-    const auto outcome = TarvoWithFaults(c.Script, arguments);
+    const auto outcome = TarvoWithFaults(c.Script, Joined({"-mQM1"}, c.Arguments));
     EXPECT_EQ(outcome.Exit, ExitStatus(c.Reason)) << c.Script << outcome.Err;
     EXPECT_EQ(Occurrences(outcome.Err, c.Shown), 1) << c.Script << outcome.Err;
   }
@@ -198,9 +193,7 @@ TEST_F(Connecting, ACountIsPrintedAloneWhateverHappens) {
     const char* Count;
   } cases[] = {{{"-iQ1"}, "3"}, {{"-iQ1", "-r2.."}, "2"}, {{"-iQ2"}, "0"}, {{"-iNONE"}, "0"}};
   for (const auto& c : cases) {
-    std::vector<std::string> arguments = {"-mQM1", "-dK"};
-    arguments.insert(arguments.end(), c.Arguments.begin(), c.Arguments.end());
-    const auto outcome = Tarvo(arguments);
+    const auto outcome = Tarvo(Joined({"-mQM1", "-dK"}, c.Arguments));
     EXPECT_EQ(outcome.Out, c.Count) << c.Arguments[0];
     EXPECT_EQ(outcome.Err.empty(), outcome.Exit == 0) << outcome.Err;
   }

@@ -98,8 +98,7 @@ TEST_F(FaultyMove, IntoAFileNothingLeavesTheQueueThatIsNotInTheFile) {
   // Commits by count, when the queue is empty, at a range's end, and behind files that a limit has closed.
   for (const std::vector<std::string>& more :
        {std::vector<std::string>{kUnitOption}, {"-r1..5"}, {kUnitOption, "-Lm2"}}) {
-    std::vector<std::string> arguments = {"-mQM1", "-IQ1", "-Fout%n.tvo", "-dt", "-Lm100"};
-    arguments.insert(arguments.end(), more.begin(), more.end());
+    const auto arguments = Joined({"-mQM1", "-IQ1", "-Fout%n.tvo", "-dt", "-Lm100"}, more);
     const auto calls = CallsOfCleanRun(arguments);
     for (const char* call : {"MQGET", "MQCMIT", "MQDISC"}) {
       for (int n = 1; n <= calls.at(call); ++n) {

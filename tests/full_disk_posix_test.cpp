@@ -42,14 +42,7 @@ TEST_F(FullDisk, WholeUnitsThatReachedTheDiskMayHaveLeftTheQueueAndNothingElse) 
   // The limit lies above what the queue manager's own files need and below what the output needs.
   Queues queues("QM1");
   queues.PutNumbered("Q1", 1000, std::string(8000, 'x'));
-  const auto limited =
-      harness::RunProcess({"/bin/bash",
-                           {"-c", "ulimit -f 12000; trap '' XFSZ; exec " +
-                                      (harness::ProgramFolder() / "tarvo").string() + " -mQM1 -IQ1 -Fsmall.tvo -t10"},
-                           Path("."),
-                           environment(),
-                           {},
-                           {}});
+  const auto limited = Shell("ulimit -f 12000; trap '' XFSZ; tarvo -mQM1 -IQ1 -Fsmall.tvo -t10");
   EXPECT_EQ(limited.Exit, kResourceProblem) << limited.Err;
   const int gone = 1000 - queues.Depth("Q1");
   EXPECT_EQ(gone % 10, 0);
@@ -64,14 +57,7 @@ TEST_F(FullDisk, AQueueThatDoesNotFitFailsAloneInAGenericUnload) {
     for (const char* queue : {"Q1", "Q3"}) queues.PutNumbered(queue, 5, "small");
     queues.PutNumbered("Q2", 1000, std::string(8000, 'x'));
   }
-  const auto limited =
-      harness::RunProcess({"/bin/bash",
-                           {"-c", "ulimit -f 12000; trap '' XFSZ; exec " +
-                                      (harness::ProgramFolder() / "tarvo").string() + " -mQM1 -i* -f./*"},
-                           Path("."),
-                           environment(),
-                           {},
-                           {}});
+  const auto limited = Shell("ulimit -f 12000; trap '' XFSZ; tarvo -mQM1 '-i*' '-f./*'");
   EXPECT_EQ(limited.Exit, kResourceProblem) << limited.Err;
   EXPECT_EQ(Occurrences(limited.Out, "  Done.\n"), 2) << limited.Out;
   EXPECT_EQ(Occurrences(limited.Out, "  1000  RC(2102) Resource problem\n"), 1) << limited.Out;
@@ -93,13 +79,7 @@ TEST_F(FullDisk, AFileThatALimitClosesInTheMiddleOfAUnitIsPartOfIt) {
 TEST_F(FullDisk, AClosedPipeIsAFailureAndKeepsTheQueue) {
   Queues queues("QM1");
   queues.PutNumbered("Q1", 2000, std::string(1000, 'x'));
-  const auto outcome = harness::RunProcess({"/bin/bash",
-                                            {"-c", (harness::ProgramFolder() / "tarvo").string() +
-                                                       " -q -mQM1 -IQ1 -fstdout | head -n 1; exit ${PIPESTATUS[0]}"},
-                                            Path("."),
-                                            environment(),
-                                            {},
-                                            {}});
+  const auto outcome = Shell("tarvo -q -mQM1 -IQ1 -fstdout | head -n 1; exit ${PIPESTATUS[0]}");
   EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
   EXPECT_EQ(queues.Depth("Q1"), 2000);
 }

@@ -324,6 +324,11 @@ Outcome Sandbox::TarvoWithFaults(const std::string& script, std::vector<std::str
   return RunProcess({ProgramFolder() / "tarvo", std::move(arguments), folder_, variables, {}, {}});
 }
 
+Outcome Sandbox::Shell(const std::string& command) {
+  const std::string begin = "tarvo() { '" + (ProgramFolder() / "tarvo").string() + "' \"$@\"; }; ";
+  return RunProcess({"/bin/bash", {"-c", begin + command}, folder_, environment_, {}, {}});
+}
+
 Outcome Sandbox::LocalMq(std::vector<std::string> arguments, std::string_view input) {
   return RunProcess({ProgramFolder() / "localmq", std::move(arguments), folder_, environment_, std::string(input), {}});
 }
@@ -365,6 +370,35 @@ std::vector<std::string> Lines(std::string_view text) {
     at = end + 1;
   }
   return lines;
+}
+
+std::vector<std::string> Joined(std::vector<std::string> arguments, const std::vector<std::string>& more) {
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  return arguments;
+}
+
+std::string Hex(const MQBYTE24& id) {
+  std::string text;
+  for (const MQBYTE byte : id) {
+    char pair[3];
+    std::snprintf(pair, sizeof pair, "%02X", byte);
+    text += pair;
+  }
+  return text;
+}
+
+std::string Ebcdic(std::string text) {
+  for (char& c : text) {
+    const int lower = c >= 'a' && c <= 'z' ? 0x40 : 0;
+    const int letter = c + (lower != 0 ? 'A' - 'a' : 0);
+    const int code = letter >= 'A' && letter <= 'I'   ? letter - 'A' + 0xC1
+                     : letter >= 'J' && letter <= 'R' ? letter - 'J' + 0xD1
+                     : letter >= 'S' && letter <= 'Z' ? letter - 'S' + 0xE2
+                     : c >= '0' && c <= '9'           ? c - '0' + 0xF0
+                                                      : 0x40;
+    c = static_cast<char>(code - lower);
+  }
+  return text;
 }
 
 int Occurrences(std::string_view text, std::string_view part) {

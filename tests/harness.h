@@ -81,6 +81,8 @@ class Sandbox : public testing::Test {
   // The same with an MQ library that fails as `script` says (tests/faultmq).
   Outcome TarvoWithFaults(const std::string& script, std::vector<std::string> arguments);
   Outcome LocalMq(std::vector<std::string> arguments, std::string_view input = {});
+  // A command line of the shell, which reads "tarvo" as the built program.
+  Outcome Shell(const std::string& command);
   // Creates a queue manager with local queues of the given names (and more MQSC, when given).
   void CreateQueueManager(const std::string& name, const std::vector<std::string>& queues,
                           const std::string& mqsc = {});
@@ -102,9 +104,18 @@ class Sandbox : public testing::Test {
 std::vector<std::string> Lines(std::string_view text);
 // How often `part` occurs in `text`.
 int Occurrences(std::string_view text, std::string_view part);
+// Arguments and more of them.
+std::vector<std::string> Joined(std::vector<std::string> arguments, const std::vector<std::string>& more);
+// The digits of an identifier.
+std::string Hex(const MQBYTE24& id);
+// Letters, digits and blanks in EBCDIC, which all its code pages share.
+std::string Ebcdic(std::string text);
 
 }  // namespace harness
 
+using harness::Ebcdic;
+using harness::Hex;
+using harness::Joined;
 using harness::Lines;
 using harness::Occurrences;
 using harness::Outcome;

@@ -202,17 +202,11 @@ TEST_F(MainJob, InvertedSelectionAndIdentifiersRemoveOnlyWhatIsSelected) {
   MQMD other = harness::RichDescriptor(2);
   queues.Put("Q1", other, "other");
   queues.Put("Q1", wanted, "wanted");
-  std::string id;
-  for (const MQBYTE byte : wanted.MsgId) {
-    char pair[3];
-    std::snprintf(pair, sizeof pair, "%02X", byte);
-    id += pair;
-  }
   ASSERT_EQ(Tarvo({"-mQM1", "-IQ1", "-oQ2", "-Gi:", "-swanted"}).Exit, 0);
   EXPECT_EQ(queues.Texts("Q2"), std::vector<std::string>{"other"});
   EXPECT_EQ(queues.Texts("Q1"), std::vector<std::string>{"wanted"});
   queues.Put("Q1", other, "other again");
-  ASSERT_EQ(Tarvo({"-mQM1", "-IQ1", "-oQ3", "-gxm" + id}).Exit, 0);
+  ASSERT_EQ(Tarvo({"-mQM1", "-IQ1", "-oQ3", "-gxm" + Hex(wanted.MsgId)}).Exit, 0);
   EXPECT_EQ(queues.Texts("Q3"), std::vector<std::string>{"wanted"});
   EXPECT_EQ(queues.Texts("Q1"), std::vector<std::string>{"other again"});
 }

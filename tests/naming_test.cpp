@@ -58,9 +58,7 @@ TEST_F(Naming, SetsRollOverAndAreReadBackWhole) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.Template);
-    std::vector<std::string> arguments = {"-q", "-mQM1", "-iQ1", "-dA", std::string("-f") + c.Template};
-    arguments.insert(arguments.end(), c.Options.begin(), c.Options.end());
-    const auto unloaded = Tarvo(arguments);
+    const auto unloaded = Tarvo(Joined({"-q", "-mQM1", "-iQ1", "-dA", std::string("-f") + c.Template}, c.Options));
     EXPECT_EQ(unloaded.Exit, 0) << unloaded.Err;
     const std::string_view name = c.Template;
     EXPECT_EQ(FilesLike(std::string(name.substr(0, name.find('%')))), c.Files);

@@ -14,16 +14,6 @@ namespace {
 
 constexpr std::int64_t kDay = 86400;
 
-std::string Hex(const MQBYTE24& id) {
-  std::string text;
-  for (const MQBYTE byte : id) {
-    char pair[3];
-    std::snprintf(pair, sizeof pair, "%02X", byte);
-    text += pair;
-  }
-  return text;
-}
-
 // "YYYYMMDDHHMMSS" of an instant that lies `age` seconds back, in UTC.
 std::string PutTimeOfAge(std::int64_t age) {
   const std::time_t put = std::time(nullptr) - age;
@@ -56,9 +46,8 @@ class Showing : public Sandbox {
     ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q1)\nCLEAR QLOCAL(OUT)\nCLEAR QLOCAL(OTHER)\nCLEAR QLOCAL(BQ)\n").Exit, 0);
   }
   // What follows the banner of a run that went well; no line is wider than a terminal.
-  std::string Shown(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "-mQM1");
-    const Outcome outcome = Tarvo(arguments);
+  std::string Shown(const std::vector<std::string>& arguments) {
+    const Outcome outcome = Tarvo(Joined({"-mQM1"}, arguments));
     EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
     for (const auto& line : Lines(outcome.Err)) EXPECT_LE(line.size(), 80U) << line;
     return outcome.Err.substr(outcome.Err.find("\n\n") + 2);
@@ -247,19 +236,6 @@ TEST_F(Showing, TimeOnQueueOfMessagesWithAndWithoutAPutTime) {
 }
 
 // ---- Headers
-
-// Capital letters, digits and blanks in EBCDIC, which all its code pages share.
-std::string Ebcdic(std::string text) {
-  for (char& c : text) {
-    const int code = c >= 'A' && c <= 'I'   ? c - 'A' + 0xC1
-                     : c >= 'J' && c <= 'R' ? c - 'J' + 0xD1
-                     : c >= 'S' && c <= 'Z' ? c - 'S' + 0xE2
-                     : c >= '0' && c <= '9' ? c - '0' + 0xF0
-                                            : 0x40;
-    c = static_cast<char>(code);
-  }
-  return text;
-}
 
 // How a queue manager writes the numbers and texts of its headers.
 struct Machine {
@@ -484,9 +460,7 @@ TEST_F(Showing, AMessageBackedOutTooOftenIsSomewhereWhateverFails) {
     queues.Put("Q1", md, poison);
     queues.RaiseBackoutCount("Q1", 2);
     queues.PutText("Q1", "fine");
-    std::vector<std::string> arguments = {"-mQM1", "-IQ1"};
-    arguments.insert(arguments.end(), c.More.begin(), c.More.end());
-    const Outcome outcome = TarvoWithFaults(c.Script, arguments);
+    const Outcome outcome = TarvoWithFaults(c.Script, Joined({"-mQM1", "-IQ1"}, c.More));
     EXPECT_EQ(outcome.Exit, ExitStatus(c.Exit)) << outcome.Err;
     EXPECT_NE(outcome.Err.find(c.Says), std::string::npos) << outcome.Err;
     for (const char* queue : {"Q1", "OUT", "BQ"}) {
