@@ -98,6 +98,14 @@ TEST_F(Naming, ASizeLimitIsKept) {
   }
 }
 
+// Room for the hex digits and a descriptor is kept, whatever the layout: 8500 bytes cannot hold 2 * 4500 + 1024.
+TEST_F(Naming, ASizeLimitLeavesRoomForTheWorstCase) {
+  WriteText("in", "* TARVO\nN\nS " + std::string(1499, 'x') + "\n\nN\nS " + std::string(4500, 'x') + "\n\n");
+  EXPECT_EQ(Tarvo({"-q", "-fin", "-fout%n", "-drNH", "-Ls10000b"}).Exit, 0);
+  EXPECT_EQ(ReadText("out1").size(), 1500U);
+  EXPECT_EQ(ReadText("out2").size(), 4501U);
+}
+
 TEST_F(Naming, AnAgedFileIsFollowedByAnother) {
   const auto outcome = Tarvo({"-mQM1", "-iQ1", "-dA", "-fold%n", "-La1s", "-D600"});
   EXPECT_EQ(outcome.Exit, 0) << outcome.Err;

@@ -53,6 +53,24 @@ TEST_F(StatisticsTest, BoundsBelongToTheNextBucket) {
   }
 }
 
+TEST_F(StatisticsTest, ExtremesKeepTheEarlierOfEquals) {
+  Collect(50, 500, 10);
+  Collect(50, 500);
+  EXPECT_EQ(summary.OldestMsgId[0], 1);
+  EXPECT_EQ(summary.YoungestMsgId[0], 1);
+  EXPECT_EQ(summary.BiggestMsgId[0], 1);
+  EXPECT_EQ(summary.SmallestMsgId[0], 1);
+  EXPECT_EQ(summary.YoungestAgeCentis, 50 * 100 + 15);
+  Collect(86400 * 3, 499);
+  Collect(49, 501, 99);
+  EXPECT_EQ(summary.OldestMsgId[0], 3);
+  EXPECT_EQ(summary.SmallestMsgId[0], 3);
+  EXPECT_EQ(summary.YoungestMsgId[0], 4);
+  EXPECT_EQ(summary.YoungestAgeCentis, 49 * 100 - 74);
+  EXPECT_EQ(summary.BiggestMsgId[0], 4);
+  EXPECT_EQ(summary.AgeSumCentis, 5015 + 5025 + 86400 * 300 + 25 + 4826);
+}
+
 TEST_F(StatisticsTest, AMessageWithoutPutTimeIsAsOldAsTheEpochAndOneFromTheFutureIsYoung) {
   MQMD& descriptor = run.Message.Descriptor;
   FillField(descriptor.PutDate, 8, "");
