@@ -216,15 +216,19 @@ TEST_F(MainJob, BackedOutTooOftenGoesToTheBackoutQueueOnlyWhenRemoved) {
   Queues queues("QM1");
   queues.PutText("Q1", "poison");
   queues.RaiseBackoutCount("Q1", 3);
+  MQMD urgent = harness::RichDescriptor(9);
+  queues.Put("Q1", urgent, "worse");
+  queues.RaiseBackoutCount("Q1", 3);
   queues.PutText("Q1", "fine");
   ASSERT_EQ(Tarvo({"-mQM1", "-iQ1", "-oQ2"}).Exit, 0);
-  EXPECT_EQ(queues.Texts("Q2"), (std::vector<std::string>{"poison", "fine"}));
+  EXPECT_EQ(queues.Texts("Q2"), (std::vector<std::string>{"worse", "poison", "fine"}));
   EXPECT_EQ(queues.Depth("Q3"), 0);
   ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
-  const auto moved = Tarvo({"-mQM1", "-IQ1", "-oQ2"});
+  const auto moved = TarvoWithFaults("", {"-mQM1", "-IQ1", "-oQ2"});
   ASSERT_EQ(moved.Exit, 0) << moved.Err;
   EXPECT_EQ(queues.Texts("Q2"), std::vector<std::string>{"fine"});
-  EXPECT_EQ(queues.Texts("Q3"), std::vector<std::string>{"poison"});
+  EXPECT_EQ(queues.Texts("Q3"), (std::vector<std::string>{"worse", "poison"}));
+  EXPECT_EQ(Occurrences(ReadText("trace.txt"), " object=Q3 od="), 1);  // opened once
   EXPECT_EQ(queues.Depth("Q1"), 0);
 }
 
