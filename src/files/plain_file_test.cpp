@@ -265,6 +265,23 @@ TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
   EXPECT_EQ(plain.reason, MQRC_FILE_SYSTEM_ERROR);
 }
 
+TEST_F(PlainFiles, CountLeavesTheInputAtItsStart) {
+  PlainRun plain({"s:<m>", "e:</m>", "p:P", "q:Q"});
+  plain.run.Flags2 |= FLAG2_COUNT_FIRST;
+  ASSERT_EQ(plain.Open(folder.Write("in.txt", "PaQ<m>1</m><m>2</m><m>")), 0);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(CountPlainFile(plain.run), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr().substr(0, 7), "3 bytes");
+  EXPECT_EQ(plain.run.MsgsRead, 2);
+  EXPECT_EQ(plain.run.Plain.MessagesFound, 2);
+  EXPECT_EQ(plain.run.Plain.MessagesWithProperties, 1);
+  EXPECT_FALSE(plain.run.Finished);
+  plain.run.Flags2 &= ~FLAG2_COUNT_FIRST;
+  ASSERT_EQ(PreparePlainFile(plain.run), 0);
+  EXPECT_EQ(plain.ReadAll().size(), 2U);
+  EXPECT_EQ(plain.shown, "");  // the tail has been reported
+}
+
 // A scan that looks at the same bytes again for each candidate, or calls itself for each bracket, takes hours or
 // overflows the stack here.
 TEST_F(PlainFiles, HugeNestingAndManyCandidates) {
