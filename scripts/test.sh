@@ -30,10 +30,9 @@ for part in "${parts[@]}"; do
     tsan)
       # Only what has threads: the consumer of several queues, the common lock.
       cmake --preset tsan -DTARVO_TESTS=ON >/dev/null
-      cmake --build --preset tsan --target tarvo localmq mqm_r faultmq test_common test_engine whole_program_tests \
+      cmake --build --preset tsan --target tarvo localmq mqm_r faultmq test_common whole_program_tests \
         -- -j"$(nproc)" | tail -n 3
       build/tsan/bin/test_common --gtest_filter='*Lock*' --gtest_brief=1
-      build/tsan/bin/test_engine --gtest_filter='Consumer*' --gtest_brief=1
       build/tsan/bin/whole_program_tests --gtest_filter='SeveralInputs*' --gtest_brief=1
       ;;
     *) echo "test.sh: unknown part '$part'" >&2; exit 2 ;;
