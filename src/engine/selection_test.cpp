@@ -163,7 +163,7 @@ TEST(SelectMessage, ReadsNoHeaderBeyondTheMessage) {
     FillField(run->Message.Descriptor.Format, 8, format);
     for (std::size_t size = 0; size < sizeof(MQDLH); ++size) {
       std::vector<MQBYTE> data(size);  // of its own, so that a sanitizer sees a look beyond its end
-      std::memcpy(data.data(), "DLH \1\0\0\0\5\10\0\0", std::min<std::size_t>(size, 12));
+      std::copy_n("DLH \1\0\0\0\5\10\0\0", std::min<std::size_t>(size, 12), data.begin());
       run->Message.Data = data.data();
       run->Message.Length = run->Message.Delivered = static_cast<MQLONG>(size);
       for (const std::uint32_t criterion : {FLAG2_BY_TARGET, FLAG2_BY_DLQ_REASON}) {
