@@ -76,6 +76,41 @@ TEST_F(FullDisk, AFileThatALimitClosesInTheMiddleOfAUnitIsPartOfIt) {
   EXPECT_EQ(queues.Depth("Q1"), 6);
 }
 
+TEST_F(FullDisk, NothingLeavesTheQueueBeforeItsFileIsOnTheDisk) {
+  // The n-th time that the file is forced onto the disk fails: the units that were committed before it are gone.
+  environment()["LD_PRELOAD"] = (harness::LibraryFolder("failing_sync") / "libfailing_sync.so").string();
+  environment()["ASAN_OPTIONS"] = "verify_asan_link_order=0:detect_leaks=0";
+  const struct {
+    std::vector<std::string> Options;
+    const char* Sync;
+    const char* File;
+    int Left;
+  } cases[] = {
+      {{"-IQ1", "-Fall.tvo", "-t10"}, "1", "all.tvo", 40},       {{"-IQ1", "-Fall.tvo", "-t10"}, "3", "all.tvo", 20},
+      {{"-IQ1", "-Fall.tvo", "-t-1"}, "1", "all.tvo", 40},       {{"-IQ1", "-Fall.tvo", "-r#5"}, "1", "all.tvo", 40},
+      {{"-IQ1", "-Fp%n.tvo", "-Lm25"}, "1", "p1.tvo", 40},       {{"-IQ1", "-Fp%n.tvo", "-Lm25"}, "2", "p2.tvo", 40},
+      {{"-IQ1", "-Fall.tvo", "-sm", "-t7"}, "2", "all.tvo", 33}, {{"-iQ1", "-Fall.tvo"}, "1", "all.tvo", 40},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.Options) + " " + c.Sync);
+    Queues queues("QM1");
+    queues.PutNumbered("Q1", 40 - queues.Depth("Q1"));
+    environment()["FAILING_SYNC"] = c.Sync;
+    std::vector<std::string> arguments = {"-mQM1"};
+    arguments.insert(arguments.end(), c.Options.begin(), c.Options.end());
+    const auto outcome = Tarvo(arguments);
+    EXPECT_EQ(outcome.Exit, kResourceProblem);
+    const std::string told = std::string("Error flushing data to file '") + c.File + "'RC(5)\n";
+    EXPECT_NE(outcome.Err.find(told), std::string::npos) << outcome.Err;
+    EXPECT_EQ(queues.Depth("Q1"), c.Left);
+  }
+  std::filesystem::create_directory(Path("all"));
+  environment()["FAILING_SYNC"] = "1";
+  const auto generic = Tarvo({"-mQM1", "-i*", "-Fall/*"});
+  EXPECT_EQ(generic.Exit, kResourceProblem) << generic.Err;
+  EXPECT_EQ(Occurrences(generic.Out, "Done."), 0) << generic.Out;
+}
+
 TEST_F(FullDisk, AClosedPipeIsAFailureAndKeepsTheQueue) {
   Queues queues("QM1");
   queues.PutNumbered("Q1", 2000, std::string(1000, 'x'));
