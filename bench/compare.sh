@@ -28,7 +28,7 @@ cat_time=$(cpu "cat $work/random.tvo > $work/out")
 hex_time=$(cpu "$tarvo -q -f$work/random.tvo -F$work/out")
 row "reformat hex to hex, times cat" "$(ratio "$hex_time" "$cat_time")" "<= 6" "cat in > out"
 xxd_time=$(cpu "xxd -r -p < $work/digits.txt | xxd -p -c 25 > $work/out")
-row "reformat hex to hex, times less than xxd" "$(ratio "$xxd_time" "$hex_time")" ">= 12" "xxd -r -p | xxd -p -c 25"
+row "reformat hex to hex, times less than xxd" "$(ratio "$xxd_time" "$hex_time")" ">= 12" "xxd there and back"
 
 cat_text=$(cpu "cat $work/text.tvo > $work/out")
 "$tarvo" -q -f"$work/text.tvo" -F"$work/ascii.tvo" -dA
