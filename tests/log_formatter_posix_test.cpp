@@ -25,6 +25,7 @@ class LogFormatter : public Sandbox {
 };
 
 TEST_F(LogFormatter, IsStartedAndItsOutputIsRead) {
+  CreateQueueManager("QM1", {});
   CreateQueueManager("QM2", {"BACK"});
   WriteText("formatted", Dump());
   Install("cat formatted\necho 'AMQ8101: told on stderr' >&2\n");

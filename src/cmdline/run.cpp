@@ -57,9 +57,7 @@ void TakeStartTime(Parameters& run) {
 MQLONG ConnectQMgrs(Parameters& run) {
   const bool readsQueues = run.HasInputQueues() && !run.LogMode;
   if (!readsQueues && !run.HasOutputQueue()) return 0;
-  // A log is read without the queue manager that wrote it, which may well be damaged.
-  const bool logOnly = run.LogMode && run.OutputQMgr != run.InputQMgr;
-  MQLONG reason = logOnly ? 0 : ConnectQMgr(run, InputConn(run));
+  MQLONG reason = ConnectQMgr(run, InputConn(run));
   if (reason == 0 && run.OutputQMgr != run.InputQMgr) reason = ConnectQMgr(run, OutputConn(run));
   if (InputConn(run).CommandLevel < kForceRfh2Level) run.Flags2 |= FLAG2_NO_FORCE_RFH2;
   return reason;

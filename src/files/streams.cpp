@@ -221,12 +221,14 @@ std::size_t InputFile::ReadFrom(void* buffer, std::size_t bytes) {
   }
   if (!translates_ || got == 0) return got;
   if (text[got - 1] == '\r') {
+    // The block ends between the two: this carriage return goes, one before it stays.
     const int next = std::getc(file_);
     if (next == '\n') {
-      text[got - 1] = '\n';
-    } else if (next != EOF) {
-      std::ungetc(next, file_);
+      const std::size_t left = DropCarriageReturns(text, got - 1);
+      text[left] = '\n';
+      return left + 1;
     }
+    if (next != EOF) std::ungetc(next, file_);
   }
   return DropCarriageReturns(text, got);
 }

@@ -34,15 +34,15 @@ TEST(Streams, LinesAcrossBlocks) {
 
 TEST(Streams, TextModeOfWindowsEndsAtNothingButTheEnd) {
   const TestFolder folder;
-  const std::string filler(kStreamBlock - 9, 'x');
-  const std::string content = "a\r\n\r\rb\x1a\n" + filler + "\r\n\rc\r\r\nd\r";
+  const std::string filler(kStreamBlock - 10, 'x');
+  const std::string content = "a\r\n\r\rb\x1a\n" + filler + "\r\r\n\rc\r\r\nd\r";
   for (const char* mode : {"r", "rb"}) {
     InputFile in;
     ASSERT_EQ(in.Open(folder.Write("in", content).c_str(), mode), 0);
     std::string lines;
     for (std::string_view line; !(line = in.NextLine()).empty();) lines += line;
     const bool text = Platform() == PlatformKind::Windows && std::string_view(mode) == "r";
-    EXPECT_TRUE(lines == (text ? "a\n\r\rb\x1a\n" + filler + "\n\rc\r\nd\r" : content)) << mode;
+    EXPECT_TRUE(lines == (text ? "a\n\r\rb\x1a\n" + filler + "\r\n\rc\r\nd\r" : content)) << mode;
   }
 }
 
