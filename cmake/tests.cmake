@@ -18,7 +18,8 @@ function(tarvo_tests program prefix)
   foreach(shard RANGE 1 ${shards})
     math(EXPR index "${shard} - 1")
     set(name ${prefix}/${program}-${shard})
-    add_test(NAME ${name} COMMAND ${program} --gtest_brief=1 --gtest_filter=-${not_under_wine})
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine_test.sh $<TARGET_FILE:${program}> --gtest_brief=1
+                                  --gtest_filter=-${not_under_wine})
     set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT
                          "GTEST_TOTAL_SHARDS=${shards};GTEST_SHARD_INDEX=${index}")
   endforeach()

@@ -7,13 +7,14 @@ cd "$(dirname "$0")/.."
 scripts/packages.sh windows
 scripts/fetch_sqlite.sh
 cmake --preset windows -DTARVO_TESTS=ON >/dev/null
-cmake --build --preset windows -- -j"$(nproc)" | tail -n 3
+cmake --build --preset windows -- -j"$(nproc)" >build/windows.log || { tail -n 60 build/windows.log; exit 1; }
 
 # A Windows of its own, made new. C:\temp is where the trap record and the format test's file go.
 export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
 rm -rf "$WINEPREFIX"
 stop_wine() { /usr/lib/wine/wineserver64 -k || true; }
 trap stop_wine EXIT
+/usr/lib/wine/wineserver64 -p  # stays between the tests
 scripts/wine.sh wineboot -i >/dev/null 2>&1
 mkdir -p "$WINEPREFIX/drive_c/temp"
 
