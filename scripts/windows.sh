@@ -14,8 +14,9 @@ export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
 rm -rf "$WINEPREFIX"
 stop_wine() { /usr/lib/wine/wineserver64 -k || true; }
 trap stop_wine EXIT
-scripts/wine.sh wineboot -i >/dev/null 2>&1
+mkdir -p "$WINEPREFIX"
 /usr/lib/wine/wineserver64 -p  # stays between the tests
+scripts/wine.sh wineboot -i >/dev/null 2>&1
 mkdir -p "$WINEPREFIX/drive_c/temp"
 
 ctest --test-dir build/windows --output-on-failure -j"$(nproc)"
