@@ -23,7 +23,7 @@ ctest --test-dir build/windows --output-on-failure -j"$(nproc)"
 
 echo "== Message files from Linux to Windows and back"
 [ -e build/release/build.ninja ] || cmake --preset release -DTARVO_TESTS=OFF -DTARVO_BENCH=OFF >/dev/null
-cmake --build --preset release --target tarvo localmq mqm_r -- -j"$(nproc)" | tail -n 1
+cmake --build --preset release --target tarvo localmq mqm_r -- -j"$(nproc)" >build/release.log || { tail -n 60 build/release.log; exit 1; }
 root=$PWD
 work=$root/build/carried
 rm -rf "$work"

@@ -64,6 +64,7 @@ TEST_F(Windows, LibrariesAreFoundWhereTheInstallationIs) {
 }
 
 TEST_F(Windows, LogFormatterIsStarted) {
+  CreateQueueManager("OWNER", {});
   fs::create_directories(Path("mq inst/bin64"));
   fs::copy_file(harness::ProgramFolder() / "log_formatter_stub.exe", Path("mq inst/bin64/dmpmqlog.exe"));
   environment()["MQ_INSTALLATION_PATH"] = Native("mq inst");
