@@ -8,9 +8,13 @@ parts=("$@")
 
 scripts/packages.sh build test
 
+# build <preset> [more arguments of cmake --build]
 build() {
-  cmake --preset "$1" -DTARVO_TESTS=ON >/dev/null
-  cmake --build --preset "$1" -- -j"$(nproc)" >"build/$1.log" || { tail -n 60 "build/$1.log"; return 1; }
+  local preset=$1
+  shift
+  cmake --preset "$preset" -DTARVO_TESTS=ON >/dev/null
+  cmake --build --preset "$preset" "$@" -- -j"$(nproc)" >"build/$preset.log" ||
+    { tail -n 60 "build/$preset.log"; return 1; }
 }
 
 for part in "${parts[@]}"; do
@@ -29,9 +33,7 @@ for part in "${parts[@]}"; do
     fuzz) scripts/fuzz.sh 60 ;;
     tsan)
       # Only what has threads: the consumer of several queues, the common lock.
-      cmake --preset tsan -DTARVO_TESTS=ON >/dev/null
-      cmake --build --preset tsan --target tarvo localmq mqm_r faultmq test_common whole_program_tests \
-        -- -j"$(nproc)" | tail -n 3
+      build tsan --target tarvo localmq mqm_r faultmq test_common whole_program_tests
       build/tsan/bin/test_common --gtest_filter='*Lock*' --gtest_brief=1
       build/tsan/bin/whole_program_tests --gtest_filter='SeveralInputs*' --gtest_brief=1
       ;;

@@ -5,8 +5,8 @@ here=$(dirname "$0")
 for _ in 1 2 3; do
   output=$("$here/wine.sh" "$@" 2>&1)
   status=$?
-  [ $status -eq 0 ] || [ -n "$output" ] || { echo "Wine did not start $1 (exit code $status)" && continue; }
-  break
+  if [ $status -eq 0 ] || [ -n "$output" ]; then break; fi
+  echo "Wine did not start $1 (exit code $status)"
 done
 printf '%s\n' "$output"
 exit $status

@@ -3,7 +3,7 @@
 
 #include <ctime>
 
-#include "still_clock_posix.h"
+#include "preload_posix.h"
 
 namespace {
 

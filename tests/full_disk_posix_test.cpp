@@ -1,7 +1,7 @@
 // Outputs that take no more: a full disk, a limit on the file's size, a closed pipe. A failed write never ends with
 // success, nor with the queue emptied.
 
-#include "harness.h"
+#include "preload_posix.h"
 
 namespace {
 
@@ -78,8 +78,7 @@ TEST_F(FullDisk, AFileThatALimitClosesInTheMiddleOfAUnitIsPartOfIt) {
 
 TEST_F(FullDisk, NothingLeavesTheQueueBeforeItsFileIsOnTheDisk) {
   // The n-th time that the file is forced onto the disk fails: the units that were committed before it are gone.
-  environment()["LD_PRELOAD"] = (harness::LibraryFolder("failing_sync") / "libfailing_sync.so").string();
-  environment()["ASAN_OPTIONS"] = "verify_asan_link_order=0:detect_leaks=0";
+  harness::Preload(environment(), harness::LibraryFolder("failing_sync") / "libfailing_sync.so");
   const struct {
     std::vector<std::string> Options;
     const char* Sync;
@@ -96,9 +95,7 @@ TEST_F(FullDisk, NothingLeavesTheQueueBeforeItsFileIsOnTheDisk) {
     Queues queues("QM1");
     queues.PutNumbered("Q1", 40 - queues.Depth("Q1"));
     environment()["FAILING_SYNC"] = c.Sync;
-    std::vector<std::string> arguments = {"-mQM1"};
-    arguments.insert(arguments.end(), c.Options.begin(), c.Options.end());
-    const auto outcome = Tarvo(arguments);
+    const auto outcome = Tarvo(Joined({"-mQM1"}, c.Options));
     EXPECT_EQ(outcome.Exit, kResourceProblem);
     const std::string told = std::string("Error flushing data to file '") + c.File + "'RC(5)\n";
     EXPECT_NE(outcome.Err.find(told), std::string::npos) << outcome.Err;

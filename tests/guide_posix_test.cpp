@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "still_clock_posix.h"
+#include "preload_posix.h"
 
 namespace {
 

@@ -43,9 +43,7 @@ TEST_F(LogFormatter, IsStartedAndItsOutputIsRead) {
        {"<-m>", "<QM1>", "<-f>", "</logs of mq/QM1>", "<-b>"}},
   };
   for (const auto& c : cases) {
-    std::vector<std::string> arguments = c.Log;
-    arguments.insert(arguments.end(), {"-iq1", "-mQM2", "-oBACK"});
-    const auto outcome = Tarvo(arguments);
+    const auto outcome = Tarvo(Joined(c.Log, {"-iq1", "-mQM2", "-oBACK"}));
     EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
     EXPECT_NE(outcome.Err.find("Issuing command " + program + " " + c.Shown + "\n"), std::string::npos) << outcome.Err;
     EXPECT_NE(outcome.Err.find("\nAMQ8101: told on stderr\n"), std::string::npos) << outcome.Err;

@@ -59,9 +59,7 @@ TEST_F(ManyDestinations, EveryOneThatCannotBeOpenedIsNamed) {
   for (const auto& c : cases) {
     for (const char* form : {"-t200", "-OI"}) {
       Fill(2);
-      Arguments arguments = {"-mQM1", "-IIN", form};
-      arguments.insert(arguments.end(), c.Destinations.begin(), c.Destinations.end());
-      const auto outcome = Tarvo(arguments);
+      const auto outcome = Tarvo(Joined({"-mQM1", "-IIN", form}, c.Destinations));
       EXPECT_EQ(outcome.Exit, ExitStatus(c.Reason)) << outcome.Err;
       for (const auto& line : c.Lines) EXPECT_EQ(Occurrences(outcome.Err, line + "\n"), 1) << outcome.Err;
       EXPECT_EQ(Occurrences(outcome.Err, "MQOPEN on"), 2) << outcome.Err;
@@ -88,9 +86,7 @@ TEST_F(ManyDestinations, OneThatFailsLaterFailsTheMessage) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.Options.front() + " " + c.Options.back());
     Fill(5);
-    Arguments arguments = {"-mQM1", "-IIN", "-oA", "-oB", "-oC"};
-    arguments.insert(arguments.end(), c.Options.begin(), c.Options.end());
-    const auto outcome = Tarvo(arguments);
+    const auto outcome = Tarvo(Joined({"-mQM1", "-IIN", "-oA", "-oB", "-oC"}, c.Options));
     EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_Q_FULL)) << outcome.Err;
     EXPECT_EQ(Occurrences(outcome.Err, "MQPUT(B) failed RC(2053) Queue full\n"), 1) << outcome.Err;
     EXPECT_EQ(Depths(), c.Depths);

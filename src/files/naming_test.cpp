@@ -66,11 +66,17 @@ TEST(OutputFiles, RenamingNeverReplaces) {
   EXPECT_EQ(folder.ReadText("Q1.tvo") + folder.ReadText("Q1$1.tvo"), "newold");
 }
 
-TEST(Progress, LineOnATerminal) {
+class Progress : public testing::Test {
+ protected:
+  Progress() {
+    run.Screen.StdinIsTerminal = true;
+    run.InputFileName.Assign("in.txt");
+    testing::internal::CaptureStderr();
+  }
   Parameters run;
-  run.Screen.StdinIsTerminal = true;
-  run.InputFileName.Assign("in.txt");
-  testing::internal::CaptureStderr();
+};
+
+TEST_F(Progress, LineOnATerminal) {
   StartProgressLine(run, 1000, "in.txt");
   run.Reader.FileBytes = 250;
   ShowProgress(run, true);  // drawn once a second at most
@@ -89,11 +95,7 @@ TEST(Progress, LineOnATerminal) {
   EXPECT_FALSE(run.Progress.Active);
 }
 
-TEST(Progress, NothingIsDividedByAnEmptyFileOrAStart) {
-  Parameters run;
-  run.Screen.StdinIsTerminal = true;
-  run.InputFileName.Assign("in.txt");
-  testing::internal::CaptureStderr();
+TEST_F(Progress, NothingIsDividedByAnEmptyFileOrAStart) {
   StartProgressLine(run, 0, "in.txt");
   run.Progress.LastPercent = 50;
   run.Progress.LastTime -= 1;
