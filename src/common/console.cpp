@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "cmdline/parameters.h"
+#include "platform/system.h"
 
 namespace {
 
@@ -53,6 +54,13 @@ std::string FormatText(const char* format, ...) {
   std::string text = FormatArguments(format, arguments);
   va_end(arguments);
   return text;
+}
+
+std::string WithCause(std::string_view text, int error) {
+  if (error == 0) return std::string(text);
+  const bool line = text.ends_with('\n');
+  if (line) text.remove_suffix(1);
+  return std::string(text) + ": " + SystemErrorText(error) + (line ? "\n" : "");
 }
 
 void PrintDiagnosticText(Parameters& run, std::string_view text) {

@@ -40,5 +40,9 @@ void EraseInPlace(Parameters& run);
 // dropped. Returns false at the end of input.
 bool ReadAnswer(std::string& answer, std::size_t limit);
 
+// "<text>: <what the system says of the error number>"; a line end at the end of `text` stays at the end. An error of 0
+// adds nothing.
+std::string WithCause(std::string_view text, int error);
+
 // printf into a std::string.
 std::string FormatText(const char* format, ...) __attribute__((format(printf, 1, 2)));
