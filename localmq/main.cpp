@@ -3,9 +3,11 @@
 #include <iostream>
 #include <memory>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
+#include "common/visible_text.h"
 #include "localmq/mqsc.h"
 #include "localmq/store.h"
 #include "platform/terminal.h"
@@ -49,8 +51,33 @@ that comes with this program (libmqm_r.so, on Windows mqm.dll): set MQM_DLL_PATH
 Exit status: 0, 10 when an MQSC command was not carried out, 20 when nothing could be done.
 )help";
 
+// Writes each line to `to` so that no data in it steers the terminal.
+class VisibleLines : public std::streambuf {
+ public:
+  explicit VisibleLines(std::streambuf* to) : to_(to) {}
+
+ protected:
+  int_type overflow(int_type c) override {
+    if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+    line_ += traits_type::to_char_type(c);
+    return line_.back() != '\n' || WriteLine() ? c : traits_type::eof();
+  }
+  int sync() override { return WriteLine() ? to_->pubsync() : -1; }
+
+ private:
+  bool WriteLine() {
+    const std::string shown = VisibleText(line_);
+    line_.clear();
+    const auto length = static_cast<std::streamsize>(shown.size());
+    return to_->sputn(shown.data(), length) == length;
+  }
+
+  std::streambuf* to_;
+  std::string line_;
+};
+
 int Refuse(const std::string& text) {
-  std::cerr << "localmq: " << text << '\n';
+  std::cerr << VisibleText("localmq: " + text + '\n');
   return kNotRun;
 }
 
@@ -154,12 +181,16 @@ int main(int argc, char** argv) {
     return kSuccess;
   }
   const std::vector<std::string> rest(words.begin() + 1, words.end());
+  VisibleLines lines(std::cout.rdbuf());
+  std::streambuf* const own = StdoutIsTerminal() ? std::cout.rdbuf(&lines) : std::cout.rdbuf();
   const int status = words[0] == "create"        ? Create(rest)
                      : words[0] == "delete"      ? Delete(rest)
                      : words[0] == "list"        ? List(rest)
                      : words[0].starts_with('-') ? Refuse("there is no option " + words[0] + "; see localmq --help.")
                                                  : Administer(words[0], rest);
   // An answer that could not be written is no success.
-  if (!std::cout.flush() && status == kSuccess) return kNotRun;
+  const bool written = !!std::cout.flush();
+  std::cout.rdbuf(own);
+  if (!written && status == kSuccess) return kNotRun;
   return status;
 }

@@ -28,9 +28,10 @@ struct Session {
 
 class OnTerminal : public Sandbox {
  protected:
-  // Runs tarvo with a terminal of `rows` rows as its standard streams; what it writes comes back in one text.
-  Session Run(const std::vector<std::string>& arguments, const std::vector<Exchange>& exchanges, int rows = 24) {
-    std::vector<std::string> words = {(harness::ProgramFolder() / "tarvo").string()};
+  // Runs a program with a terminal of `rows` rows as its standard streams; what it writes comes back in one text.
+  Session Run(const std::vector<std::string>& arguments, const std::vector<Exchange>& exchanges, int rows = 24,
+              const char* program = "tarvo") {
+    std::vector<std::string> words = {(harness::ProgramFolder() / program).string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
     for (auto& word : words) argv.push_back(word.data());
@@ -195,6 +196,41 @@ TEST_F(OnTerminal, LoadingShowsItsProgressInPlace) {
   WriteText("part2", "1234\n5678\n");
   const auto set = Run({"-mQM1", "-oQ1", "-fpart%n", "-nF!", "-Cd", "-D1100"}, {});
   EXPECT_NE(set.Screen.find("Loading 'part2' :  0%\b\b\b\b\b: 50%  ETA:"), std::string::npos) << set.Screen;
+}
+
+TEST_F(OnTerminal, NothingThatIsShownSteersTheTerminal) {
+  const std::string data =
+      "\x1B]0;title\x07\x9B"
+      "2J\r\xC2\x85 \xC3\xA9 \xE2\x82\xAC";
+  const std::string shown = ".]0;title..2J... \xC3\xA9 \xE2\x82\xAC";
+  CreateQueueManager("QM1", {"Q1"}, "ALTER QLOCAL(Q1) DESCR('" + data + "')\n");
+  MQMD descriptor;
+  std::copy_n("\x9B\xC3\x9B", 3, descriptor.ReplyToQ);
+  Queues("QM1").Put("Q1", descriptor, data);
+  environment()["ORVEX_TARVO_PARMS"] = "1";
+  environment()["MQACCESS_DEBUG"] = "1";
+  const struct {
+    const char* Program;
+    std::vector<std::string> Arguments;
+    std::string Shown;
+  } cases[] = {
+      {"tarvo", {"-q", "-mQM1", "-iQ1", "-fstdout", "-dr"}, "\n" + shown + "\r\n"},
+      {"tarvo", {"-q", "-mQM1", "-iQ1", "-fstdout"}, "A RTQ .\xC3\x9B"},
+      {"tarvo", {"-f" + data, "-ocopy"}, "] = '-f" + shown + "'\r\n"},
+      {"tarvo", {"-f" + data, "-Fcopy"}, " file '" + shown + "'"},
+      {"tarvo", {"-mQM1", "-l" + data, "-iQ1", "-fnull"}, shown + "'\r\nLoad failed"},
+      {"localmq", {"QM1", "DISPLAY QLOCAL(Q1) DESCR"}, shown},
+      {"localmq", {data}, "queue manager '" + shown + "'"},
+  };
+  for (const auto& c : cases) {
+    const std::string screen = Run(c.Arguments, {}, 24, c.Program).Screen;
+    EXPECT_NE(screen.find(c.Shown), std::string::npos) << testing::PrintToString(screen);
+    EXPECT_EQ(screen.find_first_of("\x1B\x07"), std::string::npos) << testing::PrintToString(screen);
+  }
+  // Where nobody looks, bytes are bytes.
+  environment().erase("ORVEX_TARVO_PARMS");
+  environment().erase("MQACCESS_DEBUG");
+  EXPECT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-fstdout", "-dr", "-dN", "-dH"}).Out, data + "\n");
 }
 
 }  // namespace

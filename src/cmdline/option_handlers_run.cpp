@@ -1,7 +1,6 @@
 // The run itself: -O -q -v -V.
 
 #include <cinttypes>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -23,7 +22,7 @@ constexpr LetterBits kGeneralLetters[] = {
 void ShowMachineInformation(Parameters& run) {
   run.Flags2 |= FLAG2_MACHINE_INFO;
   ShowBanner(run);
-  std::printf("  User Identifier:%s\n  Machine Name   :%s\n\n", UserName(), ComputerName());
+  PrintOutput("  User Identifier:%s\n  Machine Name   :%s\n\n", UserName(), ComputerName());
 }
 
 // What follows an 'S': one character, or "(...)" with the name of a feature; of one that is never closed, the first
@@ -35,7 +34,7 @@ const char* ApplyFeature(Parameters& run, const char* at) {
   const std::size_t length = std::strcspn(at, ")");
   if (at[length] == '\0') return length == 0 ? at : at + 1;
   if (std::string_view(at, length) == "CFH3") {
-    std::printf("CFH3 Processing Active\n");
+    PrintOutput("CFH3 Processing Active\n");
     run.PcfFlags |= PCF_CFH3;
   }
   return at + length + 1;

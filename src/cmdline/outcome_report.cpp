@@ -1,7 +1,6 @@
 #include "cmdline/outcome_report.h"
 
 #include <cinttypes>
-#include <cstdio>
 
 #include "cmdline/parameters.h"
 #include "display/summary.h"
@@ -51,7 +50,7 @@ void ShowOutcome(Parameters& run, const Outcome& outcome, const QueueElement* qu
   if (!run.MessageText.empty()) PrintDiagnostic(run, "%s\n", run.MessageText.c_str());
   if (outcome.SkipReport) return;
   if (run.Has(FLAG_QUIET)) {
-    if (run.Has2(FLAG2_COUNT)) std::printf("%" PRId64, run.MsgsWritten);
+    if (run.Has2(FLAG2_COUNT)) PrintOutput("%" PRId64, run.MsgsWritten);
     return;
   }
   if (outcome.ReportEnabled) ShowTotals(run, queue);

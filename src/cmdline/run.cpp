@@ -34,7 +34,7 @@ QueueElement* FirstInput(Parameters& run) {
 
 void EchoArguments(int argc, char** argv) {
   if (std::getenv("ORVEX_TARVO_PARMS") == nullptr) return;
-  for (int i = 0; i < argc; ++i) std::printf("argv[%d] = '%s'\n", i, argv[i]);
+  for (int i = 0; i < argc; ++i) PrintOutput("argv[%d] = '%s'\n", i, argv[i]);
 }
 
 void SetUpConsole(Console& screen) {

@@ -1,17 +1,24 @@
 #include "common/console.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <new>
 
 #include "cmdline/parameters.h"
+#include "common/visible_text.h"
 #include "platform/system.h"
+#include "platform/terminal.h"
 
 namespace {
 
+bool WriteAll(std::FILE* file, std::string_view text) {
+  return std::fwrite(text.data(), 1, text.size(), file) == text.size();
+}
+
 // One write, so that lines of two threads do not mix.
 void WriteToStderr(std::string_view text) {
-  std::fwrite(text.data(), 1, text.size(), stderr);
+  WriteAll(stderr, text);
   std::fflush(stderr);
 }
 
@@ -37,7 +44,7 @@ __attribute__((format(printf, 1, 0))) std::string FormatArguments(const char* fo
 // What it takes to replace `shown` characters in place by `text`, leaving the cursor behind it.
 std::string Redrawn(std::size_t shown, std::string_view text) {
   std::string out(shown, '\b');
-  out += text;
+  out += VisibleText(text);
   if (shown > text.size()) {
     const std::size_t excess = shown - text.size();
     out.append(excess, ' ');
@@ -73,7 +80,7 @@ void PrintDiagnosticText(Parameters& run, std::string_view text) {
   if (run.Log.ReadingDumpFile && run.Log.DumpLineNumber != 0) {
     out += FormatText("Line No. %d: ", static_cast<int>(run.Log.DumpLineNumber));
   }
-  out += text;
+  out += VisibleText(text);
   WriteToStderr(out);
 }
 
@@ -83,6 +90,24 @@ void PrintDiagnostic(Parameters& run, const char* format, ...) {
   const std::string text = FormatArguments(format, arguments);
   va_end(arguments);
   PrintDiagnosticText(run, text);
+}
+
+bool WriteStandardOutput(std::string_view text) {
+  static const bool terminal = StdoutIsTerminal();
+  if (!terminal) return WriteAll(stdout, text);
+  try {
+    return WriteAll(stdout, VisibleText(text));
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return false;
+  }
+}
+
+void PrintOutput(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  WriteStandardOutput(FormatArguments(format, arguments));
+  va_end(arguments);
 }
 
 void SetMessageText(Parameters& run, const char* format, ...) {

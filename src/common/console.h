@@ -1,8 +1,9 @@
 #pragma once
 
-// What the user sees on standard error, and the state of the console. Every line goes through PrintDiagnostic, which
+// What the user sees, and the state of the console. Every line on standard error goes through PrintDiagnostic, which
 // ends a progress line that stands in place before it writes, so that neither tears the other. At most one progress
-// line stands on the terminal at a time; it is drawn with ShowInPlace.
+// line stands on the terminal at a time; it is drawn with ShowInPlace. Results on standard output go through
+// WriteStandardOutput. No data in either steers the terminal: what would is shown as dots (VisibleText).
 
 #include <cstddef>
 #include <cstdint>
@@ -25,8 +26,14 @@ struct Console {
 // Writes one formatted text to standard error and flushes it. A progress line that stands in place is drawn once more
 // and ended first. While a log dump file is read, the text is preceded by its line number.
 void PrintDiagnostic(Parameters& run, const char* format, ...) __attribute__((format(printf, 2, 3)));
-// The same for a text that is already complete (no format, written as it is).
+// The same for a text that is already complete (no format).
 void PrintDiagnosticText(Parameters& run, std::string_view text);
+
+// Writes to standard output, as VisibleText shows it where that is a terminal, else byte by byte as it is. What is not
+// written yet stays in the C library's buffer. Returns false, with errno, when a write failed.
+bool WriteStandardOutput(std::string_view text);
+// Formats one text and writes it so.
+void PrintOutput(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Formats the message that the run driver prints once at the end (`MessageText`); cut to its 711 characters.
 void SetMessageText(Parameters& run, const char* format, ...) __attribute__((format(printf, 2, 3)));

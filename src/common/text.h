@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "common/visible_text.h"
+
 // A NUL-terminated text of at most N characters, stored in place. Always terminated; assignment cuts what does not fit.
 template <std::size_t N>
 class Text {
@@ -17,9 +19,9 @@ class Text {
   Text() = default;
   Text(std::string_view text) { Assign(text); }  // NOLINT(google-explicit-constructor): a text is a text
 
-  // Returns false when the text was cut to N characters.
+  // Returns false when the text was cut, behind a whole character.
   bool Assign(std::string_view text) {
-    const std::size_t n = std::min(text.size(), N);
+    const std::size_t n = WholeCharacters(text, N);
     if (n > 0) std::memmove(chars_, text.data(), n);
     chars_[n] = '\0';
     return n == text.size();

@@ -50,7 +50,7 @@ void AnnounceSleep(std::int64_t milliseconds) {
   if (const std::tm* local = std::localtime(&now); local != nullptr) {
     std::strftime(clock, sizeof clock, "%H:%M", local);
   }
-  std::printf("%5.5s - sleeping for %s\n", clock, FormatDuration((milliseconds + 500) / 1000).c_str());
+  PrintOutput("%5.5s - sleeping for %s\n", clock, FormatDuration((milliseconds + 500) / 1000).c_str());
   std::fflush(stdout);
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -65,7 +64,7 @@ void RepairCfh(CurrentMessage& message) {
   if (message.Length < MQCFH_STRUC_LENGTH) return;
   const MQLONG version = CfhVersion(descriptor, message.Data, message.Length);
   if (version >= MQCFH_VERSION_3) return;
-  std::printf("\nMQCFH updated from %d to %d\n", version, MQCFH_VERSION_3);
+  PrintOutput("\nMQCFH updated from %d to %d\n", version, MQCFH_VERSION_3);
   const std::uint32_t value = MQCFH_VERSION_3;
   const std::uint32_t stored = IntegersReversed(descriptor) ? __builtin_bswap32(value) : value;
   std::memcpy(message.Data + offsetof(MQCFH, Version), &stored, sizeof stored);

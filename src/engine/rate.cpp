@@ -42,7 +42,7 @@ void StartPeriod(RateState& pace) {
 
 bool EndTimePassed(const RateState& pace) {
   if (pace.RateEndTime == 0 || pace.Clock->Seconds() <= pace.RateEndTime) return false;
-  std::printf("Required Rate End Time Reached.\n");
+  PrintOutput("Required Rate End Time Reached.\n");
   std::fflush(stdout);
   return true;
 }
@@ -53,10 +53,10 @@ MQLONG PaceFixed(Parameters& run, bool& ended) {
   const std::int64_t elapsed = ElapsedMillis(pace);
   const std::int64_t remain = kPeriod - elapsed;
   if (remain < 0) {
-    std::printf("Can not achieve %d msgs/second, took %.1f seconds\n", run.Rate,
+    PrintOutput("Can not achieve %d msgs/second, took %.1f seconds\n", run.Rate,
                 static_cast<double>(elapsed) / kPeriod);
   } else {
-    std::printf("%d msgs sent in %d milliseconds\n", run.Rate, static_cast<int>(elapsed));
+    PrintOutput("%d msgs sent in %d milliseconds\n", run.Rate, static_cast<int>(elapsed));
   }
   std::fflush(stdout);
   if (remain > 0) pace.Clock->Sleep(remain);
@@ -76,9 +76,9 @@ struct Period {
 
 void ShowPeriodRate(const Parameters& run, const Period& period) {
   if (VerboseRate(run)) {
-    std::printf("%5" PRId64 " msgs sent in %4" PRId64 " milliseconds\n", period.Consumed, period.Elapsed);
+    PrintOutput("%5" PRId64 " msgs sent in %4" PRId64 " milliseconds\n", period.Consumed, period.Elapsed);
   } else {
-    std::printf("Message Rate %5" PRId64 " msgs/sec\n", period.Consumed);
+    PrintOutput("Message Rate %5" PRId64 " msgs/sec\n", period.Consumed);
   }
 }
 
@@ -103,7 +103,7 @@ void AdjustGuess(Parameters& run, const Period& period) {
   double factor = Adjustment(pace, period);
   constexpr std::int64_t kMost = std::numeric_limits<int>::max();
   if (period.Consumed == 0) {
-    std::printf("Target Queue does not appear to be being processed.\n");
+    PrintOutput("Target Queue does not appear to be being processed.\n");
     pace.RateClamp = false;
   } else {
     if (period.Depth < kDeepQueue && pace.RateGuess == 0) {
@@ -114,7 +114,7 @@ void AdjustGuess(Parameters& run, const Period& period) {
   std::fflush(stdout);
   if (pace.RateGuess < kCautiousGuess) pace.RateClamp = false;
   if (pace.RateClamp) factor = std::clamp(factor, kSmallestStep, kBiggestStep);
-  if (VerboseRate(run)) std::printf("  Adjust:%.2f\n", factor);
+  if (VerboseRate(run)) PrintOutput("  Adjust:%.2f\n", factor);
   pace.RateGuess = static_cast<int>(std::min(pace.RateGuess * factor, static_cast<double>(kMost)));
 }
 
@@ -129,7 +129,7 @@ MQLONG PaceAdaptive(Parameters& run, bool& ended) {
   period.Depth = TargetDepth(run);
   period.Consumed = std::int64_t{pace.RateDepth} - period.Depth + pace.RatePeriodCount;
   if (VerboseRate(run)) {
-    std::printf("  Period:%d Guess:%d Rate:%d Remain:%d Depth:%d Processed:%d\n", static_cast<int>(period.Elapsed),
+    PrintOutput("  Period:%d Guess:%d Rate:%d Remain:%d Depth:%d Processed:%d\n", static_cast<int>(period.Elapsed),
                 pace.RateGuess, pace.RatePeriodCount, pace.RateDepth, period.Depth, static_cast<int>(period.Consumed));
   }
   pace.RateDepth = period.Depth;
@@ -137,9 +137,9 @@ MQLONG PaceAdaptive(Parameters& run, bool& ended) {
   const bool sleeps = period.Remain > kShortestSleep;
   if (VerboseRate(run)) {
     if (sleeps) {
-      std::printf("  Sleeping for %d\n", static_cast<int>(period.Remain));
+      PrintOutput("  Sleeping for %d\n", static_cast<int>(period.Remain));
     } else {
-      std::printf("  Sleep skipped\n");
+      PrintOutput("  Sleep skipped\n");
     }
     std::fflush(stdout);
   }

@@ -42,25 +42,25 @@ MQMD TestDescriptor() {
 }
 
 [[noreturn]] void Mismatch(const char* text, int line, long long value) {
-  std::fputs(text, stdout);
+  WriteStandardOutput(text);
   std::fflush(stdout);
   CSTrap("tarvofnc", __TIMESTAMP__, line, value);
 }
 
 bool WriteTestFile(Parameters& test, const std::string& name) {
   if (test.Writer.Out.Adopt(OpenTemporaryForWrite(name)) != 0) {
-    std::printf("Can not open test file '%s' for output\n", name.c_str());
+    PrintOutput("Can not open test file '%s' for output\n", name.c_str());
     return false;
   }
   MQLONG reason = WriteFileMessage(test);
   if (reason == 0) reason = CloseOutputFile(test);
-  if (reason != 0) std::printf("WriteFileMessage returned RC(%d)\n", reason);
+  if (reason != 0) PrintOutput("WriteFileMessage returned RC(%d)\n", reason);
   return reason == 0;
 }
 
 bool ReadTestFile(Parameters& test, const std::string& name) {
   if (test.Reader.In.Open(name.c_str(), "r") != 0) {
-    std::printf("Can not open test file '%s' for input\n", name.c_str());
+    PrintOutput("Can not open test file '%s' for input\n", name.c_str());
     return false;
   }
   test.Reader.Line = {};
@@ -69,12 +69,12 @@ bool ReadTestFile(Parameters& test, const std::string& name) {
   std::memset(static_cast<void*>(&test.Message.Descriptor), 0, sizeof test.Message.Descriptor);
   bool end = false;
   const MQLONG reason = ReadFileMessage(test, end);
-  if (reason != 0) std::printf("ReadFileMessage returned RC(%d)\n", reason);
+  if (reason != 0) PrintOutput("ReadFileMessage returned RC(%d)\n", reason);
   return reason == 0;
 }
 
 bool TestLayout(Parameters& test, const LayoutCase& layout, const MQMD& descriptor, MQBYTE* data) {
-  std::fputs(layout.Title, stdout);
+  WriteStandardOutput(layout.Title);
   const std::string name = TemporaryFilePath("tarvo.tst");
   test.Flags = (test.Flags & ~(FLAG_ASCII_LINES | FLAG_ASCII_COLUMNS)) | layout.Flags;
   test.Reader.In.Close();
@@ -96,11 +96,11 @@ bool TestLayout(Parameters& test, const LayoutCase& layout, const MQMD& descript
 bool TestLayouts(Parameters& test) {
   const std::unique_ptr<MQBYTE, void (*)(void*)> data(static_cast<MQBYTE*>(CSGetMem(kDataLength)), CSFreeMem);
   if (data == nullptr || GrowMessageBuffer(test, kDataLength) != 0) {
-    std::printf("Can not allocate %d bytes\n", kDataLength);
+    PrintOutput("Can not allocate %d bytes\n", kDataLength);
     return false;
   }
   if (CreateLineBuffer(test) != 0) {
-    std::printf("Can not allocate line area\n");
+    PrintOutput("Can not allocate line area\n");
     return false;
   }
   for (int i = 0; i < kDataLength; ++i) data.get()[i] = static_cast<MQBYTE>(i);
@@ -114,12 +114,12 @@ bool TestLayouts(Parameters& test) {
 }  // namespace
 
 void RunFileFormatTest(Parameters&) {
-  std::printf("\nRunning file format tests");
-  std::printf("\n-------------------------\n");
+  PrintOutput("\nRunning file format tests");
+  PrintOutput("\n-------------------------\n");
   Parameters test;  // a run of its own, with the program's defaults
   if (TestLayouts(test)) {
-    std::printf("All tests passed\n");
-    std::printf("----------------\n\n");
+    PrintOutput("All tests passed\n");
+    PrintOutput("----------------\n\n");
   }
   std::fflush(stdout);
 }

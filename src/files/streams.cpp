@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <new>
 
+#include "common/console.h"
 #include "platform/files.h"
 #include "platform/system.h"
 
@@ -100,7 +101,8 @@ bool OutputFile::Write(const char* data, std::size_t bytes) {
   if (bytes == 0) return true;
   errno = 0;
   // Nothing stays behind in the C library, so that a failure shows now and written() is what the system has taken.
-  if (std::fwrite(data, 1, bytes, file_) != bytes || std::fflush(file_) != 0) {
+  const bool taken = file_ == stdout ? WriteStandardOutput({data, bytes}) : std::fwrite(data, 1, bytes, file_) == bytes;
+  if (!taken || std::fflush(file_) != 0) {
     error_ = LastError();
     return false;
   }

@@ -25,7 +25,8 @@ class OutputFile {
   int Open(const char* name, const char* mode);
   // Takes over an open stream. Returns 0, or ENOMEM with the stream closed.
   int Adopt(std::FILE* file);
-  // Writes to standard output, which Close leaves open.
+  // Writes to standard output, which Close leaves open. A terminal shows no character whole that is torn between two
+  // pieces of Reserve or Append.
   void UseStandardOutput();
   bool is_open() const { return file_ != nullptr; }
 

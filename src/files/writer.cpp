@@ -190,7 +190,7 @@ MQLONG WriteTimeOnQueue(Parameters& run) {
       run.Writer.Out.Append(second)) {
     return 0;
   }
-  std::printf("Error writing to file '%s'\n", run.Writer.FileName.c_str());
+  PrintOutput("Error writing to file '%s'\n", run.Writer.FileName.c_str());
   NotWritten(run);
   return MQRC_FILE_SYSTEM_ERROR;
 }

@@ -127,7 +127,7 @@ std::int64_t GroupSize(Parameters& run, const GenericQueueEntry& start) {
 // One group of files onto its queue, with its line on standard output.
 void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std::int64_t& messages,
                MQLONG& firstFailure) {
-  std::printf("%-48s ", start.QueueName.c_str());
+  PrintOutput("%-48s ", start.QueueName.c_str());
   std::fflush(stdout);
   ResetForNextQueue(run);
   QMgrConn& conn = OutputConn(run);
@@ -143,7 +143,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
     fileError = run.Reader.In.Open(start.FilePath.c_str(), "r");
   }
   if (fileError != 0) {
-    std::printf("File Error RC(%d)\n", fileError);
+    PrintOutput("File Error RC(%d)\n", fileError);
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
     return CloseQueue(conn, run.OutputHobj);
   }
@@ -159,7 +159,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
   if (result != 0) {
     ReportQueueFailure(result, firstFailure);
   } else {
-    std::printf("%-6" PRId64 " Done.\n", put);
+    PrintOutput("%-6" PRId64 " Done.\n", put);
   }
   CloseQueue(conn, run.OutputHobj);
   ShowMessageText(run);
@@ -193,6 +193,6 @@ MQLONG GenericLoad(Parameters& run) {
     }
     if (file.GroupStart) LoadQueue(run, file, queues, messages, firstFailure);
   }
-  std::printf("\nTotal : %d Queues, %" PRId64 " Messages\n", queues, messages);
+  PrintOutput("\nTotal : %d Queues, %" PRId64 " Messages\n", queues, messages);
   return firstFailure;
 }

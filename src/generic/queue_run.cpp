@@ -65,7 +65,7 @@ bool ShowsProgress(const Parameters& run) {
 }
 
 void ReportQueueFailure(MQLONG reason, MQLONG& firstFailure) {
-  std::printf("RC(%d) %s\n", reason, ReasonText(reason));
+  PrintOutput("RC(%d) %s\n", reason, ReasonText(reason));
   if (firstFailure == 0) firstFailure = reason;
 }
 

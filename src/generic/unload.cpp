@@ -133,7 +133,7 @@ MQLONG TransferQueue(Parameters& run, const GenericQueueEntry& queue, MQHOBJ hob
 // One queue into its file, with its line on standard output.
 void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users, Totals& systems,
                  MQLONG& firstFailure) {
-  std::printf("%-48s %6d  ", queue.QueueName.c_str(), queue.Depth);
+  PrintOutput("%-48s %6d  ", queue.QueueName.c_str(), queue.Depth);
   std::fflush(stdout);
   ResetForNextQueue(run);
   QMgrConn& conn = InputConn(run);
@@ -148,7 +148,7 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
     run.Writer.Out.LeaveEntry();
   }
   if (fileError != 0) {
-    std::printf("File Error RC(%d)\n", fileError);
+    PrintOutput("File Error RC(%d)\n", fileError);
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
     return CloseQueue(conn, hobj);
   }
@@ -162,9 +162,9 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
   if (result != 0) {
     ReportQueueFailure(result, firstFailure);
   } else if (run.MsgsWritten == queue.Depth) {
-    std::printf("Done.\n");
+    PrintOutput("Done.\n");
   } else {
-    std::printf(run.Has(FLAG_SELECTING | kIdentifierFlags) ? "Filtered.\n" : "Changing.\n");
+    PrintOutput(run.Has(FLAG_SELECTING | kIdentifierFlags) ? "Filtered.\n" : "Changing.\n");
   }
   CloseQueue(conn, hobj);
   ShowMessageText(run);
@@ -198,9 +198,9 @@ MQLONG GenericUnload(Parameters& run) {
     PrintDiagnostic(run, "Error flushing data to file '%s'RC(%d)\n", run.Naming.Directory.c_str(), error);
     if (firstFailure == 0) firstFailure = MQRC_RESOURCE_PROBLEM;
   }
-  std::printf("\nTotal : %d Queues, %" PRId64 " Messages\n", users.Queues, users.Messages);
+  PrintOutput("\nTotal : %d Queues, %" PRId64 " Messages\n", users.Queues, users.Messages);
   if (systems.Queues != 0) {
-    std::printf(" plus : %d System Queues, %" PRId64 " Messages\n", systems.Queues, systems.Messages);
+    PrintOutput(" plus : %d System Queues, %" PRId64 " Messages\n", systems.Queues, systems.Messages);
   }
   return firstFailure;
 }

@@ -1,11 +1,11 @@
 #include "mq/api.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <tuple>
 #include <type_traits>
 
+#include "common/console.h"
 #include "common/cs.h"
 #include "platform/dynamic_library.h"
 
@@ -71,10 +71,10 @@ std::string LibraryDirectory(const char* variable, PathStyle style) {
 int LoadLibraryFile(bool client, const std::string& file, DynamicLibrary& library) {
   const bool debug = std::getenv("MQACCESS_DEBUG") != nullptr;
   const std::string path = MqLibraryPath(client ? MqClientDirectory() : MqServerDirectory(), file);
-  if (debug) std::printf("Loading '%s'\n", path.c_str());
+  if (debug) PrintOutput("Loading '%s'\n", path.c_str());
   std::string text;
   const int error = library.Load(path, text);
-  if (error != 0 && debug) std::printf("Load failed RC(%d) %s\n", error, text.c_str());
+  if (error != 0 && debug) PrintOutput("Load failed RC(%d) %s\n", error, text.c_str());
   return error;
 }
 
