@@ -35,9 +35,15 @@ class CommandLine : public Sandbox {
 };
 
 TEST_F(CommandLine, NothingOrSomethingStrayShowsTheShortUsage) {
-  for (const auto& arguments : {std::vector<std::string>{}, {"-iQ1", "stray"}, {"stray", "-iQ1"}, {""}, {"-"}}) {
-    const auto outcome = Tarvo(arguments);
-    EXPECT_EQ(outcome.Exit, 0);
+  const struct {
+    std::vector<std::string> Arguments;
+    std::string LeftOver;
+  } cases[] = {{{}, {}},     {{"-iQ1", "stray"}, "stray"},      {{"stray", "-iQ1"}, "stray"}, {{""}, ""},
+               {{"-"}, "-"}, {{"-iQ1", "--", "-fout"}, "-fout"}};
+  for (const auto& c : cases) {
+    const auto outcome = Tarvo(c.Arguments);
+    EXPECT_EQ(outcome.Exit, c.Arguments.empty() ? 0 : kRefused);
+    EXPECT_EQ(outcome.Err.starts_with("Unexpected argument '" + c.LeftOver + "'\n"), !c.Arguments.empty());
     EXPECT_NE(outcome.Err.find("Usage: TARVO <Optional flags as below>\n"), std::string::npos);
     EXPECT_NE(outcome.Err.find("Provide Summary of messages            : tarvo -iQ1 -ds\n"), std::string::npos);
     EXPECT_EQ(Occurrences(outcome.Err, "\n        [-"), 41);
@@ -62,7 +68,7 @@ TEST_F(CommandLine, RefusesWhatItDoesNotUnderstand) {
   ExpectRefused({
       {{"-q:"}, "-: is not a valid parameter.\n\nUsage: TARVO <Optional flags as below>\n..."},
       {{"-q", "-m", "?"}, "        [-m <Queue Manager name>]\n"},
-      {{"-iQ1", "--", "x"}, "-- is not a valid parameter.\n\n"},
+      {{"-iQ1", "--x"}, "-- is not a valid parameter.\n\n"},
       {{"-y"}, "-y is not a valid parameter.\n\n"},
       {{"-Cx"}, "I did not understand your context parameter\n\n"},
       {{"-CAt"}, "The context parameter can only be a single letter\n\n"},
@@ -230,7 +236,7 @@ TEST_F(CommandLine, TellsOfTheMachineAndOfPendingThings) {
             "\nRunning file format tests\n-------------------------\n  Testing Hex file\n  Testing Ascii file\n"
             "  Testing Ascii column file\nAll tests passed\n----------------\n\n");
   EXPECT_NE(tested.Err.find("Counted -             Messages:      1  "), std::string::npos) << tested.Err;
-  const auto help = Tarvo({"/?", "rate"}, "zzz\n\n");
+  const auto help = Tarvo({"-?", "rate"}, "zzz\n\n");
   EXPECT_EQ(help.Exit, kRefused);
   EXPECT_NE(help.Err.find("        [-R <Message Rate>[:<Duration>]\n"), std::string::npos);
   EXPECT_NE(help.Err.find("Options relating to 'zzz' not found\n"), std::string::npos);

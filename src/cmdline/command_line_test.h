@@ -48,20 +48,20 @@ struct Parsed {
   Parameters* operator->() { return Run.get(); }
 };
 
-inline Parsed ParseWith(Parsed parsed, const std::vector<std::string>& arguments) {
+inline Parsed Parse(const std::vector<std::string>& arguments, PathStyle style = NativePathStyle()) {
+  Parsed parsed;
   parsed.Arguments = arguments;
   parsed.Arguments.insert(parsed.Arguments.begin(), "tarvo");
   std::vector<char*> argv;
   for (std::string& argument : parsed.Arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
-  const Written written = CaptureOf(
-      [&] { parsed.Outcome = ParseOptions(*parsed.Run, static_cast<int>(parsed.Arguments.size()), argv.data()); });
+  const Written written = CaptureOf([&] {
+    parsed.Outcome = ParseOptions(*parsed.Run, static_cast<int>(parsed.Arguments.size()), argv.data(), style);
+  });
   parsed.Errors = written.Errors;
   parsed.Output = written.Output;
   return parsed;
 }
-
-inline Parsed Parse(const std::vector<std::string>& arguments) { return ParseWith(Parsed(), arguments); }
 
 inline std::string Joined(const std::vector<std::string>& arguments) {
   std::string text;

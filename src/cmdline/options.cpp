@@ -71,19 +71,28 @@ const Option* FindOption(char letter) {
   return nullptr;
 }
 
-bool StartsOptions(const char* argument) { return (argument[0] == '-' || argument[0] == '/') && argument[1] != '\0'; }
+// Where '/' separates directories only, it begins a path.
+bool StartsOptions(const char* argument, PathStyle style) {
+  return (argument[0] == '-' || (argument[0] == '/' && style == PathStyle::Windows)) && argument[1] != '\0';
+}
+
+bool EndsOptions(const char* argument) { return std::strcmp(argument, "--") == 0; }
 
 bool IsQuestion(const char* text) { return std::strcmp(text, "?") == 0; }
 
 // Walks the arguments letter by letter.
 class Cursor {
  public:
-  Cursor(int argc, char** argv) : argc_(argc), argv_(argv) {}
+  Cursor(int argc, char** argv, PathStyle style) : argc_(argc), argv_(argv), style_(style) {}
 
-  // Moves to the next option letter. False when the next argument starts no options.
+  // Moves to the next option letter. False when the next argument starts no options; "--" is passed.
   bool Next(char& letter) {
     if (*at_ == '\0') {
-      if (index_ >= argc_ || !StartsOptions(argv_[index_])) return false;
+      if (index_ >= argc_ || !StartsOptions(argv_[index_], style_)) return false;
+      if (EndsOptions(argv_[index_])) {
+        ++index_;
+        return false;
+      }
       at_ = argv_[index_++] + 1;
       startsArgument_ = true;
     } else {
@@ -107,12 +116,13 @@ class Cursor {
 
   // Whether the whole argument is the letter in hand and a question mark.
   bool IsQuestionAboutLetter() const { return startsArgument_ && IsQuestion(at_); }
-  // Whether arguments are left over.
-  bool HasMore() const { return index_ < argc_; }
+  // The first argument that is left over, null when there is none.
+  const char* LeftOver() const { return index_ < argc_ ? argv_[index_] : nullptr; }
 
  private:
   int argc_;
   char** argv_;
+  PathStyle style_;
   int index_ = 1;
   const char* at_ = "";  // the rest of the argument in hand
   bool startsArgument_ = false;
@@ -168,16 +178,21 @@ void FinishScan(OptionScan& scan) {
 
 }  // namespace
 
-ParseOutcome ParseOptions(Parameters& run, int argc, char** argv) {
+ParseOutcome ParseOptions(Parameters& run, int argc, char** argv, PathStyle style) {
+  if (argc <= 1) {
+    ShowShortUsage(run);
+    return {false, 0};
+  }
   OptionScan scan{run};
-  Cursor cursor(argc, argv);
+  Cursor cursor(argc, argv, style);
   char letter = 0;
   while (cursor.Next(letter)) {
     if (!ScanOption(scan, cursor, letter)) return {false, MQRC_OPTIONS_ERROR};
   }
-  if (cursor.HasMore() || argc <= 1) {
+  if (const char* leftOver = cursor.LeftOver()) {
+    PrintDiagnostic(run, "Unexpected argument '%s'\n\n", leftOver);
     ShowShortUsage(run);
-    return {false, 0};
+    return {false, MQRC_OPTIONS_ERROR};
   }
   FinishScan(scan);
   return {true, 0};

@@ -35,7 +35,7 @@ TEST(Scanner, FindsLettersAndTheirArguments) {
   ExpectAccepted({
       {{"-iQ1"}, [](const Parameters& run) { return Queue(*run.InputList, 0) == "Q1"; }},
       {{"-i", "Q1"}, [](const Parameters& run) { return Queue(*run.InputList, 0) == "Q1"; }},
-      {{"/iQ1"}, [](const Parameters& run) { return Queue(*run.InputList, 0) == "Q1"; }},
+      {{"-iQ1", "--"}, [](const Parameters& run) { return Queue(*run.InputList, 0) == "Q1"; }},
       {{"-m:QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == "QM1"; }},
       {{"-m", ":QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == "QM1"; }},
       {{"-m::QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == ":QM1"; }},
@@ -47,6 +47,13 @@ TEST(Scanner, FindsLettersAndTheirArguments) {
        [](const Parameters& run) { return run.OutputQMgrName == "QM" && run.OutputQueueName == "A/B"; }},
       {{"-A:c:1208"}, [](const Parameters& run) { return run.OverrideMd.CodedCharSetId == 1208; }},
   });
+}
+
+TEST(Scanner, KnowsASlashByTheSystem) {
+  EXPECT_TRUE(Parse({"/iQ1"}, PathStyle::Windows)->HasInputQueues());
+  const Parsed path = Parse({"-IQ1", "/backup"}, PathStyle::Posix);
+  EXPECT_EQ(path.Outcome.ExitCode, MQRC_OPTIONS_ERROR);
+  EXPECT_TRUE(path.Errors.starts_with("Unexpected argument '/backup'\n")) << path.Errors;
 }
 
 TEST(SelectionOptions, Ranges) {
