@@ -80,6 +80,8 @@ TEST_F(CommandLine, RefusesWhatItDoesNotUnderstand) {
       {{"-gz1"}, "Unrecognised 'g' flag 'z', please specify 'm',c','g' or 'x'\n"},
       {{"-gxz1"}, "Unrecognised 'g' flag 'z', please specify 'm','c' or 'g'\n"},
       {{"-Gr"}, "':' missing as second character in parameter '-G r'\n"},
+      {{"-G", ""}, "':' missing as second character in parameter '-G '\n"},
+      {{"-IQ1", "-oQ2", "-Gz:1"}, "Unrecognised 'G' flag 'z'\n"},
       {{"-Ap9"}, "':' missing as second character in parameter '-A p9'\n"},
       {{"-Ax:9"}, "Unrecognised 'A' flag 'x'\n"},
       {{"-At:NONE"}, "Unrecognised -At: parameter 'NONE'\n"},
@@ -98,8 +100,6 @@ TEST_F(CommandLine, RefusesWhatItDoesNotUnderstand) {
       {{"-X41", "-X42", "-X43", "-X44"}, "Sorry, you can only specify 3 Hex 'not' search strings\n"},
       {{"-X" + std::string(200, '4')}, "Sorry the search string is limited to 198 characters\n"},
       {{"-P", ""}, "Invalid -P parameter ''\n"},
-      {{"-R-5"}, "Invalid -R parameter '-5'\n"},
-      {{"-c1208:FFFFFFFFFFFFFFFFFF"}, "Invalid -c parameter '1208:FFFFFFFFFFFFFFFFFF'\n"},
       {{"-i" + std::string(49, 'Q')}, "The Queue name '..."},
       {{"-T60", "-T30"}, "You can only specify the 'older than' age once\n"},
       {{"-Tf9:00"}, "Unrecognised time format '9:00'\n"},
@@ -146,9 +146,33 @@ TEST_F(CommandLine, RefusesEmptyAnswersThatWouldSelectOrLoseEverything) {
   EXPECT_FALSE(std::filesystem::exists(Path("out")));
 }
 
-// A number that wrapped would be another number: fewer messages, another size, no limit.
-TEST_F(CommandLine, RefusesNumbersThatDoNotFit) {
+// A number that wrapped or that was read up to its first letter would be another number: fewer messages, another size,
+// no limit.
+TEST_F(CommandLine, RefusesWhatIsNoNumberOrDoesNotFit) {
   std::vector<Refusal> refusals;
+  const struct {
+    std::string Option;
+    std::vector<std::string> Values;
+  } wrong[] = {{"-t", {"10x", "-2"}},
+               {"-b", {"4k", "-1"}},
+               {"-w", {"5s", ""}},
+               {"-D", {"1.5", "rx", "r-50"}},
+               {"-R", {"10/s", "-5", "10:"}},
+               {"-P", {"high", "-1", "1,2,3"}},
+               {"-c", {"utf8", "1208:", "1208:111x", "1208:FFFFFFFFFFFFFFFFFF"}},
+               {"-T", {"1w", "-5", "1:", "1:2:3:4", " 5", "5x"}},
+               {"-z", {"5X", "-5", "KB", "1 2"}},
+               {"-Lm", {"10x", "-1"}},
+               {"-d", {"w", "w-5"}},
+               {"-A", {"p:high", "e:", "c:1208x"}},
+               {"-G", {"r:", "r:Q_FULL", "r:2053x", "r:-1", "t:", "t:QM1/", "i:x"}}};
+  for (const auto& [option, values] : wrong) {
+    for (const auto& value : values) {
+      const bool follows = value.empty();
+      refusals.push_back({follows ? std::vector<std::string>{option, value} : std::vector<std::string>{option + value},
+                          "Invalid " + option + " parameter '" + value + "'\n"});
+    }
+  }
   for (const char* option : {"-t", "-b", "-w", "-D", "-R", "-P", "-c", "-z", "-T", "-Lm"}) {
     for (const char* number : {"2147483648", "4294967297", "18446744073709551617"}) {
       refusals.push_back({{std::string(option) + number, "-mQM1", "-iQ1", "-oQ2"},

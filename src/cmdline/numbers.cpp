@@ -1,27 +1,41 @@
 #include "cmdline/numbers.h"
 
 #include <charconv>
-#include <limits>
 
-Number ReadNumber(std::string_view text) {
-  std::size_t at = 0;
-  while (at < text.size() && (text[at] == ' ' || (text[at] >= '\t' && text[at] <= '\r'))) ++at;
-  const bool negative = at < text.size() && text[at] == '-';
-  if (negative || (at < text.size() && text[at] == '+')) ++at;
+namespace {
 
-  // from_chars takes a sign of its own, so what follows ours must be a digit.
-  if (at == text.size() || text[at] < '0' || text[at] > '9') return {};
-  std::int64_t magnitude = 0;
-  const auto [end, error] = std::from_chars(text.data() + at, text.data() + text.size(), magnitude);
-  if (error == std::errc::result_out_of_range) magnitude = std::numeric_limits<std::int64_t>::max();
-  return {negative ? -magnitude : magnitude, static_cast<std::size_t>(end - text.data())};
+// All of `text` as digits of the base. Unsigned, so that no sign counts as one of them.
+std::optional<std::uint64_t> Digits(std::string_view text, int base) {
+  std::uint64_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [behind, error] = std::from_chars(text.data(), end, number, base);
+  if (error != std::errc() || behind != end) return std::nullopt;
+  return number;
 }
 
-bool ReadInteger(std::string_view text, std::int32_t& value) {
-  const std::int64_t number = ReadNumber(text).Value;
-  if (number < std::numeric_limits<std::int32_t>::min() || number > std::numeric_limits<std::int32_t>::max()) {
-    return false;
+}  // namespace
+
+std::optional<std::int64_t> WholeNumber(std::string_view text, std::int64_t least, std::int64_t most) {
+  const bool negative = least < 0 && text.starts_with('-');
+  if (negative || (least < 0 && text.starts_with('+'))) text.remove_prefix(1);
+  const auto magnitude = Digits(text, 10);
+  if (!magnitude || *magnitude > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+    return std::nullopt;
   }
-  value = static_cast<std::int32_t>(number);
-  return true;
+  const auto number = static_cast<std::int64_t>(*magnitude) * (negative ? -1 : 1);
+  if (number < least || number > most) return std::nullopt;
+  return number;
+}
+
+std::optional<std::int64_t> WholeHexNumber(std::string_view text, std::int64_t most) {
+  if (text.starts_with("0x") || text.starts_with("0X")) text.remove_prefix(2);
+  const auto number = Digits(text, 16);
+  if (!number || *number > static_cast<std::uint64_t>(most)) return std::nullopt;
+  return static_cast<std::int64_t>(*number);
+}
+
+std::string_view TakeDigits(std::string_view& text) {
+  const std::string_view digits = text.substr(0, text.find_first_not_of("0123456789"));
+  text.remove_prefix(digits.size());
+  return digits;
 }

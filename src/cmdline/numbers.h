@@ -1,18 +1,21 @@
 #pragma once
 
-// Decimal numbers on the command line. They are read as atoi reads them (leading white space, a sign, the digits that
-// stand there, nothing said about the rest), except that a number too large for its field is noticed, never wrapped.
+// Numbers on the command line. A number is whole: a text that has anything in front of its digits or behind them is
+// refused, so that a slip is never taken for another number.
 
-#include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <optional>
 #include <string_view>
 
-struct Number {
-  std::int64_t Value = 0;  // 0 without digits; a larger number becomes the largest of its sign
-  std::size_t Used = 0;    // characters up to the end of the digits; 0 without digits
-};
+inline constexpr std::int32_t kLeastInteger = std::numeric_limits<std::int32_t>::min();
+inline constexpr std::int32_t kMostInteger = std::numeric_limits<std::int32_t>::max();
 
-Number ReadNumber(std::string_view text);
+// The decimal number that `text` is, when it lies between the bounds. A sign is taken only where a negative number is
+// possible.
+std::optional<std::int64_t> WholeNumber(std::string_view text, std::int64_t least, std::int64_t most);
+// The same for hexadecimal digits, with or without "0x".
+std::optional<std::int64_t> WholeHexNumber(std::string_view text, std::int64_t most);
 
-// The number at the start of `text`, 0 without one. Returns false, and leaves `value` as it is, when it does not fit.
-bool ReadInteger(std::string_view text, std::int32_t& value);
+// Removes the decimal digits from the front of `text` and returns them.
+std::string_view TakeDigits(std::string_view& text);

@@ -1,6 +1,5 @@
 #include "cmdline/option_handlers.h"
 
-#include "cmdline/numbers.h"
 #include "cmdline/parameters.h"
 
 bool RefuseArgument(OptionScan& scan, std::string_view argument) {
@@ -11,9 +10,9 @@ bool RefuseArgument(OptionScan& scan, std::string_view argument) {
 
 bool StoreNumber(OptionScan& scan, std::string_view argument, std::string_view text, std::int32_t& field,
                  std::int32_t least, std::int32_t most) {
-  std::int32_t number = 0;
-  if (!ReadInteger(text, number) || number < least || number > most) return RefuseArgument(scan, argument);
-  field = number;
+  const auto number = WholeNumber(text, least, most);
+  if (!number) return RefuseArgument(scan, argument);
+  field = static_cast<std::int32_t>(*number);
   return true;
 }
 

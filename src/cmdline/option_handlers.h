@@ -4,9 +4,9 @@
 // telling the user why. Handlers live in option_handlers_<theme>.cpp.
 
 #include <cstdint>
-#include <limits>
 #include <string_view>
 
+#include "cmdline/numbers.h"
 #include "mq/mqi.h"
 
 struct Parameters;
@@ -42,10 +42,9 @@ OptionHandler HandleGeneral, HandleQuiet, HandleVerbose, HandleDebug;
 // Tells that an argument is refused: "Invalid -r parameter 'x'". Returns false.
 bool RefuseArgument(OptionScan& scan, std::string_view argument);
 
-// Stores the number at the start of `text` (0 without one). A number outside `least` and `most` refuses `argument`.
+// Stores the number that `text` is. What is none between `least` and `most` refuses `argument`.
 bool StoreNumber(OptionScan& scan, std::string_view argument, std::string_view text, std::int32_t& field,
-                 std::int32_t least = std::numeric_limits<std::int32_t>::min(),
-                 std::int32_t most = std::numeric_limits<std::int32_t>::max());
+                 std::int32_t least = 0, std::int32_t most = kMostInteger);
 
 // One letter of an option that is a list of letters, and the bits that it sets.
 struct LetterBits {

@@ -1,17 +1,13 @@
 // What happens to a message, and how fast: -A -c -C -D -h -p -t -R -w -b.
 
-#include <cstdlib>
-#include <limits>
 #include <string_view>
 
 #include "cmdline/help.h"
-#include "cmdline/numbers.h"
 #include "cmdline/option_handlers.h"
 #include "cmdline/parameters.h"
 
 namespace {
 
-constexpr int kMaxInt = std::numeric_limits<int>::max();
 constexpr int kUnlimited = -1;  // "*"
 
 constexpr LetterBits kContextLetters[] = {
@@ -28,15 +24,6 @@ struct MessageType {
 constexpr MessageType kMessageTypes[] = {
     {"REQUEST", MQMT_REQUEST}, {"REPLY", MQMT_REPLY}, {"REPORT", MQMT_REPORT}, {"DATAGRAM", MQMT_DATAGRAM}};
 
-bool SameIgnoringCase(std::string_view a, std::string_view upper) {
-  if (a.size() != upper.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const char c = a[i] >= 'a' && a[i] <= 'z' ? static_cast<char>(a[i] - 'a' + 'A') : a[i];
-    if (c != upper[i]) return false;
-  }
-  return true;
-}
-
 bool OverrideMessageType(Parameters& run, const char* name) {
   for (const MessageType& type : kMessageTypes) {
     if (!SameIgnoringCase(name, type.Name)) continue;
@@ -51,7 +38,7 @@ bool OverrideMessageType(Parameters& run, const char* name) {
 // A reply queue is only of use to a request.
 bool OverrideReplyQueue(Parameters& run, const char* text) {
   QueueNames names;
-  if (!SplitReplyQueueName(run, run.QueueSeparator, text, names)) return false;
+  if (!SplitNames(run, run.QueueSeparator, text, "reply queue", names)) return false;
   MQMD& md = run.OverrideMd;
   FillField(md.ReplyToQMgr, sizeof md.ReplyToQMgr, TextInField(names.QMgr, sizeof names.QMgr), '\0');
   FillField(md.ReplyToQ, sizeof md.ReplyToQ, TextInField(names.Queue, sizeof names.Queue), '\0');
@@ -78,7 +65,7 @@ bool HandleOverride(OptionScan& scan, const char* argument) {
   const char* value = argument + 2;
   const auto overrideNumber = [&](MQLONG& field, std::uint32_t bit) {
     run.OverrideMask |= bit;
-    return StoreNumber(scan, argument, value, field);
+    return StoreNumber(scan, argument, value, field, kLeastInteger);
   };
   switch (argument[0]) {
     case 'c':
@@ -104,15 +91,15 @@ bool HandleOverride(OptionScan& scan, const char* argument) {
 bool HandleConvert(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   const std::string_view text = argument;
-  const std::size_t digits = ReadNumber(text).Used;
-  unsigned long encoding = 0;
-  if (digits != 0 && digits < text.size() && text[digits] == ':') {
-    encoding = std::strtoul(argument + digits + 1, nullptr, 16);
+  const std::size_t colon = text.find(':');
+  run.ConvertEncoding = MQENC_NATIVE;
+  if (colon != std::string_view::npos) {
+    const auto encoding = WholeHexNumber(text.substr(colon + 1), kMostInteger);
+    if (!encoding) return RefuseArgument(scan, argument);
+    if (*encoding != 0) run.ConvertEncoding = static_cast<MQLONG>(*encoding);
   }
-  if (encoding > static_cast<unsigned long>(kMaxInt)) return RefuseArgument(scan, argument);
-  run.ConvertEncoding = encoding == 0 ? MQENC_NATIVE : static_cast<MQLONG>(encoding);
   run.Flags |= FLAG_CONVERT;
-  return StoreNumber(scan, argument, text, run.ConvertCcsid);
+  return StoreNumber(scan, argument, text.substr(0, colon), run.ConvertCcsid, kLeastInteger);
 }
 
 bool HandleContext(OptionScan& scan, const char* argument) {
@@ -128,10 +115,14 @@ bool HandleContext(OptionScan& scan, const char* argument) {
 
 bool HandleDelay(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
-  if (argument[0] != 'r') return StoreNumber(scan, argument, argument, run.Delay, -kMaxInt);
+  if (argument[0] != 'r') return StoreNumber(scan, argument, argument, run.Delay, -kMostInteger);
   run.Flags |= FLAG_DELAY_RELATIVE;
-  if (!StoreNumber(scan, argument, argument + 1, run.Delay, -kMaxInt)) return false;
-  if (run.Delay == 0) run.Delay = 100;
+  std::string_view percent = argument + 1;
+  if (!percent.empty()) {
+    if (percent.ends_with('%')) percent.remove_suffix(1);
+    if (!StoreNumber(scan, argument, percent, run.Delay)) return false;
+  }
+  if (percent.empty() || run.Delay == 0) run.Delay = 100;
   return true;
 }
 
@@ -146,7 +137,8 @@ bool HandlePurge(OptionScan& scan, const char*) {
 }
 
 bool HandleTransactionLimit(OptionScan& scan, const char* argument) {
-  return StoreNumber(scan, argument, argument, scan.run.TransactionLimit);
+  constexpr int kNoCommitByCount = -1;
+  return StoreNumber(scan, argument, argument, scan.run.TransactionLimit, kNoCommitByCount);
 }
 
 bool HandleRate(OptionScan& scan, const char* argument) {
@@ -158,7 +150,7 @@ bool HandleRate(OptionScan& scan, const char* argument) {
 }
 
 bool HandleWait(OptionScan& scan, const char* argument) {
-  if (!StoreNumber(scan, argument, argument, scan.run.WaitInterval)) return false;
+  if (!StoreNumber(scan, argument, argument, scan.run.WaitInterval, kLeastInteger)) return false;
   if (scan.run.WaitInterval < 0) scan.run.WaitInterval = kUnlimited;
   return true;
 }
@@ -166,7 +158,7 @@ bool HandleWait(OptionScan& scan, const char* argument) {
 bool HandleBufferSize(OptionScan& scan, const char* argument) {
   constexpr int kKilobyte = 1024;
   int kilobytes = 0;
-  if (!StoreNumber(scan, argument, argument, kilobytes, 0, kMaxInt / kKilobyte)) return false;
+  if (!StoreNumber(scan, argument, argument, kilobytes, 0, kMostInteger / kKilobyte)) return false;
   scan.run.InitialBufferSize = kilobytes * kKilobyte;
   return true;
 }

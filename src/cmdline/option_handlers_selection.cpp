@@ -4,11 +4,11 @@
 #include <string>
 #include <string_view>
 
-#include "cmdline/numbers.h"
 #include "cmdline/option_handlers.h"
 #include "cmdline/parameters.h"
 #include "cmdline/value_parsers.h"
 #include "engine/code_pages.h"
+#include "mq/reasons.h"
 
 namespace {
 
@@ -125,10 +125,11 @@ bool ReadHexIdentifier(Parameters& run, std::string_view text, MQBYTE24& identif
 
 // Takes a position or count of a message range from the front of `text`, 0 without a digit. False when it does not fit.
 bool TakePosition(std::string_view& text, int& position) {
-  if (text.empty() || text.front() < '0' || text.front() > '9') return true;
-  if (!ReadInteger(text, position)) return false;
-  text.remove_prefix(ReadNumber(text).Used);
-  return true;
+  const std::string_view digits = TakeDigits(text);
+  if (digits.empty()) return true;
+  const auto number = WholeNumber(digits, 0, kMostInteger);
+  if (number) position = static_cast<int>(*number);
+  return number.has_value();
 }
 
 // "x", "x..", "x..y", "..y", "x#n" or "#n" into bounds, 0 for an open one. A range that is open on both sides is none.
@@ -145,7 +146,7 @@ bool ReadRange(std::string_view text, int& start, int& end) {
     last = counted && start != 0 ? std::int64_t{start} + number - 1 : number;
   }
   end = static_cast<int>(last);
-  return last <= std::numeric_limits<int>::max() && (start != 0 || end != 0);
+  return last <= kMostInteger && (start != 0 || end != 0);
 }
 
 }  // namespace
@@ -182,28 +183,33 @@ bool HandleIdentifier(OptionScan& scan, const char* argument) {
 bool HandleGetFilter(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   if (!CheckColon(scan, argument)) return false;
-  const char* value = argument + 2;
+  const std::string_view value = argument + 2;
   switch (argument[0]) {
     case 'i':
+      if (!value.empty()) return RefuseArgument(scan, argument);
       run.Flags2 |= FLAG2_INVERT;
       return true;
     case 'r':
-      if (!StoreNumber(scan, argument, value, run.DlqReason)) return false;
       run.Flags2 |= FLAG2_BY_DLQ_REASON;
       run.Flags |= FLAG_SELECTING;
-      return true;
+      if (const auto reason = ReasonNamed(value)) {
+        run.DlqReason = *reason;
+        return true;
+      }
+      return StoreNumber(scan, argument, value, run.DlqReason);
     case 't': {
       QueueNames masks;
-      if (!SplitQueueName(run, run.QueueSeparator, value, masks, ListKind::Output)) return false;
+      if (!SplitNames(run, run.QueueSeparator, value, "destination", masks)) return false;
       run.TargetQMgrMask.Assign(TextInField(masks.QMgr, sizeof masks.QMgr));
       run.TargetQueueMask.Assign(TextInField(masks.Queue, sizeof masks.Queue));
+      if (run.TargetQueueMask.empty()) return RefuseArgument(scan, argument);
       run.Flags2 |= FLAG2_BY_TARGET;
       run.Flags |= FLAG_SELECTING;
       return true;
     }
     default:
       PrintDiagnostic(run, "Unrecognised 'G' flag '%c'\n", argument[0]);
-      return true;
+      return false;
   }
 }
 

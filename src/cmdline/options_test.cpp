@@ -42,7 +42,7 @@ TEST(Scanner, FindsLettersAndTheirArguments) {
       {{"-qp"}, [](const Parameters& run) { return run.Has(FLAG_QUIET) && run.Has(FLAG_PURGE) && run.Screen.Quiet; }},
       {{"-pq"}, [](const Parameters& run) { return run.Has(FLAG_QUIET) && run.Has(FLAG_PURGE); }},
       {{"-hpiQ1"}, [](const Parameters& run) { return run.Has(FLAG_STRIP_HEADERS) && run.HasInputQueues(); }},
-      {{"-t", "-5"}, [](const Parameters& run) { return run.TransactionLimit == -5; }},
+      {{"-t", "-1"}, [](const Parameters& run) { return run.TransactionLimit == -1; }},
       {{"-$+", "-oQM+A/B"},
        [](const Parameters& run) { return run.OutputQMgrName == "QM" && run.OutputQueueName == "A/B"; }},
       {{"-A:c:1208"}, [](const Parameters& run) { return run.OverrideMd.CodedCharSetId == 1208; }},

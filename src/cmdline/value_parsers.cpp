@@ -1,23 +1,24 @@
 #include "cmdline/value_parsers.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <chrono>
 #include <ctime>
 #include <limits>
+#include <optional>
 
 #include "cmdline/numbers.h"
 #include "cmdline/parameters.h"
 
 namespace {
 
-constexpr std::int64_t kMaxInt = std::numeric_limits<std::int32_t>::max();
-
 struct Unit {
   char Letter;  // upper case; 0 ends a table
   std::int64_t Size;
 };
-constexpr Unit kAgeUnits[] = {{'H', 3600}, {'M', 60}, {'S', 1}, {0, 0}};
+constexpr Unit kAgeUnits[] = {{'D', 86400}, {'H', 3600}, {'M', 60}, {0, 0}};
+constexpr Unit kFileAgeUnits[] = {{'H', 3600}, {'M', 60}, {'S', 1}, {0, 0}};
 constexpr Unit kSizeUnits[] = {{'G', 1073741824}, {'M', 1048576}, {'K', 1024}, {'B', 1}, {0, 0}};
 
 // The size of a unit in its table, 0 when there is none with that letter.
@@ -126,30 +127,73 @@ struct LimitTexts {
 bool ReadLimit(Parameters& run, const LimitTexts& texts, std::string_view text, std::int64_t largest,
                std::int64_t& limit) {
   const int length = static_cast<int>(text.size());
-  const Number number = ReadNumber(text);
-  if (number.Used != 0 && number.Used == text.size()) {
+  std::string_view unitText = text;
+  const std::string_view number = TakeDigits(unitText);
+  if (!number.empty() && unitText.empty()) {
     PrintDiagnostic(run, "Please specify the units for %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
-  if (number.Used == 0 || number.Used + 1 != text.size()) {
+  if (number.empty() || unitText.size() != 1) {
     PrintDiagnostic(run, "Unrecognised %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
-  if (number.Value < 1) {
-    PrintDiagnostic(run, "Invalid %s parameter '%.*s'\n", texts.Kind, length, text.data());
-    return false;
-  }
-  const std::int64_t unit = UnitSize(texts.Units, text.back());
+  const std::int64_t unit = UnitSize(texts.Units, unitText.front());
   if (unit == 0) {
-    PrintDiagnostic(run, "Unrecognised %s %s unit '%c'\n", texts.Kind, texts.UnitName, text.back());
+    PrintDiagnostic(run, "Unrecognised %s %s unit '%c'\n", texts.Kind, texts.UnitName, unitText.front());
     return false;
   }
-  if (number.Value > largest / unit) {
+  const auto value = WholeNumber(number, 1, largest / unit);
+  if (!value) {
     PrintDiagnostic(run, "Invalid %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
-  limit = number.Value * unit;
+  limit = *value * unit;
   return true;
+}
+
+// "[[DD:]HH:]MM", or one number and its unit, in seconds.
+std::optional<std::int64_t> AgeSeconds(std::string_view text) {
+  std::string_view unitText = text;
+  const std::string_view number = TakeDigits(unitText);
+  const std::int64_t unit = unitText.size() == 1 ? UnitSize(kAgeUnits, unitText.front()) : 0;
+  if (unit != 0) {
+    const auto value = WholeNumber(number, 0, kMostInteger);
+    return value ? std::optional(*value * unit) : std::nullopt;
+  }
+  std::int64_t seconds = 0;
+  for (const std::int64_t partUnit : {60, 3600, 86400}) {
+    const std::size_t colon = text.rfind(':');
+    const auto part = WholeNumber(text.substr(colon + 1), 0, kMostInteger);  // npos + 1 is 0
+    if (!part) return std::nullopt;
+    seconds += *part * partUnit;
+    if (colon == std::string_view::npos) return seconds;
+    text = text.substr(0, colon);
+  }
+  return std::nullopt;
+}
+
+void SkipBlanks(std::string_view& text) { text.remove_prefix(std::min(text.find_first_not_of(' '), text.size())); }
+
+// The sum of numbers with units in bytes; the last one may do without a unit.
+std::optional<double> SizeBytes(std::string_view text) {
+  double total = 0;
+  while (!text.empty()) {
+    if (!IsDigit(text.front())) return std::nullopt;
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+    if (error != std::errc()) return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    SkipBlanks(text);
+    if (text.empty()) return total + number;
+    const std::int64_t unit = UnitSize(kSizeUnits, text.front());
+    if (unit == 0) return std::nullopt;
+    total += number * static_cast<double>(unit);
+    text.remove_prefix(1);
+    const bool spelledOut = unit != 1 && !text.empty() && UnitSize(kSizeUnits, text.front()) == 1;  // "MB"
+    if (spelledOut) text.remove_prefix(1);
+    SkipBlanks(text);
+  }
+  return total;
 }
 
 }  // namespace
@@ -175,20 +219,9 @@ bool ParseAge(Parameters& run, std::string_view text, const char* label, int& fi
     PrintDiagnostic(run, "You can only specify the '%s' age once\n", label);
     return false;
   }
-  // One part is minutes, two are hours and minutes, three are days, hours and minutes: the last one is always minutes.
-  std::int32_t parts[3] = {};  // days, hours, minutes
-  std::string_view rest = text;
-  std::size_t colon = 0;
-  for (int count = 1; colon != std::string_view::npos && count <= 3; ++count) {
-    colon = rest.find(':');
-    parts[0] = parts[1];
-    parts[1] = parts[2];
-    if (!ReadInteger(rest.substr(0, colon), parts[2])) return RefuseValue(run, 'T', text);
-    if (colon != std::string_view::npos) rest.remove_prefix(colon + 1);
-  }
-  const std::int64_t seconds = ((parts[1] + std::int64_t{parts[0]} * 24) * 60 + parts[2]) * 60;
-  if (seconds > kMaxInt || seconds < -kMaxInt) return RefuseValue(run, 'T', text);
-  field = static_cast<int>(seconds);
+  const auto seconds = AgeSeconds(text);
+  if (!seconds || *seconds > kMostInteger) return RefuseValue(run, 'T', text);
+  field = static_cast<int>(*seconds);
   return true;
 }
 
@@ -222,23 +255,9 @@ bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG
     PrintDiagnostic(run, "You can only specify the '%s' message size once\n", label);
     return false;
   }
-  double total = 0;
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  while (at != end) {
-    if (!IsDigit(*at)) {
-      ++at;
-      continue;
-    }
-    double number = 0;
-    const auto [behind, error] = std::from_chars(at, end, number, std::chars_format::fixed);
-    if (error != std::errc()) return RefuseValue(run, 'z', text);
-    at = behind;
-    while (at != end && *at == ' ') ++at;
-    total += number * static_cast<double>(at == end ? 1 : UnitSize(kSizeUnits, *at));
-  }
-  if (total >= static_cast<double>(kMaxInt) + 1) return RefuseValue(run, 'z', text);
-  field = static_cast<MQLONG>(total);
+  const auto total = SizeBytes(text);
+  if (!total || *total >= static_cast<double>(kMostInteger) + 1) return RefuseValue(run, 'z', text);
+  field = static_cast<MQLONG>(*total);
   return true;
 }
 
@@ -254,21 +273,19 @@ bool ParseFileLimit(Parameters& run, std::string_view text) {
   std::int64_t limit = 0;
   switch (kind) {
     case 'a':
-      if (!ReadLimit(run, {"-La", "file age", kAgeUnits}, value, kMaxInt, limit)) return false;
+      if (!ReadLimit(run, {"-La", "file age", kFileAgeUnits}, value, kMostInteger, limit)) return false;
       run.LimitAge = static_cast<int>(limit);
       return true;
     case 's':
-      // What does not fit 64 bits is read as their greatest number.
-      return ReadLimit(run, {"-Ls", "file size", kSizeUnits}, value, std::numeric_limits<std::int64_t>::max() - 1,
+      return ReadLimit(run, {"-Ls", "file size", kSizeUnits}, value, std::numeric_limits<std::int64_t>::max(),
                        run.LimitSize);
     case 'm':
-      limit = ReadNumber(value).Value;
-      if (limit < 1 || limit > kMaxInt) {
-        PrintDiagnostic(run, "Invalid -Lm parameter '%.*s'\n", static_cast<int>(value.size()), value.data());
-        return false;
+      if (const auto messages = WholeNumber(value, 1, kMostInteger)) {
+        run.LimitMsgs = static_cast<int>(*messages);
+        return true;
       }
-      run.LimitMsgs = static_cast<int>(limit);
-      return true;
+      PrintDiagnostic(run, "Invalid -Lm parameter '%.*s'\n", static_cast<int>(value.size()), value.data());
+      return false;
     default:
       PrintDiagnostic(run, "Unrecognised -L parameter '%.*s'\n", static_cast<int>(text.size()), text.data());
       return false;

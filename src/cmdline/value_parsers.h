@@ -16,10 +16,12 @@ bool ParseTimeSelection(Parameters& run, std::string_view text);
 bool ParseSizeSelection(Parameters& run, std::string_view text);
 bool ParseFileLimit(Parameters& run, std::string_view text);
 
-// "[[DD:]HH:]MM" into seconds. `label` names the bound in the refusal of a second value; an empty text sets nothing.
+// "[[DD:]HH:]MM", "14d", "2h" or "90m" into seconds. `label` names the bound in the refusal of a second value; an empty
+// text sets nothing.
 bool ParseAge(Parameters& run, std::string_view text, const char* label, int& field);
 // "[u][DD/MM/YYYY][_][HH:MM[:SS]]" into seconds since 1970; local time unless it starts with 'u'. Without a date it is
 // the day on which the run started. Days and hours beyond their range run over into the next.
 bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, std::int64_t& field);
-// Numbers with the units B, K, M and G, added up, into bytes. An empty text sets nothing.
+// Numbers with the units B, K, M and G, added up, into bytes; decimals and blanks are taken. An empty text sets
+// nothing.
 bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG& field);

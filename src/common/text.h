@@ -51,6 +51,12 @@ inline std::string_view TextInField(const char* field, std::size_t width) {
   return {field, std::find(field, field + width, '\0')};
 }
 
+// Whether two texts are the same but for the case of ASCII letters.
+inline bool SameIgnoringCase(std::string_view a, std::string_view b) {
+  const auto upper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return upper(x) == upper(y); });
+}
+
 // Copies as much of `text` as fits into a fixed-width field and fills the rest with `pad`.
 inline void FillField(char* field, std::size_t width, std::string_view text, char pad = ' ') {
   const std::size_t n = std::min(text.size(), width);

@@ -46,7 +46,7 @@ bool HasDeadLetterReason(const Parameters& run) {
 
 bool MatchTarget(const Parameters& run, const MQCHAR48& qmgr, const MQCHAR48& queue) {
   return WildcardMatch(NameInField(queue, sizeof queue), run.TargetQueueMask) &&
-         WildcardMatch(NameInField(qmgr, sizeof qmgr), run.TargetQMgrMask);
+         (run.TargetQMgrMask.empty() || WildcardMatch(NameInField(qmgr, sizeof qmgr), run.TargetQMgrMask));
 }
 
 bool HasTarget(const Parameters& run) {

@@ -20,7 +20,13 @@ std::string Argument(std::string_view text) {
   return quotes ? '"' + std::string(text) + '"' : std::string(text);
 }
 
-// "start[-end])". False when the form is another one, or an LSN is longer than any.
+// Numbers with colons between them, or nothing where the range is open on that side.
+bool IsLsn(std::string_view text) {
+  return text.size() <= kLongestLsn && text.find_first_not_of("0123456789ABCDEFabcdef:") == std::string_view::npos &&
+         !text.starts_with(':') && !text.ends_with(':') && text.find("::") == std::string_view::npos;
+}
+
+// "start[-end])". False when the form is another one, or no LSN stands in it.
 bool SplitRange(std::string_view text, std::string_view& start, std::string_view& end) {
   if (!text.ends_with(')')) return false;
   text.remove_suffix(1);
@@ -28,7 +34,7 @@ bool SplitRange(std::string_view text, std::string_view& start, std::string_view
   const std::size_t dash = text.find('-');
   start = text.substr(0, dash);
   if (dash != std::string_view::npos) end = text.substr(dash + 1);
-  return start.size() <= kLongestLsn && end.size() <= kLongestLsn;
+  return IsLsn(start) && IsLsn(end) && !(start.empty() && end.empty());
 }
 
 bool ContainsIgnoringCase(std::string_view text, std::string_view upper) {

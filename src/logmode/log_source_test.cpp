@@ -317,7 +317,8 @@ TEST(LogParameter, BecomesTheFormattersCommand) {
     EXPECT_EQ(run->Log.LogFile, c.LogFile);
   }
   for (const std::string& text : {std::string("dump.txt(5"), std::string("dump.txt(5-6"), std::string("dump.txt(5)6"),
-                                  "x(" + std::string(50, '1') + ")", std::string(256, 'x')}) {
+                                  "x(" + std::string(50, '1') + ")", std::string(256, 'x'), std::string("x()"),
+                                  std::string("x(0:0:4 -f y)"), std::string("x(1-2:)")}) {
     auto run = std::make_unique<Parameters>();
     testing::internal::CaptureStderr();
     EXPECT_FALSE(ParseLogParameter(*run, text)) << text;

@@ -42,30 +42,6 @@ std::size_t FindSeparator(std::string_view text, char separator) {
   return std::string_view::npos;
 }
 
-// Cuts `text` at its separator; `what` is what the messages call it.
-bool SplitNames(Parameters& run, char separator, std::string_view text, const char* what, QueueNames& names) {
-  const std::string whole(text);
-  const std::size_t at = FindSeparator(text, separator);
-  const bool hasQMgr = at != std::string_view::npos;
-  const std::string_view qmgr = hasQMgr ? text.substr(0, at) : std::string_view();
-  const std::string_view queue = hasQMgr ? text.substr(at + 1) : text;
-  if (qmgr.size() > kNameWidth) {
-    PrintDiagnostic(run, "The Queue Manager part of %s '%s' is too long.\n", what, whole.c_str());
-    return false;
-  }
-  if (queue.size() > kNameWidth) {
-    if (hasQMgr) {
-      PrintDiagnostic(run, "The Queue name part of %s '%s' is too long.\n", what, whole.c_str());
-    } else {
-      PrintDiagnostic(run, "The Queue name '%s' is too long.\n", whole.c_str());
-    }
-    return false;
-  }
-  FillField(names.QMgr, kNameWidth, qmgr, '\0');
-  FillField(names.Queue, kNameWidth, queue, '\0');
-  return true;
-}
-
 std::unique_ptr<QueueList>& ListOf(Parameters& run, ListKind kind) {
   return kind == ListKind::Output ? run.OutputList : run.InputList;
 }
@@ -159,20 +135,40 @@ bool ReadDestinationFile(Parameters& run, std::string_view name, ListKind kind) 
 
 }  // namespace
 
-bool SplitQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names, ListKind kind) {
-  names = QueueNames();
-  if (SkipQuotes(text)) run.Flags2 |= FLAG2_QUOTED_NAME;
-  if (NamesFile(text)) {
-    names.NamedFile = true;
-    return ReadDestinationFile(run, text.substr(kFilePrefix.size()), kind);
-  }
-  return SplitNames(run, separator, text, "destination", names);
-}
-
-bool SplitReplyQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names) {
+bool SplitNames(Parameters& run, char separator, std::string_view text, const char* what, QueueNames& names) {
   names = QueueNames();
   SkipQuotes(text);
-  return SplitNames(run, separator, text, "reply queue", names);
+  const std::string whole(text);
+  const std::size_t at = FindSeparator(text, separator);
+  const bool hasQMgr = at != std::string_view::npos;
+  const std::string_view qmgr = hasQMgr ? text.substr(0, at) : std::string_view();
+  const std::string_view queue = hasQMgr ? text.substr(at + 1) : text;
+  if (qmgr.size() > kNameWidth) {
+    PrintDiagnostic(run, "The Queue Manager part of %s '%s' is too long.\n", what, whole.c_str());
+    return false;
+  }
+  if (queue.size() > kNameWidth) {
+    if (hasQMgr) {
+      PrintDiagnostic(run, "The Queue name part of %s '%s' is too long.\n", what, whole.c_str());
+    } else {
+      PrintDiagnostic(run, "The Queue name '%s' is too long.\n", whole.c_str());
+    }
+    return false;
+  }
+  FillField(names.QMgr, kNameWidth, qmgr, '\0');
+  FillField(names.Queue, kNameWidth, queue, '\0');
+  return true;
+}
+
+bool SplitQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names, ListKind kind) {
+  std::string_view name = text;
+  if (SkipQuotes(name)) run.Flags2 |= FLAG2_QUOTED_NAME;
+  if (NamesFile(name)) {
+    names = QueueNames();
+    names.NamedFile = true;
+    return ReadDestinationFile(run, name.substr(kFilePrefix.size()), kind);
+  }
+  return SplitNames(run, separator, text, "destination", names);
 }
 
 bool GrowQueueList(Parameters& run, std::unique_ptr<QueueList>& list) {

@@ -61,12 +61,12 @@ struct QueueNames {
   bool NamedFile = false;  // the text named a destination file, whose queues are in the list; the names are empty
 };
 
-// Splits `text` at the separator (`separator`, or when 0 the first of '#', ',', '\' and '/' that occurs). A text in
-// single quotes sets FLAG2_QUOTED_NAME. "file:<name>" reads that destination file into the list of `kind` and leaves
-// the queue name empty. Returns false after printing why.
+// Splits `text`, without the single quotes around it, at the separator (`separator`, or when 0 the first of '#', ',',
+// '\' and '/' that occurs). `what` is what the messages call it. Returns false after printing why.
+bool SplitNames(Parameters& run, char separator, std::string_view text, const char* what, QueueNames& names);
+// The same for a queue of the run. A text in single quotes sets FLAG2_QUOTED_NAME. "file:<name>" reads that destination
+// file into the list of `kind` and leaves the queue name empty.
 bool SplitQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names, ListKind kind);
-// The same for a reply queue: no "file:", no quoted flag, its own messages.
-bool SplitReplyQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names);
 // Adds the queue of `text` (or the queues of the file it names) to the list of `kind`. A new output list begins with
 // the single output queue when one was named before. False after printing why, also for a text without a queue name.
 bool AddDestination(Parameters& run, std::string_view text, ListKind kind);

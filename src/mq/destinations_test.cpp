@@ -85,16 +85,16 @@ TEST(SplitQueueName, RefusesNamesThatDoNotFit) {
     const Outcome split = Captured([&] { return SplitQueueName(run, 0, c.Text, names, ListKind::Output); });
     EXPECT_FALSE(split.Ok);
     EXPECT_EQ(split.Shown, c.Shown);
-    const Outcome reply = Captured([&] { return SplitReplyQueueName(run, 0, c.Text, names); });
+    const Outcome reply = Captured([&] { return SplitNames(run, 0, c.Text, "reply queue", names); });
     EXPECT_FALSE(reply.Ok);
     EXPECT_EQ(reply.Shown, c.ShownForReply);
   }
 }
 
-TEST(SplitReplyQueueName, KnowsNoFilesAndSetsNoFlag) {
+TEST(SplitNames, KnowsNoFilesAndSetsNoFlag) {
   Parameters run;
   QueueNames names;
-  EXPECT_TRUE(SplitReplyQueueName(run, 0, "'file:x'", names));
+  EXPECT_TRUE(SplitNames(run, 0, "'file:x'", "reply queue", names));
   EXPECT_STREQ(names.Queue, "file:x");
   EXPECT_FALSE(run.Has2(FLAG2_QUOTED_NAME));
 }

@@ -48,6 +48,14 @@ const char* ReasonText(MQLONG reason) {
   return row != rows.end() && (*row)->Value == reason ? (*row)->Description : "";
 }
 
+std::optional<MQLONG> ReasonNamed(std::string_view name) {
+  if (name.empty()) return std::nullopt;  // some rows have no name
+  for (const ConstantEntry& entry : kDictionary) {
+    if (SameIgnoringCase(entry.Name, name)) return static_cast<MQLONG>(entry.Value);
+  }
+  return std::nullopt;
+}
+
 void ReportMqCall(Parameters& run, std::string_view call, std::string_view qmgr, std::string_view object,
                   MQLONG reason) {
   const std::string_view qmgrName = Name(qmgr);

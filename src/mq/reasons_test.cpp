@@ -33,6 +33,13 @@ TEST(ReasonText, TakesTheFirstRowOfAValue) {
   for (const auto& c : cases) EXPECT_STREQ(ReasonText(c.Reason), c.Text) << c.Reason;
 }
 
+TEST(ReasonNamed, KnowsEveryNameOfTheTable) {
+  EXPECT_EQ(ReasonNamed("MQRC_Q_FULL"), MQRC_Q_FULL);
+  EXPECT_EQ(ReasonNamed("mqrccf_command_reply_error"), MQRCCF_COMMAND_REPLY_ERROR);
+  EXPECT_EQ(ReasonNamed("MQFB_COD"), MQFB_COD);
+  for (const char* name : {"", "MQRC_Q_FUL", "Queue full"}) EXPECT_EQ(ReasonNamed(name), std::nullopt) << name;
+}
+
 TEST(ReportMqCall, NamesWhatIsGiven) {
   const std::string blanks(48, ' ');
   const std::string padded = "QM1" + std::string(45, ' ');
