@@ -72,6 +72,14 @@ TEST_F(Pacing, ARateThatCannotBeReachedSaysSo) {
   EXPECT_EQ(Occurrences(outcome.Out, "Can not achieve 2 msgs/second, took 1.2 seconds\n"), 2) << outcome.Out;
 }
 
+TEST_F(Pacing, AWaitLastsItsSecondsToTheMillisecond) {
+  for (const std::vector<std::string>& inputs : {std::vector<std::string>{"-IQ1"}, {"-IQ1", "-IQ2"}}) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Tarvo(Joined({"-mQM1", "-fnull", "-w1"}, inputs)).Exit, 0);
+    EXPECT_GE(SecondsOf(start), 1.0);
+  }
+}
+
 TEST_F(Pacing, AnAdaptiveRateTellsWhatTheTargetsConsumerTakes) {
   Queues("QM1").PutNumbered("Q1", 1500);
   const auto outcome = Copy({"-R*", "-vr"});

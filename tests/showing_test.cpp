@@ -393,7 +393,7 @@ TEST_F(Showing, DelaysHoldEachMessageBack) {
   const struct {
     const char* Option;
     double AtLeast, AtMost;  // seconds; the spacing is that of the put times, not the sum of the waits
-  } cases[] = {{"-D150", 0.9, 2}, {"-D-150", 0, 1.7}, {"-Dr", 2.19, 3}, {"-Dr50", 1.3, 2.5}};
+  } cases[] = {{"-D150", 0.9, 2}, {"-D-150", 0, 1.7}, {"-Dr", 2.19, 3}, {"-Dr50", 1.09, 2.5}, {"-Dr150", 3.29, 4.5}};
   for (const auto& c : cases) {
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(Tarvo({"-fin.tvo", "-fnull", c.Option}).Exit, 0);

@@ -32,7 +32,6 @@ inline std::unique_ptr<Parameters> FreshRun() {
   auto run = std::make_unique<Parameters>();
   run->StartTime = kStart;
   run->NowCentis = kStart * 100;
-  run->Now = kStart;
   run->Screen.PageLength = 500;
   run->Screen.BannerShown = true;
   return run;

@@ -117,7 +117,7 @@ bool HandleDebug(OptionScan& scan, const char* argument) {
   if (has('v')) run.Debug |= DEBUG_WORD_SIZE;
   if (has('T')) {
     run.Debug |= DEBUG_TIME_TEST;
-    const std::int64_t now = run.Now;
+    const std::int64_t now = run.StartTime;
     PrintDiagnostic(run, "Current Time:%" PRId64 "\n", now);
     PrintDiagnostic(run, "Local Time  :%s\n", LocalTimeText(now).c_str());
     ShowExampleDates(run, "20141225");

@@ -11,6 +11,7 @@
 
 #include "common/console.h"
 #include "common/text.h"
+#include "engine/get.h"
 #include "engine/handle.h"
 #include "engine/put.h"
 #include "engine/rate.h"
@@ -144,7 +145,8 @@ struct Parameters {
   LogState Log;
   bool NullOutput = false;
   int WaitInterval = 0;  // seconds; -1: without limit
-  int DataWidth = 25;    // data bytes per hex line
+  WaitState Wait;
+  int DataWidth = 25;  // data bytes per hex line
   SearchString AsciiSearch[kSearchStrings], AsciiNotSearch[kSearchStrings];
   SearchString EbcdicSearch[kSearchStrings], EbcdicNotSearch[kSearchStrings];
   SearchString HexSearch[kSearchStrings], HexNotSearch[kSearchStrings];
@@ -157,7 +159,6 @@ struct Parameters {
   int TransactionLimit = 200;  // messages per unit of work; 0: none, -1: no commit by count
   UnitOfWork Uow;
   const char* FileAccessMode = nullptr;  // -a
-  std::atomic<std::int64_t> Now{0};      // seconds since 1970: the start of the run, later the last successful get
   std::int64_t StartTime = 0;            // seconds since 1970: the instant from which ages are counted
   std::int64_t NowCentis = 0;            // the same instant in hundredths of a second
   std::int64_t PutBefore = 0;            // 0: none

@@ -49,7 +49,6 @@ void TakeStartTime(Parameters& run) {
   const std::int64_t now = std::chrono::duration_cast<milliseconds>(sinceEpoch).count();
   run.StartTime = now / 1000;
   run.NowCentis = now / 10;
-  run.Now = run.StartTime;
   run.Status.LastStatusTime = run.StartTime;
   run.Status.LastRateTime = run.StartTime;
 }

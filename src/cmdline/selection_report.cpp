@@ -83,7 +83,7 @@ void ShowIdentifiers(Parameters& run) {
 }
 
 void ShowPutTimes(Parameters& run) {
-  const std::int64_t now = run.Now;
+  const std::int64_t now = run.StartTime;
   const bool debug = (run.Debug & DEBUG_TIME) != 0;
   if (run.PutAfter != 0) {
     const std::string time = LocalTimeText(run.PutAfter);
@@ -149,7 +149,7 @@ void ShowContents(Parameters& run) {
 
 void ShowSelection(Parameters& run) {
   if (run.Has(FLAG_QUIET)) return;
-  if ((run.Debug & DEBUG_TIME) != 0) PrintDiagnostic(run, "Current Time:%" PRId64 "\n", run.Now.load());
+  if ((run.Debug & DEBUG_TIME) != 0) PrintDiagnostic(run, "Current Time:%" PRId64 "\n", run.StartTime);
   PrintDiagnosticText(run,
                       run.Has2(FLAG2_INVERT) ? "Inverse Message selection active:\n" : "Message selection active:\n");
   ShowRange(run);

@@ -37,8 +37,8 @@ const char* TurnAgesIntoTimes(Parameters& run) {
   if (run.YoungerThan != 0 && run.OlderThan != 0 && run.YoungerThan < run.OlderThan) {
     std::swap(run.YoungerThan, run.OlderThan);
   }
-  if (run.YoungerThan != 0) run.PutAfter = run.Now - run.YoungerThan;
-  if (run.OlderThan != 0) run.PutBefore = run.Now - run.OlderThan;
+  if (run.YoungerThan != 0) run.PutAfter = run.StartTime - run.YoungerThan;
+  if (run.OlderThan != 0) run.PutBefore = run.StartTime - run.OlderThan;
   return nullptr;
 }
 

@@ -4,19 +4,18 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
-#include <ctime>
 #include <memory>
 #include <mutex>
 
 #include "cmdline/parameters.h"
+#include "common/clock.h"
 #include "engine/get.h"
 #include "engine/transfer.h"
 #include "mq/reasons.h"
 
 namespace {
 
-constexpr std::int64_t kNoLimit = 3600;  // seconds of one wait where nothing limits it
-constexpr std::int64_t kEmptyGrace = 5;  // seconds granted while a queue has not reported empty yet
+constexpr std::int64_t kEmptyGrace = 5000;  // milliseconds granted while a queue has not reported empty yet
 
 // What the thread that delivers messages and the main thread share. The callback holds `Busy` for the whole of a call;
 // the main thread holds it whenever it looks at the run while consumption may be going on, and never during an MQCTL,
@@ -92,7 +91,7 @@ MQLONG TakeMessage(Parameters& run, QueueElement& queue, const MQMD& descriptor,
     queue.Active = true;
     ++run.InputList->QueuesActive;
   }
-  run.Now = std::time(nullptr);
+  run.Wait.Since = SteadyMillis();
   CurrentMessage& message = run.Message;
   message.Descriptor = DefaultDescriptor();
   std::memcpy(static_cast<void*>(&message.Descriptor), &descriptor,
@@ -176,18 +175,17 @@ static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQ
 }
 }
 
-std::int64_t WaitLeft(const Parameters& run) {
-  if (run.WaitInterval == -1) return kNoLimit;
-  const std::int64_t left = run.Now + run.WaitInterval - std::time(nullptr);
+std::int64_t DeliveryLeft(const Parameters& run) {
+  const std::int64_t left = WaitLeft(run);
   // A queue that has not reported empty yet may still have messages to deliver.
   return left <= 0 && run.InputList->QueuesEmptied < run.InputList->Count() ? kEmptyGrace : left;
 }
 
-std::int64_t FileAgeLeft(const Parameters& run) {
-  if (run.LimitAge == 0) return kNoLimit;
+std::int64_t FileLeft(const Parameters& run) {
+  if (run.LimitAge == 0) return kEndlessWaitSlice;
   // A file that the next message opens reaches its age no sooner.
-  if (!run.Writer.Out.is_open()) return run.LimitAge;
-  return run.Naming.OpenTime + run.LimitAge - std::time(nullptr);
+  if (!run.Writer.Out.is_open()) return std::int64_t{run.LimitAge} * 1000;
+  return FileAgeLeft(run);
 }
 
 MQLONG RegisterQueues(Parameters& run) {
@@ -252,9 +250,9 @@ MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
     {
       std::unique_lock<std::mutex> lock(consumption.Busy);
       while (!run.Finished) {
-        const std::int64_t wait = std::min({WaitLeft(run), FileAgeLeft(run), kNoLimit});
+        const std::int64_t wait = std::min({DeliveryLeft(run), FileLeft(run), kEndlessWaitSlice});
         if (wait <= 0) break;
-        consumption.Ended.wait_for(lock, std::chrono::seconds(wait), [&run] { return run.Finished.load(); });
+        consumption.Ended.wait_for(lock, std::chrono::milliseconds(wait), [&run] { return run.Finished.load(); });
       }
     }
     const MQLONG failure = Control(consumption, MQOP_STOP, "MQCTL(STOP)");
@@ -265,10 +263,10 @@ MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
       return consumption.Result != 0 ? consumption.Result : failure;
     }
     if (run.Finished) return consumption.Result;
-    if (FileAgeLeft(run) < 1) {
+    if (FileLeft(run) <= 0) {
       if (const MQLONG reason = CloseOutputFile(run); reason != 0) return reason;
     }
-    if (WaitLeft(run) < 1) return 0;
+    if (DeliveryLeft(run) <= 0) return 0;
   }
 }
 

@@ -8,12 +8,12 @@
 #include <thread>
 
 #include "cmdline/parameters.h"
+#include "common/clock.h"
 #include "mq/reasons.h"
 
 namespace {
 
-constexpr std::int64_t kEndlessWaitSlice = 3600;  // seconds of one get when the wait has no limit
-constexpr std::int64_t kLongestWait = std::numeric_limits<MQLONG>::max() / 1000;
+constexpr std::int64_t kLongestWait = std::numeric_limits<MQLONG>::max();  // milliseconds of one get
 constexpr std::chrono::milliseconds kEmptiedQueuePause{100};
 
 // Whether a get with this reason has certainly left every message where it was.
@@ -28,11 +28,10 @@ bool FilePending(const Parameters& run) { return run.Writer.Out.is_open() && run
 // that has reached its age is closed. Nothing waits while something is uncommitted or not flushed.
 MQLONG AddWait(Parameters& run, MQGMO& options) {
   if (run.WaitInterval == 0 || UnitPending(run) || FilePending(run)) return 0;
-  const std::int64_t now = std::time(nullptr);
-  std::int64_t wait = run.WaitInterval == -1 ? kEndlessWaitSlice : run.Now + run.WaitInterval - now;
+  std::int64_t wait = WaitLeft(run);
   if (wait <= 0) return 0;
   if (run.LimitAge != 0 && run.Writer.Out.is_open() && run.Writer.MsgsInFile > 0) {
-    const std::int64_t left = run.Naming.OpenTime + run.LimitAge - now;
+    const std::int64_t left = FileAgeLeft(run);
     if (left > 0) {
       wait = std::min(wait, left);
     } else if (const MQLONG reason = CloseOutputFile(run); reason != 0) {
@@ -40,7 +39,7 @@ MQLONG AddWait(Parameters& run, MQGMO& options) {
     }
   }
   options.Options |= MQGMO_WAIT;
-  options.WaitInterval = static_cast<MQLONG>(std::min(wait, kLongestWait) * 1000);
+  options.WaitInterval = static_cast<MQLONG>(std::min(wait, kLongestWait));
   return 0;
 }
 
@@ -69,18 +68,26 @@ MQLONG NoMessage(Parameters& run, MQLONG& getOptions) {
     return 0;
   }
   if (const MQLONG reason = FinishPendingWork(run); reason != 0) return reason;
-  const std::int64_t now = std::time(nullptr);
   if (replay) {
     // Somebody has emptied the queue that is replayed. It may fill again until the rate's end.
-    run.Finished = run.Pace.RateEndTime != 0 && now > run.Pace.RateEndTime;
+    run.Finished = run.Pace.RateEndTime != 0 && std::time(nullptr) > run.Pace.RateEndTime;
     if (!run.Finished) std::this_thread::sleep_for(kEmptiedQueuePause);
     return 0;
   }
-  if (run.WaitInterval != -1 && now - run.Now >= run.WaitInterval) run.Finished = true;
+  if (WaitLeft(run) <= 0) run.Finished = true;
   return 0;
 }
 
 }  // namespace
+
+std::int64_t WaitLeft(const Parameters& run) {
+  if (run.WaitInterval == -1) return kEndlessWaitSlice;
+  return run.Wait.Since + std::int64_t{run.WaitInterval} * 1000 - SteadyMillis();
+}
+
+std::int64_t FileAgeLeft(const Parameters& run) {
+  return (run.Naming.OpenTime + run.LimitAge - std::time(nullptr)) * 1000;
+}
 
 MQLONG GetOptions(const Parameters& run, bool underCursor) {
   const MQLONG syncpoint = run.TransactionLimit != 0 ? MQGMO_SYNCPOINT : MQGMO_NO_SYNCPOINT;
@@ -150,7 +157,7 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
       message.Data = message.Buffer.data();
       message.Length = std::max<MQLONG>(length, 0);
       message.Delivered = std::min(message.Length, room);
-      run.Now.store(std::time(nullptr), std::memory_order_relaxed);
+      run.Wait.Since = SteadyMillis();
       return 0;
     }
     if (underCursor && reason == MQRC_NO_MSG_UNDER_CURSOR) return reason;

@@ -2,10 +2,23 @@
 
 // Getting messages from an input queue: options, waits, buffer growth, what ends the input.
 
+#include <cstdint>
+
 #include "mq/mqi.h"
 
 struct Parameters;
 struct QueueElement;
+
+struct WaitState {
+  std::int64_t Since = 0;  // steady milliseconds: the start of the transfer, later the last message that was got
+};
+
+inline constexpr std::int64_t kEndlessWaitSlice = 3600 * 1000;  // milliseconds of one wait where nothing limits it
+
+// Milliseconds that are left of the wait interval, counted from the last message; not above 0 when it is over.
+std::int64_t WaitLeft(const Parameters& run);
+// Milliseconds until the open output file reaches its age; not above 0 when it has.
+std::int64_t FileAgeLeft(const Parameters& run);
 
 // The options of a get: browse, destructive, or of the message under the browse cursor, with properties as MQRFH2
 // header where the queue manager knows them.

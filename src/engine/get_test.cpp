@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
+#include <limits>
 
+#include "common/clock.h"
 #include "engine/fake_mq_test.h"
 #include "platform/test_folder.h"
 
@@ -42,23 +44,25 @@ struct GetTest : testing::Test, FakeRun {
 TEST_F(GetTest, WaitsOnlyWhenNothingIsPending) {
   struct Case {
     int WaitInterval;
-    int LastMessageAgo;  // seconds
+    int LastMessageAgo;  // milliseconds
     int UowCount;
     int TransactionLimit;
-    MQLONG Wait;  // seconds; 0: none
+    MQLONG Wait;  // milliseconds; 0: none
   };
-  const Case cases[] = {{0, 0, 0, 200, 0},  {30, 0, 0, 200, 30}, {30, 10, 0, 200, 20},  {30, 31, 0, 200, 0},
-                        {30, 0, 5, 200, 0}, {30, 0, 5, -1, 30},  {-1, 99, 0, 200, 3600}};
+  constexpr MQLONG kMost = std::numeric_limits<MQLONG>::max();
+  const Case cases[] = {
+      {0, 0, 0, 200, 0},  {30, 0, 0, 200, 30000}, {30, 10400, 0, 200, 19600},   {30, 30001, 0, 200, 0},
+      {30, 0, 5, 200, 0}, {30, 0, 5, -1, 30000},  {-1, 99000, 0, 200, 3600000}, {2000000000, 0, 0, 200, kMost}};
   for (const Case& c : cases) {
     mq.Add(kSource, "x");
     run.WaitInterval = c.WaitInterval;
-    run.Now = std::time(nullptr) - c.LastMessageAgo;
+    run.Wait.Since = SteadyMillis() - c.LastMessageAgo;
     run.Uow.UowCount = c.UowCount;
     run.TransactionLimit = c.TransactionLimit;
     ASSERT_EQ(Get(), 0);
     const MQGMO& options = mq.GetOptions.back();
     EXPECT_EQ((options.Options & MQGMO_WAIT) != 0, c.Wait != 0);
-    EXPECT_NEAR(options.WaitInterval, c.Wait * 1000, 1000);
+    EXPECT_NEAR(options.WaitInterval, c.Wait, 100);
   }
 }
 
@@ -86,7 +90,7 @@ TEST_F(GetTest, ResetsTheDescriptorAndAsksForIdentifiersAndConversion) {
 TEST_F(GetTest, CommitsWhatIsPendingBeforeItWaits) {
   run.Uow = {true, 150};
   run.WaitInterval = 1;
-  run.Now = std::time(nullptr);
+  run.Wait.Since = SteadyMillis();
   ASSERT_EQ(Get(), 0);
   EXPECT_TRUE(run.Finished);
   ASSERT_GE(mq.Calls.size(), 3U);
@@ -103,7 +107,7 @@ TEST_F(GetTest, AFileThatReachesItsAgeIsClosedByAWaitingGetOnly) {
   run.Writer.MsgsInFile = 1;
   run.Naming.OpenTime = std::time(nullptr) - 20;
   run.WaitInterval = 30;
-  run.Now = std::time(nullptr);
+  run.Wait.Since = SteadyMillis();
   Set(FLAG_SELECTING);
   mq.Add(kSource, "one");
   mq.Add(kSource, "two");

@@ -1,5 +1,6 @@
 #include "engine/handle.h"
 
+#include <algorithm>
 #include <bit>
 #include <chrono>
 #include <cstdio>
@@ -10,13 +11,14 @@
 #include <thread>
 
 #include "cmdline/parameters.h"
+#include "common/clock.h"
 #include "common/units.h"
 #include "engine/code_pages.h"
-#include "platform/system.h"
 
 namespace {
 
 constexpr std::int64_t kAnnouncedWait = 5000;  // milliseconds; longer sleeps are told
+constexpr double kLongestReplay = 1e15;        // milliseconds; put dates and percentages are anybody's
 constexpr std::int64_t kRandomRange = 32767;
 
 void SleepFor(std::int64_t milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
@@ -54,21 +56,22 @@ void AnnounceSleep(std::int64_t milliseconds) {
   std::fflush(stdout);
 }
 
-// -Dr: the messages follow each other as they were put, counted from a reference message.
+// -Dr: the messages follow each other as they were put, each at its own instant after a reference message, so that what
+// handling a message takes adds up to no delay.
 void DelayAsPut(Parameters& run) {
   ReplayState& replay = run.Replay;
   const MQMD& descriptor = run.Message.Descriptor;
   if (PutTimeUtc(descriptor.PutDate, descriptor.PutTime) < 0) return;  // no time to keep to
-  const std::int64_t distance = replay.ReplayStartTick != 0 ? PutDistance(replay, descriptor) : -1;
+  const std::int64_t distance = replay.ReplayStart ? PutDistance(replay, descriptor) : -1;
   if (distance < 0) {
-    replay.ReplayStartTick = TickCount();
+    replay.ReplayStart = SteadyMillis();
     std::memcpy(replay.ReplayPutDate, descriptor.PutDate, sizeof replay.ReplayPutDate);
     std::memcpy(replay.ReplayPutTime, descriptor.PutTime, sizeof replay.ReplayPutTime);
     return;
   }
-  const std::int64_t elapsed = static_cast<std::uint32_t>(TickCount() - replay.ReplayStartTick);
-  if (distance <= elapsed) return;
-  const std::int64_t wait = (distance - elapsed) * run.Delay / 100;
+  const double after = std::clamp(static_cast<double>(distance) * run.Delay / 100, 0.0, kLongestReplay);
+  const std::int64_t wait = *replay.ReplayStart + static_cast<std::int64_t>(after) - SteadyMillis();
+  if (wait <= 0) return;
   if (wait > kAnnouncedWait) AnnounceSleep(wait);
   SleepFor(wait);
 }
@@ -79,7 +82,8 @@ void Delay(Parameters& run) {
   } else if (run.Delay > 0) {
     SleepFor(run.Delay);
   } else if (run.Delay < 0) {
-    std::minstd_rand random(run.Replay.RandomState != 0 ? run.Replay.RandomState : TickCount());
+    const auto seed = run.Replay.RandomState != 0 ? run.Replay.RandomState : static_cast<std::uint32_t>(SteadyMillis());
+    std::minstd_rand random(seed);
     run.Replay.RandomState = static_cast<std::uint32_t>(random());
     SleepFor(-static_cast<std::int64_t>(run.Delay) * (run.Replay.RandomState % (kRandomRange + 1)) / kRandomRange);
   }

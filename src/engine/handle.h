@@ -3,6 +3,7 @@
 // What happens to one selected message on its way to the target: delays, header stripping, routing.
 
 #include <cstdint>
+#include <optional>
 
 #include "common/text.h"
 #include "mq/mqi.h"
@@ -12,7 +13,7 @@ struct QueueElement;
 
 // The reference of the relative delay, and the state of the random one.
 struct ReplayState {
-  std::uint32_t ReplayStartTick = 0;  // 0: no reference yet
+  std::optional<std::int64_t> ReplayStart;  // steady milliseconds; none: no reference yet
   char ReplayPutDate[8]{};
   char ReplayPutTime[8]{};
   std::uint32_t RandomState = 0;  // 0: not seeded yet

@@ -31,9 +31,7 @@ int TargetDepth(Parameters& run) {
   return compCode == MQCC_FAILED ? 0 : std::max<MQLONG>(depth, 0);
 }
 
-std::int64_t ElapsedMillis(const RateState& pace) {
-  return static_cast<std::uint32_t>(pace.Clock->Ticks() - pace.RatePeriodStart);
-}
+std::int64_t ElapsedMillis(const RateState& pace) { return pace.Clock->Ticks() - pace.RatePeriodStart; }
 
 void StartPeriod(RateState& pace) {
   pace.RatePeriodCount = 0;
@@ -179,7 +177,7 @@ void StartRate(Parameters& run) {
   pace.RateGuess = kFirstGuess;
   pace.RateClamp = false;
   if (run.Rate == -1) pace.RateDepth = TargetDepth(run);
-  pace.RateEndTime = run.RateDuration > 0 ? run.Now + run.RateDuration : 0;
+  pace.RateEndTime = run.RateDuration > 0 ? pace.Clock->Seconds() + run.RateDuration : 0;
 }
 
 MQLONG PaceMessage(Parameters& run, bool& ended) {

@@ -7,31 +7,31 @@
 #include <ctime>
 #include <thread>
 
+#include "common/clock.h"
 #include "mq/mqi.h"
-#include "platform/system.h"
 
 struct Parameters;
 
 // Where the pace takes its time from; tests put their own in its place.
 struct PaceClock {
-  std::uint32_t (*Ticks)();            // milliseconds, wrapping
+  std::int64_t (*Ticks)();             // milliseconds, steady
   std::int64_t (*Seconds)();           // since 1970
   void (*Sleep)(std::int64_t millis);  // milliseconds
 };
 // Defined here because the record of every run points to it, also in programs that pace nothing.
 inline const PaceClock kSystemClock = {
-    TickCount,
+    SteadyMillis,
     [] { return static_cast<std::int64_t>(std::time(nullptr)); },
     [](std::int64_t millis) { std::this_thread::sleep_for(std::chrono::milliseconds(millis)); },
 };
 
 struct RateState {
-  int RateGuess = 1000;               // messages allowed in the current one-second period
-  int RateDepth = 0;                  // adaptive: the target's depth at the start of the period
-  std::int64_t RateEndTime = 0;       // seconds; 0: none
-  std::uint32_t RatePeriodStart = 0;  // milliseconds, tick count
-  int RatePeriodCount = 0;            // messages processed in the current period
-  bool RateClamp = false;             // adaptive: limit the next adjustment to 5 %
+  int RateGuess = 1000;              // messages allowed in the current one-second period
+  int RateDepth = 0;                 // adaptive: the target's depth at the start of the period
+  std::int64_t RateEndTime = 0;      // seconds; 0: none
+  std::int64_t RatePeriodStart = 0;  // milliseconds, steady
+  int RatePeriodCount = 0;           // messages processed in the current period
+  bool RateClamp = false;            // adaptive: limit the next adjustment to 5 %
   MQHOBJ RateHobj = MQHO_UNUSABLE_HOBJ;
   const PaceClock* Clock = &kSystemClock;  // of the status lines too
 };

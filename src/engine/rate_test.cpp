@@ -10,7 +10,7 @@
 namespace {
 
 // A clock that stands still unless somebody sleeps or the test moves it.
-std::uint32_t ticks = 0;
+std::int64_t ticks = 0;
 std::int64_t seconds = 0;
 std::vector<std::int64_t> sleeps;
 constexpr PaceClock kFakeClock = {
@@ -18,7 +18,7 @@ constexpr PaceClock kFakeClock = {
     [] { return seconds; },
     [](std::int64_t millis) {
       sleeps.push_back(millis);
-      ticks += static_cast<std::uint32_t>(millis);
+      ticks += millis;
     },
 };
 
@@ -33,17 +33,15 @@ void InquireDepth(MQHCONN, MQHOBJ, MQLONG, const MQLONG* selectors, MQLONG, MQLO
 
 struct RateTest : testing::Test, FakeRun {
   RateTest() {
-    ticks = 0xFFFFFF00U;  // wraps in the first period
     seconds = 5000;
     depth = 0;
     sleeps.clear();
     run.Pace.Clock = &kFakeClock;
     run.QMgrs[0].Api.MQINQ = InquireDepth;
-    run.Now = seconds;
     run.Uow.SyncpointActive = true;
   }
   // Messages handled until the next period ends, and what that printed.
-  int RunPeriod(std::uint32_t millisPerMessage = 0) {
+  int RunPeriod(std::int64_t millisPerMessage = 0) {
     const std::size_t sleepsBefore = sleeps.size();
     const int commitsBefore = mq.Count("MQCMIT");
     testing::internal::CaptureStdout();

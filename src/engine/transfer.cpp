@@ -1,8 +1,7 @@
 #include "engine/transfer.h"
 
-#include <ctime>
-
 #include "cmdline/parameters.h"
+#include "common/clock.h"
 #include "engine/consumer.h"
 #include "engine/get.h"
 #include "files/reader.h"
@@ -72,7 +71,7 @@ MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
   run.Uow.SyncpointActive = unitsPossible && run.TransactionLimit != 0;
   run.MessageIndex = 0;
   run.SelectedCount = 0;
-  run.Now = std::time(nullptr);
+  run.Wait.Since = SteadyMillis();
   if (run.Rate != 0) StartRate(run);
   if (ReadsSeveralQueues(run)) return ConsumeQueues(run);
   return ReadMessages(run, source, queue, terminal);

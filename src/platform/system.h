@@ -33,6 +33,3 @@ void SetEnvironment(const char* name, const char* value);
 
 // The text of an operating-system error number, without a line end.
 std::string SystemErrorText(int error);
-
-// Milliseconds since an arbitrary start, wrapping like the system's 32-bit tick counter; never 0.
-std::uint32_t TickCount();

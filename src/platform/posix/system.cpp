@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
@@ -69,9 +68,3 @@ void SetEnvironment(const char* name, const char* value) {
 }
 
 std::string SystemErrorText(int error) { return std::generic_category().message(error); }
-
-std::uint32_t TickCount() {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  const auto ticks = static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
-  return ticks != 0 ? ticks : 1;
-}

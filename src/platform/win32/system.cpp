@@ -71,8 +71,3 @@ std::string SystemErrorText(int error) {
   while (size > 0 && (text[size - 1] == '\n' || text[size - 1] == '\r')) --size;
   return {text, size};
 }
-
-std::uint32_t TickCount() {
-  const std::uint32_t ticks = GetTickCount();
-  return ticks != 0 ? ticks : 1;
-}
