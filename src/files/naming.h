@@ -6,11 +6,11 @@
 #include <atomic>
 #include <cstdint>
 #include <ctime>
-#include <set>
 #include <string>
 #include <string_view>
 
 #include "common/text.h"
+#include "files/run_files.h"
 #include "mq/mqi.h"
 
 struct Parameters;
@@ -19,9 +19,9 @@ struct QueueElement;
 struct FileNaming {
   Text<255> InputName;                    // the expanded name of the input file in use (or last used)
   std::atomic<std::int64_t> OpenTime{0};  // when the output file was opened, seconds
-  std::set<std::string> Written;          // output files of this run, which a roll-over must never open again
-  std::set<std::string> InputSet;         // files of an indexed input set, found when an output might be one
-  std::string Approved;                   // the existing file that the user has agreed to overwrite
+  RunFiles Files;
+  bool InputSetKnown = false;  // the later files of an indexed input set are among them
+  std::string Approved;        // the existing file that the user has agreed to overwrite
   // Generic naming: directory (with its trailing separator), base name (the queue's) and file type.
   std::string Directory;
   std::string BaseName;

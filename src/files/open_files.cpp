@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <cerrno>
 #include <ctime>
 #include <filesystem>
+#include <set>
 #include <system_error>
 
 #include "cmdline/parameters.h"
@@ -43,42 +45,20 @@ InsertValues ValuesNow(const Parameters& run, int fileNumber) {
   return values;
 }
 
-bool SameFile(const std::string& one, const std::string& other) {
-  std::error_code error;
-  return !one.empty() && !other.empty() && std::filesystem::equivalent(one, other, error) && !error;
-}
-
 // The files that an indexed input set has or may come to.
-std::set<std::string> FilesOfSet(const Parameters& run) {
-  std::set<std::string> files;
+void FindInputSet(Parameters& run) {
+  std::set<std::string> names;
   int missing = 0;
   for (int number = 1; missing < kLargestGap; ++number) {
     InsertValues values = ValuesNow(run, number);
     values.MessageOrdinal = values.SelectedOrdinal = number;
-    std::error_code error;
-    const auto file = std::filesystem::canonical(ExpandTemplate(run.InputFileName.view(), values), error);
+    const std::string name = ExpandTemplate(run.InputFileName.view(), values);
+    const RunFiles::Identity file = IdentityOf(name);
     // A name that does not change with its number is found once.
-    missing = !error && files.insert(file.string()).second ? 0 : missing + 1;
+    missing = file && names.insert(name).second ? 0 : missing + 1;
+    run.Naming.Files.AddInput(file);
   }
-  return files;
-}
-
-// Whether `name` is a file that this run reads, now or later.
-bool IsInput(Parameters& run, const std::string& name) {
-  if (run.Reader.In.is_open() && SameFile(name, run.Naming.InputName.c_str())) return true;
-  if (run.LogMode) return SameFile(name, run.Log.LogFile.c_str());
-  if (!run.Has(FLAG_INPUT_INSERTS) || run.Has2(FLAG2_GENERIC)) return false;
-  std::error_code error;
-  const auto file = std::filesystem::canonical(name, error);
-  if (error) return false;
-  if (run.Naming.InputSet.empty()) run.Naming.InputSet = FilesOfSet(run);
-  return run.Naming.InputSet.contains(file.string());
-}
-
-// Whether `name` is a file that this run has written or is writing.
-bool IsBeingWritten(Parameters& run, const std::string& name) {
-  if (run.Naming.Written.contains(name)) return true;
-  return run.Writer.Out.is_open() && SameFile(name, run.Writer.FileName.c_str());
+  run.Naming.InputSetKnown = true;
 }
 
 MQLONG AlreadyExists(Parameters& run, const std::string& name) {
@@ -118,10 +98,6 @@ MQLONG OpenInput(Parameters& run) {
     SetMessageText(run, "Duplicate input file '%s'\n", name.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
-  if (IsBeingWritten(run, name)) {
-    SetMessageText(run, "Input file '%s' is an output file of this run\n", name.c_str());
-    return MQRC_FILE_SYSTEM_ERROR;
-  }
   run.Naming.InputName.Assign(name);
   run.Reader.FileBytes = 0;
   run.Reader.LineNumber = 0;
@@ -132,6 +108,13 @@ MQLONG OpenInput(Parameters& run) {
     if (later && missing) return MQRC_FILE_SYSTEM_ERROR;
     return CanNotOpen(run, "input", name, mode);
   }
+  const RunFiles::Identity file = IdentityOf(run.Reader.In.stream());
+  if (run.Naming.Files.IsOutput(file)) {
+    run.Reader.In.Close();
+    SetMessageText(run, "Input file '%s' is an output file of this run\n", name.c_str());
+    return MQRC_FILE_SYSTEM_ERROR;
+  }
+  run.Naming.Files.AddInput(file);
   run.FilesRead = number;
   StartLoading(run, name);
   return 0;
@@ -166,22 +149,65 @@ MQLONG NumberFirstFile(Parameters& run) {
     SetMessageText(run, "Can not rename file '%s' to '%s'", run.Writer.FileName.c_str(), first.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
-  run.Naming.Written.insert(first);
   run.FilesWritten = 1;
   return 0;
 }
 
-// Whether `name` may be opened for writing: never a file that is read or that this run has written, and an existing one
-// only when that is wanted.
-MQLONG CheckOutputName(Parameters& run, const std::string& name, bool append, bool mayAsk) {
-  if (IsInput(run, name)) {
+// Whether a file that is there may be written: never one that is read or that this run has written.
+MQLONG CheckOutputFile(Parameters& run, const std::string& name, const RunFiles::Identity& file) {
+  if (!file) return 0;
+  RunFiles& files = run.Naming.Files;
+  const bool readsSet = run.Has(FLAG_INPUT_INSERTS) && !run.Has2(FLAG2_GENERIC) && !run.LogMode;
+  if (readsSet && !run.Naming.InputSetKnown) FindInputSet(run);
+  if (files.IsInput(file)) {
     SetMessageText(run, "Output file '%s' is an input file of this run\n", name.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
-  if (run.Naming.Written.contains(name)) return AlreadyExists(run, name);
+  return files.IsOutput(file) ? AlreadyExists(run, name) : 0;
+}
+
+// What is asked and checked by name, while nothing is opened yet.
+MQLONG CheckOutputName(Parameters& run, const std::string& name, bool append, bool mayAsk) {
+  const RunFiles::Identity file = IdentityOf(name);
+  if (const MQLONG reason = CheckOutputFile(run, name, file); reason != 0) return reason;
+  if (RunFiles::IsStandardOutput(file)) return AlreadyExists(run, name);
   std::error_code error;
   if (append || run.Has(FLAG_FORCE) || name == run.Naming.Approved || !std::filesystem::exists(name, error)) return 0;
   return mayAsk && MayOverwrite(run, name) ? 0 : AlreadyExists(run, name);
+}
+
+MQLONG OpenStandardOutput(Parameters& run) {
+  const RunFiles::Identity file = IdentityOf(stdout);
+  if (const MQLONG reason = CheckOutputFile(run, "stdout", file); reason != 0) return reason;
+  run.Naming.Files.AddOutput(file);
+  run.Writer.Out.UseStandardOutput();
+  return 0;
+}
+
+// Opens the file as it stands, makes sure that it is the one that was checked, and only then takes its content away.
+MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::string& mode) {
+  std::error_code unknown;
+  errno = EISDIR;
+  OpenedForWriting opened;
+  const bool append = mode[0] == 'a';
+  if (!std::filesystem::is_directory(name, unknown)) {
+    opened = OpenForWriting(name, append, mode.find('b') != std::string::npos);
+  }
+  if (opened.File == nullptr) return CanNotOpen(run, "output", name, mode);
+  const RunFiles::Identity file = IdentityOf(opened.File);
+  if (!opened.Created) {
+    MQLONG reason = CheckOutputFile(run, name, file);
+    if (reason == 0 && !append && FileSize(opened.File) > 0 && SetFileSize(opened.File, 0) != 0) {
+      reason = CanNotOpen(run, "output", name, mode);
+    }
+    if (reason != 0) {
+      std::fclose(opened.File);
+      return reason;
+    }
+  }
+  if (run.Writer.Out.Adopt(opened.File, name.c_str()) != 0) return CanNotOpen(run, "output", name, mode);
+  run.Naming.Files.AddOutput(file);
+  return 0;
 }
 
 MQLONG OpenOutput(Parameters& run, bool mayAsk) {
@@ -201,15 +227,11 @@ MQLONG OpenOutput(Parameters& run, bool mayAsk) {
     run.NullOutput = true;
     return 0;
   }
-  if (name == "stdout") {
-    writer.Out.UseStandardOutput();
-    return 0;
-  }
+  if (name == "stdout") return OpenStandardOutput(run);
   const std::string mode = AccessMode(run, 'w');
   if (const MQLONG reason = CheckOutputName(run, name, mode[0] == 'a', mayAsk); reason != 0) return reason;
   if (run.Has2(FLAG2_COUNT_FIRST)) return 0;
-  if (writer.Out.Open(name.c_str(), mode.c_str()) != 0) return CanNotOpen(run, "output", name, mode);
-  run.Naming.Written.insert(name);
+  if (const MQLONG reason = OpenNamedOutput(run, name, mode); reason != 0) return reason;
   run.FilesWritten = number;
   run.Naming.OpenTime = static_cast<std::int64_t>(std::time(nullptr));
   return 0;

@@ -59,21 +59,19 @@ int OutputFile::Open(const char* name, const char* mode) {
   Close(false);
   if (IsDirectory(name)) return EISDIR;
   errno = 0;
-  if (const int failure = Adopt(std::fopen(name, mode)); failure != 0) return failure;
-  if (mode[0] == 'a' && std::fseek(file_, 0, SEEK_END) == 0) {
-    written_ = std::max(FilePosition(file_), std::int64_t{0});
+  const bool append = mode[0] == 'a';
+  const OpenedForWriting opened = OpenForWriting(name, append, std::strchr(mode, 'b') != nullptr);
+  if (opened.File == nullptr) return LastError();
+  if (!append && FileSize(opened.File) > 0) {
+    if (const int failure = SetFileSize(opened.File, 0); failure != 0) {
+      std::fclose(opened.File);
+      return failure;
+    }
   }
-  try {
-    newEntryIn_ = std::filesystem::path(name).parent_path().string();
-    entryOnDisk_ = false;
-  } catch (const std::exception&) {
-    Close(false);
-    return ENOMEM;
-  }
-  return 0;
+  return Adopt(opened.File, name);
 }
 
-int OutputFile::Adopt(std::FILE* file) {
+int OutputFile::Adopt(std::FILE* file, const char* name) {
   Close(false);
   if (file == nullptr) return LastError();
   if (block_ == nullptr) block_ = NewBlock(kStreamBlock);
@@ -82,6 +80,15 @@ int OutputFile::Adopt(std::FILE* file) {
     return ENOMEM;
   }
   Begin(file);
+  if (name == nullptr) return 0;
+  if (std::fseek(file_, 0, SEEK_END) == 0) written_ = std::max(FilePosition(file_), std::int64_t{0});
+  try {
+    newEntryIn_ = std::filesystem::path(name).parent_path().string();
+    entryOnDisk_ = false;
+  } catch (const std::exception&) {
+    Close(false);
+    return ENOMEM;
+  }
   return 0;
 }
 

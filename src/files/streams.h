@@ -23,8 +23,9 @@ class OutputFile {
 
   // Opens with a C library mode ("w", "wb", "ab"...). Returns 0, or errno.
   int Open(const char* name, const char* mode);
-  // Takes over an open stream. Returns 0, or ENOMEM with the stream closed.
-  int Adopt(std::FILE* file);
+  // Takes over an open stream that stands where it is to be written, and looks after the directory entry of `name` when
+  // one is given. Returns 0, or ENOMEM with the stream closed.
+  int Adopt(std::FILE* file, const char* name = nullptr);
   // Writes to standard output, which Close leaves open. A terminal shows no character whole that is torn between two
   // pieces of Reserve or Append.
   void UseStandardOutput();

@@ -146,6 +146,7 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
     run.Writer.FileName.Assign(queue.FilePath);
     fileError = run.Writer.Out.Open(queue.FilePath.c_str(), "w");
     run.Writer.Out.LeaveEntry();
+    run.Naming.Files.AddOutput(IdentityOf(queue.FilePath));
   }
   if (fileError != 0) {
     PrintOutput("File Error RC(%d)\n", fileError);

@@ -88,6 +88,7 @@ MQLONG OpenDumpFile(Parameters& run, const std::string& name) {
     PrintDiagnostic(run, "Can not access MQ log file.\n");
     return MQRC_FILE_SYSTEM_ERROR;
   }
+  run.Naming.Files.AddInput(IdentityOf(name));
   run.Log.LogFile.Assign(name);
   run.Log.ReadingDumpFile = true;
   return 0;

@@ -2,9 +2,32 @@
 
 // File operations that the C++ library lacks.
 
+#include <compare>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
+
+// Which file it is, by whatever name, link or descriptor it was reached.
+struct FileIdentity {
+  std::uint64_t Volume = 0;
+  std::uint64_t File = 0;
+  auto operator<=>(const FileIdentity&) const = default;
+};
+// Of an open stream, or of what a name stands for (links followed, nothing is opened for long). None for what is no
+// file on a disk, where writing what is read does no harm: a pipe, a terminal, a character device.
+std::optional<FileIdentity> IdentityOf(std::FILE* file);
+std::optional<FileIdentity> IdentityOf(const std::string& name);
+
+struct OpenedForWriting {
+  std::FILE* File = nullptr;  // null: errno tells why
+  bool Created = false;       // there was no such file before
+};
+// Opens for writing at the start or, with `append`, at the end, and leaves what the file holds as it is; makes the file
+// where there is none. `binary`: line ends are written as they are.
+OpenedForWriting OpenForWriting(const std::string& name, bool append, bool binary);
+// Cuts a file to `bytes` bytes (or fills it up with zeros). Returns 0, or errno.
+int SetFileSize(std::FILE* file, std::int64_t bytes);
 
 // Forces what was written to `file` (already flushed to the system) onto the disk. Returns 0, or errno. Streams that
 // have no disk behind them (pipes, terminals, character devices) count as done.

@@ -6,6 +6,44 @@
 
 #include <cerrno>
 
+namespace {
+
+std::optional<FileIdentity> IdentityIn(const struct stat& status) {
+  if (!S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode)) return std::nullopt;
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
+}  // namespace
+
+std::optional<FileIdentity> IdentityOf(std::FILE* file) {
+  struct stat status;
+  return fstat(fileno(file), &status) == 0 ? IdentityIn(status) : std::nullopt;
+}
+
+std::optional<FileIdentity> IdentityOf(const std::string& name) {
+  struct stat status;
+  return stat(name.c_str(), &status) == 0 ? IdentityIn(status) : std::nullopt;
+}
+
+OpenedForWriting OpenForWriting(const std::string& name, bool append, bool) {
+  constexpr mode_t kAnybody = 0666;  // less what the user's mask takes
+  const int flags = O_WRONLY | O_CLOEXEC | (append ? O_APPEND : 0);
+  OpenedForWriting opened;
+  int fd = open(name.c_str(), flags | O_CREAT | O_EXCL, kAnybody);
+  opened.Created = fd >= 0;
+  if (fd < 0 && errno == EEXIST) fd = open(name.c_str(), flags);
+  if (fd < 0 && errno == ENOENT) {
+    // A link to a file that is not there.
+    fd = open(name.c_str(), flags | O_CREAT, kAnybody);
+    opened.Created = fd >= 0;
+  }
+  if (fd >= 0) opened.File = fdopen(fd, append ? "a" : "w");
+  if (fd >= 0 && opened.File == nullptr) close(fd);
+  return opened;
+}
+
+int SetFileSize(std::FILE* file, std::int64_t bytes) { return ftruncate(fileno(file), bytes) == 0 ? 0 : errno; }
+
 int SyncToDisk(std::FILE* file) {
   if (fsync(fileno(file)) == 0) return 0;
   // What pipes, terminals and character devices answer: there is no disk to reach.

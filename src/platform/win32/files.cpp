@@ -1,17 +1,87 @@
 #include "platform/files.h"
 
+#include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
 #include <windows.h>
 
 #include <cerrno>
 
+namespace {
+
+HANDLE HandleOf(std::FILE* file) { return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file))); }
+
+std::optional<FileIdentity> IdentityBehind(HANDLE handle) {
+  BY_HANDLE_FILE_INFORMATION information;
+  if (GetFileType(handle) != FILE_TYPE_DISK || !GetFileInformationByHandle(handle, &information)) return std::nullopt;
+  const std::uint64_t high = information.nFileIndexHigh;
+  return FileIdentity{information.dwVolumeSerialNumber, high << 32 | information.nFileIndexLow};
+}
+
+int ErrnoOf(DWORD error) {
+  switch (error) {
+    case ERROR_ALREADY_EXISTS:
+    case ERROR_FILE_EXISTS:
+      return EEXIST;
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return ENOENT;
+    case ERROR_NOT_SAME_DEVICE:
+      return EXDEV;
+    case ERROR_DISK_FULL:
+      return ENOSPC;
+    default:
+      return EACCES;
+  }
+}
+
+// Whoever has the file open does not keep it from getting another name.
+std::FILE* OpenStream(const std::string& name, DWORD disposition, bool append, bool binary) {
+  const HANDLE handle = CreateFileA(name.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    errno = ErrnoOf(GetLastError());
+    return nullptr;
+  }
+  const int fd = _open_osfhandle(reinterpret_cast<intptr_t>(handle), append ? _O_APPEND : 0);
+  if (fd < 0) {
+    CloseHandle(handle);
+    return nullptr;
+  }
+  _setmode(fd, binary ? _O_BINARY : _O_TEXT);
+  std::FILE* const file = _fdopen(fd, append ? "a" : "w");
+  if (file == nullptr) _close(fd);
+  return file;
+}
+
+}  // namespace
+
+std::optional<FileIdentity> IdentityOf(std::FILE* file) { return IdentityBehind(HandleOf(file)); }
+
+std::optional<FileIdentity> IdentityOf(const std::string& name) {
+  const HANDLE handle = CreateFileA(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return std::nullopt;
+  const auto identity = IdentityBehind(handle);
+  CloseHandle(handle);
+  return identity;
+}
+
+OpenedForWriting OpenForWriting(const std::string& name, bool append, bool binary) {
+  OpenedForWriting opened;
+  opened.File = OpenStream(name, OPEN_EXISTING, append, binary);
+  if (opened.File != nullptr || errno != ENOENT) return opened;
+  opened.File = OpenStream(name, CREATE_NEW, append, binary);
+  opened.Created = opened.File != nullptr;
+  return opened;
+}
+
+int SetFileSize(std::FILE* file, std::int64_t bytes) { return _chsize_s(_fileno(file), bytes); }
+
 int SyncToDisk(std::FILE* file) {
   if (_commit(_fileno(file)) == 0) return 0;
   // What pipes and consoles answer: there is no disk to reach.
-  return errno == EBADF && GetFileType(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)))) != FILE_TYPE_DISK
-             ? 0
-             : errno;
+  return errno == EBADF && GetFileType(HandleOf(file)) != FILE_TYPE_DISK ? 0 : errno;
 }
 
 std::int64_t FilePosition(std::FILE* file) { return _ftelli64(file); }
@@ -25,19 +95,7 @@ std::int64_t FileSize(std::FILE* file) {
 }
 
 int RenameNoReplace(const std::string& from, const std::string& to) {
-  if (MoveFileExA(from.c_str(), to.c_str(), 0)) return 0;
-  switch (GetLastError()) {
-    case ERROR_ALREADY_EXISTS:
-    case ERROR_FILE_EXISTS:
-      return EEXIST;
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-      return ENOENT;
-    case ERROR_NOT_SAME_DEVICE:
-      return EXDEV;
-    default:
-      return EACCES;
-  }
+  return MoveFileExA(from.c_str(), to.c_str(), 0) ? 0 : ErrnoOf(GetLastError());
 }
 
 int SyncDirectory(const std::string&) { return 0; }

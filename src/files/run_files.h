@@ -1,0 +1,34 @@
+#pragma once
+
+// The files of a run, told apart by what they are and not by what they are called: a link, or another way of writing a
+// path, must never make a run write over what it reads or what it has written.
+
+#include <optional>
+#include <set>
+
+#include "platform/files.h"
+
+class RunFiles {
+ public:
+  using Identity = std::optional<FileIdentity>;  // none: no file on a disk, which is never one of these
+
+  void AddInput(Identity file) { Add(inputs_, file); }
+  void AddOutput(Identity file) { Add(outputs_, file); }
+  // Whether this run reads the file, has read it or will, perhaps as its standard input.
+  bool IsInput(Identity file) const { return Has(inputs_, file) || (file && file == IdentityOf(stdin)); }
+  // Whether this run has written the file or is writing it.
+  bool IsOutput(Identity file) const { return Has(outputs_, file); }
+  // Whether what the run says, or its messages, go to the file through a descriptor that it was started with.
+  static bool IsStandardOutput(Identity file) {
+    return file && (file == IdentityOf(stdout) || file == IdentityOf(stderr));
+  }
+
+ private:
+  static void Add(std::set<FileIdentity>& files, Identity file) {
+    if (file) files.insert(*file);
+  }
+  static bool Has(const std::set<FileIdentity>& files, Identity file) { return file && files.contains(*file); }
+
+  std::set<FileIdentity> inputs_;
+  std::set<FileIdentity> outputs_;
+};
