@@ -5,7 +5,20 @@ include(GoogleTest)
 # What has a time limit that a program under Wine does not keep (docs/windows.md).
 set(not_under_wine ManyDestinations.TenThousandOfThem)
 
+# What every test includes is compiled once, with the first test program, and taken over by the others.
+function(tarvo_test_headers program)
+  if(TARGET test_platform AND NOT program STREQUAL "test_platform")
+    target_precompile_headers(${program} REUSE_FROM test_platform)
+  else()
+    target_precompile_headers(${program} PRIVATE <gtest/gtest.h> <algorithm> <filesystem> <map> <string> <vector>)
+  endif()
+  if(CCACHE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${program} PRIVATE -fpch-preprocess)
+  endif()
+endfunction()
+
 function(tarvo_tests program prefix)
+  tarvo_test_headers(${program})
   if(NOT WIN32)
     gtest_discover_tests(${program} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX "${prefix}/"
                          PROPERTIES TIMEOUT 300)
