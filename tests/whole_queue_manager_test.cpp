@@ -204,6 +204,44 @@ TEST_F(WholeQueueManager, ProblemsAreToldBeforeAnythingIsLoaded) {
   EXPECT_NE(nothing.Err.find("No matching TARVO files found.\n"), std::string::npos);
 }
 
+TEST_F(WholeQueueManager, ASetIsReadFromTheFilesThatAreThere) {
+  // Whatever zeros stand before the numbers, and more than nine of them.
+  const auto write = [&](const std::string& name, int text) {
+    WriteText("out/" + name, "* TARVO\nA PRI 1\nS \"" + std::to_string(text) + "\"\n\n");
+  };
+  std::vector<std::string> texts;
+  for (int i = 1; i <= 12; ++i) {
+    write("U_1$" + std::string(static_cast<std::size_t>(i % 4), '0') + std::to_string(i) + ".tvo", i);
+    texts.push_back(std::to_string(i));
+  }
+  const auto loaded = Tarvo({"-mQM2", "-oU*", "-fout/*", "-t0"});
+  EXPECT_EQ(loaded.Exit, 0) << loaded.Err;
+  EXPECT_NE(loaded.Out.find("\nTotal : 1 Queues, 12 Messages\n"), std::string::npos) << loaded.Out;
+  EXPECT_EQ(Queues("QM2").Texts("U_1"), texts);
+  // What is put one by one stays when a later file fails, and is counted.
+  WriteText("out/APP.ONE$1.tvo", "* TARVO\nA PRI 1\nS \"one\"\n\nA PRI 1\nno line\n");
+  const auto failed = Tarvo({"-mQM2", "-oAPP.*", "-fout/*", "-t0"});
+  EXPECT_EQ(failed.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR));
+  EXPECT_NE(failed.Out.find("\nTotal : 1 Queues, 1 Messages\n"), std::string::npos) << failed.Out;
+  EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 1);
+  // A file of a wanted queue that is left out is named, and so is one that has the number of another.
+  write("P%C.tvo", 1);
+  write("P%C#old.tvo", 2);
+  write("SYSTEM.X.tvo", 3);
+  const auto leftOut = Tarvo({"-mQM2", "-oP*", "-oS*", "-fout/*"});
+  EXPECT_EQ(leftOut.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR)) << leftOut.Err;
+  EXPECT_NE(leftOut.Err.find("File 'out/P%C#old.tvo' is left out: what follows the '#' is no number\n"
+                             "File 'out/SYSTEM.X.tvo' is left out: a system queue is loaded only when it is named\n"),
+            std::string::npos)
+      << leftOut.Err;
+  EXPECT_EQ(Queues("QM2").Texts("P%C"), std::vector<std::string>{"1"});
+  write("U_1$012.tvo", 13);
+  const auto twice = Tarvo({"-mQM2", "-oU_1", "-fout/*"});
+  EXPECT_EQ(twice.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS));
+  EXPECT_NE(twice.Err.find("Indexed File 'out/U_1$12.tvo' has the same index as another file\n"), std::string::npos)
+      << twice.Err;
+}
+
 // ---- A large one
 // -------------------------------------------------------------------------------------------------------
 

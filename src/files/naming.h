@@ -8,6 +8,7 @@
 #include <ctime>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/text.h"
 #include "files/run_files.h"
@@ -20,8 +21,9 @@ struct FileNaming {
   Text<255> InputName;                    // the expanded name of the input file in use (or last used)
   std::atomic<std::int64_t> OpenTime{0};  // when the output file was opened, seconds
   RunFiles Files;
-  bool InputSetKnown = false;  // the later files of an indexed input set are among them
-  std::string Approved;        // the existing file that the user has agreed to overwrite
+  bool InputSetKnown = false;           // the later files of an indexed input set are among them
+  std::string Approved;                 // the existing file that the user has agreed to overwrite
+  std::vector<std::string> InputPaths;  // a generic load's files of the queue in hand, in order
   // Generic naming: directory (with its trailing separator), base name (the queue's) and file type.
   std::string Directory;
   std::string BaseName;

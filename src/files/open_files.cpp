@@ -85,14 +85,19 @@ void StartLoading(Parameters& run, const std::string& name) {
   StartProgressLine(run, run.Reader.In.Size(), name.c_str());
 }
 
+// The name of the next input file; none behind the last of a list of paths.
+std::string NextInputName(const Parameters& run) {
+  if (!run.Has2(FLAG2_GENERIC)) return ExpandTemplate(run.InputFileName.view(), ValuesNow(run, run.FilesRead + 1));
+  const auto taken = static_cast<std::size_t>(run.FilesRead);
+  return taken < run.Naming.InputPaths.size() ? run.Naming.InputPaths[taken] : std::string();
+}
+
 MQLONG OpenInput(Parameters& run) {
   run.MessageText.clear();
-  const bool generic = run.Has2(FLAG2_GENERIC);
-  const int number = run.FilesRead + 1;
-  // The first file of a generic set was opened by whoever walks through the queues.
-  const bool later = generic || number > 1;
-  const std::string name =
-      generic ? IndexedName(run.Naming, number + 1) : ExpandTemplate(run.InputFileName.view(), ValuesNow(run, number));
+  const bool listed = run.Has2(FLAG2_GENERIC);
+  const bool later = run.FilesRead > 0;
+  const std::string name = NextInputName(run);
+  if (listed && name.empty()) return MQRC_FILE_SYSTEM_ERROR;
   if (name.size() > kNameLimit) return TooLong(run, name);
   if (later && run.Naming.InputName == name) {
     SetMessageText(run, "Duplicate input file '%s'\n", name.c_str());
@@ -105,7 +110,7 @@ MQLONG OpenInput(Parameters& run) {
   if (run.Reader.In.Open(name.c_str(), mode.c_str()) != 0) {
     std::error_code error;
     const bool missing = std::filesystem::symlink_status(name, error).type() == std::filesystem::file_type::not_found;
-    if (later && missing) return MQRC_FILE_SYSTEM_ERROR;
+    if (later && missing && !listed) return MQRC_FILE_SYSTEM_ERROR;
     return CanNotOpen(run, "input", name, mode);
   }
   const RunFiles::Identity file = IdentityOf(run.Reader.In.stream());
@@ -115,7 +120,7 @@ MQLONG OpenInput(Parameters& run) {
     return MQRC_FILE_SYSTEM_ERROR;
   }
   run.Naming.Files.AddInput(file);
-  run.FilesRead = number;
+  ++run.FilesRead;
   StartLoading(run, name);
   return 0;
 }

@@ -40,36 +40,41 @@ TEST(GenericFileSpec, NamesDirectoryAndType) {
 TEST(QueueFileName, YieldsQueueBaseNameAndIndex) {
   const struct {
     const char* Name;
-    bool Kept;
+    const char* Fault;
     const char* Queue;
     const char* Base;
     int Index;  // -1: none
   } cases[] = {
-      {"Q1.tvo", true, "Q1", "Q1", -1},
-      {"A!B.tvo", true, "A/B", "A!B", -1},
-      {"q1#1.tvo", true, "q1", "q1#1", -1},
-      {"Q1$12.tvo", true, "Q1", "Q1", 12},
-      {"q1#2$3.tvo", true, "q1", "q1#2", 3},
-      {"Q1.TVO", false, "", "", -1},
-      {"Q1$.tvo", false, "", "", -1},
-      {"Q1$2x.tvo", false, "", "", -1},
-      {"Q1$99999999999.tvo", false, "", "", -1},
-      {".tvo", false, "", "", -1},
-      {"A23456789.123456789.123456789.123456789.123456789.tvo", false, "", "", -1},
+      {"Q1.tvo", nullptr, "Q1", "Q1", -1},
+      {"A!B.tvo", nullptr, "A/B", "A!B", -1},
+      {"q1#1.tvo", nullptr, "q1", "q1#1", -1},
+      {"Q1$12.tvo", nullptr, "Q1", "Q1", 12},
+      {"Q1$00012.tvo", nullptr, "Q1", "Q1", 12},
+      {"q1#2$3.tvo", nullptr, "q1", "q1#2", 3},
+      {"Q1$.tvo", "its index is no number", "Q1", "Q1", 0},
+      {"Q1$2x.tvo", "its index is no number", "Q1", "Q1", 2},
+      {"Q1$-2.tvo", "its index is no number", "Q1", "Q1", -2},
+      {"Q1$99999999999.tvo", "its index is no number", "Q1", "Q1", 0},
+      {"Q1#old.tvo", "what follows the '#' is no number", "Q1", "Q1#old", -1},
+      {".tvo", "it names no queue", "", "", -1},
+      {"A23456789.123456789.123456789.123456789.123456789.tvo", "its queue name is longer than 48 characters",
+       "A23456789.123456789.123456789.123456789.123456789", "A23456789.123456789.123456789.123456789.123456789", -1},
   };
   Parameters run;
   run.Naming.Directory = "dir/";
   run.Naming.FileType = ".tvo";
   for (const auto& c : cases) {
     GenericQueueEntry entry;
-    ASSERT_EQ(ParseQueueFileName(run, c.Name, entry), c.Kept) << c.Name;
-    if (!c.Kept) continue;
+    ASSERT_TRUE(ParseQueueFileName(run, c.Name, entry)) << c.Name;
+    EXPECT_STREQ(entry.Fault, c.Fault) << c.Name;
     EXPECT_EQ(entry.QueueName, c.Queue) << c.Name;
     EXPECT_EQ(entry.BaseName, c.Base) << c.Name;
-    EXPECT_EQ(entry.HasIndex, c.Index >= 0) << c.Name;
-    EXPECT_EQ(entry.Index, std::max(c.Index, 0)) << c.Name;
+    EXPECT_EQ(entry.HasIndex, c.Index != -1) << c.Name;
+    EXPECT_EQ(entry.Index, c.Index == -1 ? 0 : c.Index) << c.Name;
     EXPECT_EQ(entry.FilePath, std::string("dir/") + c.Name);
   }
+  GenericQueueEntry other;
+  EXPECT_FALSE(ParseQueueFileName(run, "Q1.TVO", other));
 }
 
 TEST(GenericQueueList, GivesTwinsDifferentFilesWhateverTheirOrder) {

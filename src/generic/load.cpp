@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "cmdline/parameters.h"
 #include "engine/transfer.h"
@@ -12,10 +13,8 @@
 
 namespace {
 
-// Whether a queue is wanted: it matches an output queue name taken as a pattern, and system queues only when they hold
-// users' messages or are named themselves.
+// Whether a queue name matches an output queue name taken as a pattern.
 bool IsWanted(const Parameters& run, std::string_view queue) {
-  if (IsSystemQueue(queue) && !(run.OutputQueueName == queue)) return false;
   if (run.OutputList == nullptr) return MatchesPattern(run, queue, run.OutputQueueName);
   for (const MQOR& entry : run.OutputList->Entries) {
     if (MatchesPattern(run, queue, NameInField(entry.ObjectName, sizeof entry.ObjectName))) return true;
@@ -23,26 +22,34 @@ bool IsWanted(const Parameters& run, std::string_view queue) {
   return false;
 }
 
-MQLONG FindFiles(Parameters& run) {
+// Lists the files of the queues that are wanted. A file that is left out is named; `leftOut` becomes the run's result
+// unless the queue is a system queue, which is loaded only when it is named itself or holds users' messages.
+MQLONG FindFiles(Parameters& run, MQLONG& leftOut) {
   const MQLONG result = ScanDirectory(run, [&](std::string_view name) -> MQLONG {
     GenericQueueEntry entry;
     if (!ParseQueueFileName(run, name, entry) || !IsWanted(run, entry.QueueName)) return 0;
-    return run.Generic.Queues.Add(std::move(entry), run.Naming.Directory, run.Naming.FileType);
+    const char* why = entry.Fault;
+    if (why != nullptr) {
+      leftOut = MQRC_FILE_SYSTEM_ERROR;
+    } else if (IsSystemQueue(entry.QueueName) && !(run.OutputQueueName == entry.QueueName)) {
+      why = "a system queue is loaded only when it is named";
+    }
+    if (why == nullptr) return run.Generic.Queues.Add(std::move(entry), run.Naming.Directory, run.Naming.FileType);
+    PrintDiagnostic(run, "File '%s' is left out: %s\n", entry.FilePath.c_str(), why);
+    return 0;
   });
   if (result == 0) run.Generic.Queues.FormGroups();
   return result;
 }
 
-// Every group with indexes runs from 1 without a gap, and no file without index stands beside it.
+// Every group with indexes runs from 1 without a gap, has no index twice, and no file without index stands beside it.
 bool CheckIndexes(Parameters& run) {
   bool sound = true;
   const GenericQueueEntry* start = nullptr;
   int expected = 0;
   bool reported = false;
-  const auto problem = [&](const char* format, int index) {
-    if (!reported) {
-      PrintDiagnostic(run, "Indexed File '%s' %s\n", IndexedName(run.Naming, index).c_str(), format);
-    }
+  const auto problem = [&](const std::string& path, const char* what) {
+    if (!reported) PrintDiagnostic(run, "Indexed File '%s' %s\n", path.c_str(), what);
     reported = true;
     sound = false;
   };
@@ -53,13 +60,15 @@ bool CheckIndexes(Parameters& run) {
       expected = 1;
     }
     if (!file.HasIndex) continue;
-    run.Naming.BaseName = file.BaseName;
     if (!start->HasIndex) {
-      problem("stands beside a file of the same queue without index", file.Index);
+      problem(file.FilePath, "stands beside a file of the same queue without index");
     } else if (start->LowestIndex != 1) {
-      problem("should start at index 1", start->LowestIndex);
-    } else if (file.Index != expected) {
-      problem("appears to be missing", expected);
+      problem(start->FilePath, "should start at index 1");
+    } else if (file.Index < expected) {
+      problem(file.FilePath, "has the same index as another file");
+    } else if (file.Index > expected) {
+      run.Naming.BaseName = file.BaseName;
+      problem(IndexedName(run.Naming, expected), "appears to be missing");
     }
     ++expected;
   }
@@ -113,18 +122,17 @@ MQLONG CheckQueues(Parameters& run) {
   return goOn ? 0 : problem;
 }
 
-std::int64_t GroupSize(Parameters& run, const GenericQueueEntry& start) {
+std::int64_t TotalSize(const std::vector<std::string>& paths) {
   std::int64_t total = 0;
-  for (const auto& [key, file] : run.Generic.Queues) {
-    if (file.QueueName != start.QueueName || file.BaseName != start.BaseName) continue;
+  for (const std::string& path : paths) {
     std::error_code error;
-    const auto size = std::filesystem::file_size(file.FilePath, error);
+    const auto size = std::filesystem::file_size(path, error);
     if (!error) total += static_cast<std::int64_t>(size);
   }
   return total;
 }
 
-// One group of files onto its queue, with its line on standard output.
+// One group of files (run.Naming.InputPaths) onto its queue, with its line on standard output.
 void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std::int64_t& messages,
                MQLONG& firstFailure) {
   PrintOutput("%-48s ", start.QueueName.c_str());
@@ -141,6 +149,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
   if (run.InputFileName.Assign(start.FilePath)) {
     run.Naming.InputName.Assign(start.FilePath);
     fileError = run.Reader.In.Open(start.FilePath.c_str(), "r");
+    run.FilesRead = 1;
   }
   if (fileError != 0) {
     PrintOutput("File Error RC(%d)\n", fileError);
@@ -148,12 +157,12 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
     return CloseQueue(conn, run.OutputHobj);
   }
   run.Flags = start.HasIndex ? run.Flags | FLAG_INPUT_INSERTS : run.Flags & ~FLAG_INPUT_INSERTS;
-  if (ShowsProgress(run)) StartProgressLine(run, GroupSize(run, start), nullptr);
+  if (ShowsProgress(run)) StartProgressLine(run, TotalSize(run.Naming.InputPaths), nullptr);
   const MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
   CloseInputFile(run);
   EndProgressLine(run, false);
 
-  const std::int64_t put = result == 0 ? run.MsgsWritten : run.MsgsWritten - run.UowMsgsWritten;
+  const std::int64_t put = run.RolledBack ? run.MsgsWritten - run.UowMsgsWritten : run.MsgsWritten;
   ++queues;
   messages += put;
   if (result != 0) {
@@ -169,12 +178,13 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
 
 MQLONG GenericLoad(Parameters& run) {
   MQLONG result = ParseGenericFileSpec(run, run.InputFileName);
-  if (result == 0) result = FindFiles(run);
+  MQLONG leftOut = 0;
+  if (result == 0) result = FindFiles(run, leftOut);
   if (result != 0) return result;
   GenericQueueList& files = run.Generic.Queues;
   if (files.empty()) {
     PrintDiagnosticText(run, "No matching TARVO files found.\n");
-    return 0;
+    return leftOut;
   }
   if (!CheckIndexes(run) || !CheckReadable(run)) return MQRC_OBJECT_ALREADY_EXISTS;
   result = CheckQueues(run);
@@ -183,15 +193,20 @@ MQLONG GenericLoad(Parameters& run) {
   run.OutputList.reset();
   int queues = 0;
   std::int64_t messages = 0;
-  MQLONG firstFailure = 0;
-  for (const auto& [key, file] : files) {
+  MQLONG firstFailure = leftOut;
+  for (auto at = files.begin(); at != files.end();) {
+    const GenericQueueEntry& start = at->second;
     // A unit that could not even be backed out stays open on the connection: the next queue's commit would carry it
     // out.
     if (OutputConn(run).UnitOpen) {
-      PrintDiagnostic(run, "The queues from '%s' on are not loaded.\n", file.QueueName.c_str());
+      PrintDiagnostic(run, "The queues from '%s' on are not loaded.\n", start.QueueName.c_str());
       break;
     }
-    if (file.GroupStart) LoadQueue(run, file, queues, messages, firstFailure);
+    run.Naming.InputPaths.clear();
+    do {
+      run.Naming.InputPaths.push_back(at->second.FilePath);
+    } while (++at != files.end() && !at->second.GroupStart);
+    LoadQueue(run, start, queues, messages, firstFailure);
   }
   PrintOutput("\nTotal : %d Queues, %" PRId64 " Messages\n", queues, messages);
   return firstFailure;

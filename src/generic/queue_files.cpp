@@ -13,6 +13,7 @@ constexpr char kIndexMark = '$';
 constexpr char kTwinMark = '#';
 constexpr std::size_t kFileTypeLimit = 20;
 constexpr std::size_t kQueueNameLimit = 48;
+constexpr std::size_t kPathLimit = decltype(Parameters::InputFileName)::kCapacity;
 
 char Upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
@@ -23,6 +24,13 @@ std::string UpperCase(std::string_view text) {
 }
 
 bool IsLetterOrDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
+// A number of its own: not nothing, no text behind it, within 32 bits, no sign.
+bool ReadIndex(std::string_view text, int& index) {
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, index);
+  return error == std::errc() && stop == end && text.front() != '-';
+}
 
 MQLONG Refuse(Parameters& run, const char* text) {
   PrintDiagnosticText(run, text);
@@ -96,17 +104,21 @@ bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQue
   name.remove_suffix(type.size());
   const std::size_t mark = name.find(kIndexMark);
   if (mark != std::string_view::npos) {
-    const std::string_view digits = name.substr(mark + 1);
-    // An index that is no number of its own (nothing, text behind it, beyond 32 bits) was not written by an unload.
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), entry.Index);
-    if (error != std::errc() || end != digits.data() + digits.size() || entry.Index < 0) return false;
+    if (!ReadIndex(name.substr(mark + 1), entry.Index)) entry.Fault = "its index is no number";
     entry.HasIndex = true;
     name = name.substr(0, mark);
   }
   entry.BaseName = name;
-  const std::string_view queue = name.substr(0, name.find(kTwinMark));
-  if (queue.empty() || queue.size() > kQueueNameLimit) return false;
+  const std::size_t twin = name.find(kTwinMark);
+  const std::string_view queue = name.substr(0, twin);
   entry.QueueName = queue;
+  int ordinal = 0;
+  if (twin != std::string_view::npos && !ReadIndex(name.substr(twin + 1), ordinal)) {
+    entry.Fault = "what follows the '#' is no number";
+  }
+  if (queue.empty()) entry.Fault = "it names no queue";
+  if (queue.size() > kQueueNameLimit) entry.Fault = "its queue name is longer than 48 characters";
+  if (entry.FilePath.size() > kPathLimit) entry.Fault = "its path is longer than 255 characters";
   std::replace(entry.QueueName.begin(), entry.QueueName.end(), '!', '/');
   return true;
 }

@@ -16,14 +16,15 @@
 struct Parameters;
 
 struct GenericQueueEntry {
-  std::string QueueName;     // at most 48 characters
-  int DuplicateCount = 0;    // names listed before that equal this one when case is ignored
-  MQLONG Depth = 0;          // unload: current depth as the command server reports it
-  std::string BaseName;      // without directory, index and file type
-  std::string FilePath;      // directory, base name, index part, file type
-  bool HasIndex = false;     // the file name carries an index
-  bool GroupStart = false;   // the first file of a group of indexed files, or a file without index
-  bool QueueListed = false;  // unload: a queue of the same name is in the queue list
+  std::string QueueName;        // at most 48 characters
+  int DuplicateCount = 0;       // names listed before that equal this one when case is ignored
+  MQLONG Depth = 0;             // unload: current depth as the command server reports it
+  std::string BaseName;         // without directory, index and file type
+  std::string FilePath;         // directory, base name, index part, file type
+  const char* Fault = nullptr;  // why the file's name is none that an unload gives; null: it is one
+  bool HasIndex = false;        // the file name carries an index
+  bool GroupStart = false;      // the first file of a group of indexed files, or a file without index
+  bool QueueListed = false;     // unload: a queue of the same name is in the queue list
   int Index = 0;
   int LowestIndex = 0;   // over the group, kept in its group start; files without index do not count
   int HighestIndex = 0;  //
@@ -54,7 +55,8 @@ class GenericQueueList {
 // after printing why.
 MQLONG ParseGenericFileSpec(Parameters& run, std::string_view text, PathStyle style = NativePathStyle());
 
-// Reads a file name found in the run's directory. False when it is no queue file.
+// Reads a file name found in the run's directory. False when it has another file type. What cannot belong to a queue
+// has a fault, and the other fields hold what could be read.
 bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQueueEntry& entry);
 
 // Whether a queue name matches a pattern given as a queue argument; case counts when any was given in single quotes.

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <set>
 #include <string>
 
 #include "cmdline/parameters.h"
@@ -14,17 +15,21 @@ constexpr std::size_t kAnswerLimit = 100;
 }  // namespace
 
 MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_view name)>& take) {
+  std::set<std::string> names;
   std::error_code error;
   std::filesystem::directory_iterator at(run.Naming.Directory, error);
   for (const std::filesystem::directory_iterator end; !error && at != end; at.increment(error)) {
     std::error_code unknown;
-    if (at->is_directory(unknown)) continue;
-    const MQLONG result = take(at->path().filename().string());
-    if (result != 0) return result;
+    if (!at->is_directory(unknown)) names.insert(at->path().filename().string());
   }
-  if (!error) return 0;
-  PrintDiagnosticText(run, "Can not scan for files.\n");
-  return MQRC_NOT_AUTHORIZED;
+  if (error) {
+    PrintDiagnosticText(run, "Can not scan for files.\n");
+    return MQRC_NOT_AUTHORIZED;
+  }
+  for (const std::string& name : names) {
+    if (const MQLONG result = take(name); result != 0) return result;
+  }
+  return 0;
 }
 
 bool Confirm(Parameters& run, const char* question) {

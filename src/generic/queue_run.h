@@ -12,8 +12,8 @@
 struct Parameters;
 struct QMgrConn;
 
-// Calls `take` for the name of every file (not directory) in the run's directory. Returns 0, or MQRC_NOT_AUTHORIZED
-// after "Can not scan for files.".
+// Calls `take` for the name of every file (not directory) in the run's directory, in order. Returns 0, or
+// MQRC_NOT_AUTHORIZED after "Can not scan for files.".
 MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_view name)>& take);
 
 // Prints the question and reads the answer: true only when it starts with 'Y' or 'y' (a line end follows then). The end

@@ -35,7 +35,7 @@ MQLONG FindExistingFiles(Parameters& run) {
   GenericState& state = run.Generic;
   const MQLONG result = ScanDirectory(run, [&](std::string_view name) -> MQLONG {
     GenericQueueEntry entry;
-    if (!ParseQueueFileName(run, name, entry)) return 0;
+    if (!ParseQueueFileName(run, name, entry) || entry.Fault != nullptr) return 0;
     entry.QueueListed = state.Queues.HasQueue(entry.QueueName);
     return state.ExistingFiles.Add(std::move(entry), run.Naming.Directory, run.Naming.FileType);
   });
