@@ -118,8 +118,6 @@ MQLONG OpenInputQueues(Parameters& run) {
     if (const MQLONG reason = OpenInputQueue(run, queue, options); reason != 0) return reason;
     if (!run.Has2(FLAG2_NO_BACKOUT)) InquireInputQueue(run, queue);
   }
-  if (run.Has(FLAG_SUMMARY) && !run.Has2(FLAG2_NO_QSTATUS)) {
-    for (QueueElement& queue : run.InputList->Elements) InquireQueueStatus(run, queue);
-  }
+  if (run.Has(FLAG_SUMMARY) && !run.Has2(FLAG2_NO_QSTATUS)) InquireQueueStatus(run, run.InputList->Elements);
   return 0;
 }

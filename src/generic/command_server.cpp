@@ -25,32 +25,56 @@ struct CallResult {
   bool failed() const { return Code == MQCC_FAILED; }
 };
 
-// The reply queue of one question; closed, and so deleted, when the question has been answered.
-class ReplyQueue {
+// One question to the command server: a request, and its replies on a temporary dynamic queue. That queue, with
+// whatever is left on it, goes with the question.
+class Question {
  public:
-  explicit ReplyQueue(QMgrConn& conn) : conn_(conn) {}
-  ~ReplyQueue() {
-    if (hobj_ == MQHO_UNUSABLE_HOBJ) return;
+  explicit Question(QMgrConn& conn) : conn_(conn), buffer_(kReplyRoom) {}
+  ~Question() {
+    if (replies_ == MQHO_UNUSABLE_HOBJ) return;
     CallResult result;
-    conn_.Api.MQCLOSE(conn_.Hconn, &hobj_, MQCO_NONE, &result.Code, &result.Reason);
+    conn_.Api.MQCLOSE(conn_.Hconn, &replies_, MQCO_NONE, &result.Code, &result.Reason);
   }
-  ReplyQueue(const ReplyQueue&) = delete;
-  ReplyQueue& operator=(const ReplyQueue&) = delete;
+  Question(const Question&) = delete;
+  Question& operator=(const Question&) = delete;
 
-  CallResult Open() {
+  CallResult OpenReplyQueue() {
     MQOD object;
     FillField(object.ObjectName, sizeof object.ObjectName, kModelQueue);
     FillField(object.DynamicQName, sizeof object.DynamicQName, "AMQ.*");
     CallResult result;
-    conn_.Api.MQOPEN(conn_.Hconn, &object, MQOO_INPUT_SHARED | MQOO_FAIL_IF_QUIESCING, &hobj_, &result.Code,
+    conn_.Api.MQOPEN(conn_.Hconn, &object, MQOO_INPUT_SHARED | MQOO_FAIL_IF_QUIESCING, &replies_, &result.Code,
                      &result.Reason);
-    if (!result.failed()) name_.Assign(NameInField(object.ObjectName, sizeof object.ObjectName));
+    if (!result.failed()) replyQueue_.Assign(NameInField(object.ObjectName, sizeof object.ObjectName));
     return result;
   }
-  std::string_view name() const { return name_.view(); }
+  std::string_view replyQueue() const { return replyQueue_.view(); }
 
-  // The next reply, at most ten seconds later. The buffer grows to a reply that is longer than it.
-  CallResult Read(std::vector<MQBYTE, CSAllocator<MQBYTE>>& buffer, std::size_t& length) {
+  // Puts the request on the command queue, by MQPUT1 when no handle of that queue is given.
+  CallResult Ask(const PcfRequest& request, MQHOBJ commandQueue = MQHO_UNUSABLE_HOBJ) {
+    MQMD descriptor;
+    descriptor.MsgType = MQMT_REQUEST;
+    descriptor.Encoding = MQENC_NATIVE;
+    descriptor.Expiry = MQEI_UNLIMITED;
+    FillField(descriptor.Format, sizeof descriptor.Format, MQFMT_ADMIN);
+    FillField(descriptor.ReplyToQ, sizeof descriptor.ReplyToQ, replyQueue());
+    MQPMO options;
+    options.Options = MQPMO_NO_SYNCPOINT | MQPMO_FAIL_IF_QUIESCING;
+    MQOD object;
+    FillField(object.ObjectName, sizeof object.ObjectName, kCommandQueue);
+    CallResult result;
+    if (commandQueue == MQHO_UNUSABLE_HOBJ) {
+      conn_.Api.MQPUT1(conn_.Hconn, &object, &descriptor, &options, request.size(), request.data(), &result.Code,
+                       &result.Reason);
+    } else {
+      conn_.Api.MQPUT(conn_.Hconn, commandQueue, &descriptor, &options, request.size(), request.data(), &result.Code,
+                      &result.Reason);
+    }
+    return result;
+  }
+
+  // Waits for the next reply, ten seconds at most. The buffer grows to a reply that is longer than it.
+  CallResult GetReply() {
     CallResult result;
     for (;;) {
       MQMD descriptor;
@@ -58,39 +82,27 @@ class ReplyQueue {
       options.Options = MQGMO_WAIT | MQGMO_NO_SYNCPOINT | MQGMO_FAIL_IF_QUIESCING | MQGMO_CONVERT;
       options.WaitInterval = kReplyWait;
       MQLONG bytes = 0;
-      conn_.Api.MQGET(conn_.Hconn, hobj_, &descriptor, &options, static_cast<MQLONG>(buffer.size()), buffer.data(),
+      conn_.Api.MQGET(conn_.Hconn, replies_, &descriptor, &options, static_cast<MQLONG>(buffer_.size()), buffer_.data(),
                       &bytes, &result.Code, &result.Reason);
       const auto wanted = static_cast<std::size_t>(std::max(bytes, 0));
-      if (result.Reason == MQRC_TRUNCATED_MSG_FAILED && wanted > buffer.size()) {
-        buffer.resize(wanted);
+      if (result.Reason == MQRC_TRUNCATED_MSG_FAILED && wanted > buffer_.size()) {
+        buffer_.resize(wanted);
         continue;
       }
-      length = std::min(wanted, buffer.size());
+      length_ = std::min(wanted, buffer_.size());
       return result;
     }
   }
+  // The reply that was got last.
+  PcfReply reply() const { return PcfReply(buffer_.data(), length_); }
 
  private:
   QMgrConn& conn_;
-  MQHOBJ hobj_ = MQHO_UNUSABLE_HOBJ;
-  Text<48> name_;
+  MQHOBJ replies_ = MQHO_UNUSABLE_HOBJ;
+  Text<48> replyQueue_;
+  std::vector<MQBYTE, CSAllocator<MQBYTE>> buffer_;
+  std::size_t length_ = 0;
 };
-
-MQMD RequestDescriptor(std::string_view replyQueue) {
-  MQMD descriptor;
-  descriptor.MsgType = MQMT_REQUEST;
-  descriptor.Encoding = MQENC_NATIVE;
-  descriptor.Expiry = MQEI_UNLIMITED;
-  FillField(descriptor.Format, sizeof descriptor.Format, MQFMT_ADMIN);
-  FillField(descriptor.ReplyToQ, sizeof descriptor.ReplyToQ, replyQueue);
-  return descriptor;
-}
-
-MQPMO RequestOptions() {
-  MQPMO options;
-  options.Options = MQPMO_NO_SYNCPOINT | MQPMO_FAIL_IF_QUIESCING;
-  return options;
-}
 
 // The name that the command server is asked for: one '*' at the end stands for everything from the first wildcard on.
 // The server counts case, so a pattern in lower case, which also matches names in upper case, asks for all names.
@@ -141,7 +153,7 @@ bool IsQueueName(std::string_view name) {
 MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
   std::string_view name;
   MQLONG type = 0;
-  MQLONG depth = 0;
+  MQLONG depth = -1;
   MQLONG definition = 0;
   for (PcfParameter parameter; reply.Next(parameter);) {
     if (parameter.Type == MQCFT_STRING && parameter.Parameter == MQCA_Q_NAME) {
@@ -152,7 +164,8 @@ MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
     if (parameter.Parameter == MQIA_CURRENT_Q_DEPTH) depth = parameter.Integer;
     if (parameter.Parameter == MQIA_DEFINITION_TYPE) definition = parameter.Integer;
   }
-  if (reply.malformed() || !IsQueueName(name)) return ReportUnreadable(run);
+  const bool cut = !name.empty() && type == MQQT_LOCAL && depth < 0;
+  if (reply.malformed() || cut || !IsQueueName(name)) return ReportUnreadable(run);
   if (name.empty() || type != MQQT_LOCAL || definition == MQQDT_TEMPORARY_DYNAMIC || depth == 0) return 0;
   const auto& patterns = run.InputList->Entries;
   const bool wanted = std::any_of(patterns.begin(), patterns.end(), [&](const MQOR& entry) {
@@ -181,42 +194,86 @@ MQLONG TakeReply(Parameters& run, PcfReply& reply) {
   return TakeQueueReply(run, reply);
 }
 
-// A reply that cannot be read has no header to look at; the one after it may still come.
-bool IsLast(const PcfReply& reply) { return reply.usable() && reply.header().Control == MQCFC_LAST; }
+MQLONG CanNotOpen(Parameters& run, const char* queue, const CallResult& result) {
+  PrintDiagnostic(run, "Can not open %s. RC(%d) %s\n", queue, result.Reason, ReasonText(result.Reason));
+  return result.Reason;
+}
 
-MQLONG AskForQueues(Parameters& run, QMgrConn& conn, MQHOBJ commandQueue) {
-  ReplyQueue replies(conn);
-  CallResult result = replies.Open();
-  if (result.failed()) {
-    PrintDiagnostic(run, "Can not open %s. RC(%d) %s\n", kModelQueue, result.Reason, ReasonText(result.Reason));
-    return result.Reason;
-  }
-  const PcfRequest request = QueryRequest(run, conn);
-  MQMD descriptor = RequestDescriptor(replies.name());
-  MQPMO options = RequestOptions();
-  conn.Api.MQPUT(conn.Hconn, commandQueue, &descriptor, &options, request.size(), request.data(), &result.Code,
-                 &result.Reason);
-  if (result.failed()) {
-    PrintDiagnostic(run, "Failed to MQPUT 'Query Queue' command. RC(%d) %s\n", result.Reason,
+MQLONG NoReply(Parameters& run, const CallResult& result) {
+  if (result.Reason == MQRC_NO_MSG_AVAILABLE) {
+    PrintDiagnosticText(run, "No response from command server.\n");
+  } else {
+    PrintDiagnostic(run, "MQGET failed for 'Query Queue' command. RC(%d) %s\n", result.Reason,
                     ReasonText(result.Reason));
-    return result.Reason;
   }
-  std::vector<MQBYTE, CSAllocator<MQBYTE>> buffer(kReplyRoom);
+  return result.Reason;
+}
+
+// A reply that failed, whichever it is, may stand for a queue: the question has no answer then.
+MQLONG AskForQueues(Parameters& run, QMgrConn& conn, MQHOBJ commandQueue) {
+  Question question(conn);
+  if (const CallResult opened = question.OpenReplyQueue(); opened.failed()) return CanNotOpen(run, kModelQueue, opened);
+  if (const CallResult put = question.Ask(QueryRequest(run, conn), commandQueue); put.failed()) {
+    PrintDiagnostic(run, "Failed to MQPUT 'Query Queue' command. RC(%d) %s\n", put.Reason, ReasonText(put.Reason));
+    return put.Reason;
+  }
   for (;;) {
-    std::size_t length = 0;
-    result = replies.Read(buffer, length);
-    if (result.failed()) {
-      if (result.Reason == MQRC_NO_MSG_AVAILABLE) {
-        PrintDiagnosticText(run, "No response from command server.\n");
-      } else {
-        PrintDiagnostic(run, "MQGET failed for 'Query Queue' command. RC(%d) %s\n", result.Reason,
-                        ReasonText(result.Reason));
-      }
-      return result.Reason;
+    if (const CallResult got = question.GetReply(); got.failed()) return NoReply(run, got);
+    PcfReply reply = question.reply();
+    const MQLONG reason = TakeReply(run, reply);
+    if (reason != 0 || reply.header().Control == MQCFC_LAST) return reason;
+  }
+}
+
+PcfRequest StatusRequest(const QueueElement& queue) {
+  MQCFH header;
+  header.Type = MQCFT_COMMAND;
+  header.Version = MQCFH_VERSION_1;
+  header.Command = MQCMD_INQUIRE_Q_STATUS;
+  PcfRequest request(header);
+  request.AddString(MQCA_Q_NAME, queue.QueueName);
+  request.AddInteger(MQIACF_Q_STATUS_TYPE, MQIACF_Q_STATUS);
+  request.AddIntegerList(MQIACF_Q_STATUS_ATTRS, {MQIACF_CUR_Q_FILE_SIZE, MQIACF_CUR_MAX_FILE_SIZE});
+  return request;
+}
+
+// Takes the sizes of a reply. False when the reply failed.
+bool TakeSizes(Parameters& run, QMgrConn& conn, PcfReply& reply, QueueElement& queue) {
+  if (!reply.usable()) return ReportUnreadable(run) == 0;
+  const MQLONG reason = reply.header().Reason;
+  if (reason != MQRC_NONE || (run.Verbose & VERBOSE_APIS) != 0) {
+    ReportMqCall(run, "Inquire Queue Status", conn.QMgrName, queue.QueueName, reason);
+  }
+  if (reason != MQRC_NONE) return false;
+  for (PcfParameter parameter; reply.Next(parameter);) {
+    if (parameter.Type != MQCFT_INTEGER) continue;
+    if (parameter.Parameter == MQIACF_CUR_Q_FILE_SIZE) queue.FileSize = parameter.Integer;
+    if (parameter.Parameter == MQIACF_CUR_MAX_FILE_SIZE) queue.MaxFileSize = parameter.Integer;
+  }
+  if (reply.malformed()) ReportUnreadable(run);
+  return true;
+}
+
+// Asks for the sizes of one queue. False when a call failed or nothing was answered: it would be the same with the
+// next.
+bool AskForSizes(Parameters& run, QMgrConn& conn, QueueElement& queue) {
+  const auto failed = [&](const char* call, std::string_view object, const CallResult& result) {
+    if (result.failed() || (run.Verbose & VERBOSE_APIS) != 0) {
+      ReportMqCall(run, call, conn.QMgrName, object, result.Reason);
     }
-    PcfReply reply(buffer.data(), length);
-    const MQLONG outcome = TakeReply(run, reply);
-    if (IsLast(reply)) return outcome;
+    return result.failed();
+  };
+  Question question(conn);
+  if (failed("MQOPEN", kModelQueue, question.OpenReplyQueue())) return false;
+  if (failed("MQPUT1", kCommandQueue, question.Ask(StatusRequest(queue)))) return false;
+  for (;;) {
+    const CallResult got = question.GetReply();
+    if (failed("MQGET", question.replyQueue(), got)) {
+      if (got.Reason == MQRC_NO_MSG_AVAILABLE) PrintDiagnosticText(run, "No response from command server.\n");
+      return false;
+    }
+    PcfReply reply = question.reply();
+    if (!TakeSizes(run, conn, reply, queue) || reply.header().Control == MQCFC_LAST) return true;
   }
 }
 
@@ -230,10 +287,7 @@ MQLONG QueryQueueNames(Parameters& run) try {
   CallResult result;
   conn.Api.MQOPEN(conn.Hconn, &object, MQOO_OUTPUT | MQOO_FAIL_IF_QUIESCING, &commandQueue, &result.Code,
                   &result.Reason);
-  if (result.failed()) {
-    PrintDiagnostic(run, "Can not open %s. RC(%d) %s\n", kCommandQueue, result.Reason, ReasonText(result.Reason));
-    return result.Reason;
-  }
+  if (result.failed()) return CanNotOpen(run, kCommandQueue, result);
   const MQLONG outcome = AskForQueues(run, conn, commandQueue);
   conn.Api.MQCLOSE(conn.Hconn, &commandQueue, MQCO_NONE, &result.Code, &result.Reason);
   return outcome;
@@ -243,63 +297,11 @@ MQLONG QueryQueueNames(Parameters& run) try {
   return MQRC_STORAGE_NOT_AVAILABLE;
 }
 
-void InquireQueueStatus(Parameters& run, QueueElement& queue) try {
-  queue.FileSize = 0;
-  queue.MaxFileSize = 0;
+void InquireQueueStatus(Parameters& run, std::span<QueueElement> queues) try {
   QMgrConn& conn = InputConn(run);
   if (conn.Platform == MQPL_ZOS || (conn.CommandLevel != 0 && conn.CommandLevel < kStatusLevel)) return;
-  // Reports a call that failed, or every call when they are traced. Answers whether to stop.
-  const auto report = [&](const char* call, std::string_view object, const CallResult& result) {
-    if (result.failed() || (run.Verbose & VERBOSE_APIS) != 0)
-      ReportMqCall(run, call, conn.QMgrName, object, result.Reason);
-    return result.failed();
-  };
-
-  ReplyQueue replies(conn);
-  if (report("MQOPEN", kModelQueue, replies.Open())) return;
-  MQCFH header;
-  header.Type = MQCFT_COMMAND;
-  header.Version = MQCFH_VERSION_1;
-  header.Command = MQCMD_INQUIRE_Q_STATUS;
-  PcfRequest request(header);
-  request.AddString(MQCA_Q_NAME, queue.QueueName);
-  request.AddInteger(MQIACF_Q_STATUS_TYPE, MQIACF_Q_STATUS);
-  request.AddIntegerList(MQIACF_Q_STATUS_ATTRS, {MQIACF_CUR_Q_FILE_SIZE, MQIACF_CUR_MAX_FILE_SIZE});
-
-  MQOD object;
-  FillField(object.ObjectName, sizeof object.ObjectName, kCommandQueue);
-  MQMD descriptor = RequestDescriptor(replies.name());
-  MQPMO options = RequestOptions();
-  CallResult result;
-  conn.Api.MQPUT1(conn.Hconn, &object, &descriptor, &options, request.size(), request.data(), &result.Code,
-                  &result.Reason);
-  if (report("MQPUT1", kCommandQueue, result)) return;
-
-  std::vector<MQBYTE, CSAllocator<MQBYTE>> buffer(kReplyRoom);
-  for (bool last = false; !last;) {
-    std::size_t length = 0;
-    result = replies.Read(buffer, length);
-    if (report("MQGET", replies.name(), result)) {
-      if (result.Reason == MQRC_NO_MSG_AVAILABLE) PrintDiagnosticText(run, "No response from command server.\n");
-      return;
-    }
-    PcfReply reply(buffer.data(), length);
-    if (!reply.usable()) {
-      ReportUnreadable(run);
-      return;
-    }
-    const MQLONG reason = reply.header().Reason;
-    if (reason != MQRC_NONE || (run.Verbose & VERBOSE_APIS) != 0) {
-      ReportMqCall(run, "Inquire Queue Status", conn.QMgrName, queue.QueueName, reason);
-    }
-    if (reason != MQRC_NONE) return;
-    for (PcfParameter parameter; reply.Next(parameter);) {
-      if (parameter.Type != MQCFT_INTEGER) continue;
-      if (parameter.Parameter == MQIACF_CUR_Q_FILE_SIZE) queue.FileSize = parameter.Integer;
-      if (parameter.Parameter == MQIACF_CUR_MAX_FILE_SIZE) queue.MaxFileSize = parameter.Integer;
-    }
-    if (reply.malformed()) ReportUnreadable(run);
-    last = reply.header().Control == MQCFC_LAST;
+  for (QueueElement& queue : queues) {
+    if (!AskForSizes(run, conn, queue)) return;
   }
 } catch (const std::bad_alloc&) {
   PrintDiagnostic(run, "Failed to allocate command buffer. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,

@@ -4,6 +4,8 @@
 // generic unload, and how large a queue's file is. Each sends one request to the command queue and reads the replies
 // from a temporary dynamic queue.
 
+#include <span>
+
 #include "mq/mqi.h"
 
 struct Parameters;
@@ -13,5 +15,6 @@ struct QueueElement;
 // Returns 0 or a reason after printing why.
 MQLONG QueryQueueNames(Parameters& run);
 
-// Sets the queue's current and maximum file size (megabytes; 0 when unknown). Failures are reported and harmless.
-void InquireQueueStatus(Parameters& run, QueueElement& queue);
+// Sets each queue's current and maximum file size (megabytes; as they were when unknown). Failures are reported and
+// harmless; a command server that does not answer is asked once.
+void InquireQueueStatus(Parameters& run, std::span<QueueElement> queues);

@@ -197,11 +197,8 @@ TEST_F(CommandServerTest, RepliesThatCannotBeRightAreToldAndHarmNothing) {
     std::string Shown;
     MQLONG Result;
   } cases[] = {
-      {"nothing at all", {}, std::string(kUnreadable) + "No response from command server.\n", 2033},
-      {"shorter than a header",
-       {good.begin(), good.begin() + 35},
-       std::string(kUnreadable) + "No response from command server.\n",
-       2033},
+      {"nothing at all", {}, kUnreadable, 2071},
+      {"shorter than a header", {good.begin(), good.begin() + 35}, kUnreadable, 2071},
       {"another command", WithWord(good, 3, 41), "Wrong command server response. CMD(41)\n", 3226},
       {"a reason", WithWord(good, 7, 2085), "Command Server Response failure. RC(2085) Unknown object name\n", 2085},
       {"more parameters than follow", WithWord(good, name - 1, 5), kUnreadable, 2071},
@@ -215,18 +212,17 @@ TEST_F(CommandServerTest, RepliesThatCannotBeRightAreToldAndHarmNothing) {
       {"a string below zero", WithWord(good, name + 4, -1), kUnreadable, 2071},
       {"a name that is none", QueueReply("..\\..\\EVIL", 1, kLast), kUnreadable, 2071},
       {"a deep nest of groups", groups, kUnreadable, 2071},
+      {"a queue without its depth", WithWord(good, type + 4 + 2, MQIA_INHIBIT_GET), kUnreadable, 2071},
+      {"a reason, not the last", WithWord(WithWord(good, 7, 2035), 5, kNotLast),
+       "Command Server Response failure. RC(2035) Not authorized\n", 2035},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.Name);
-    FakeServer::Replies = {QueueReply("BEFORE", 1, kNotLast), c.Bad};
+    FakeServer::Replies = {QueueReply("BEFORE", 1, kNotLast), c.Bad, QueueReply("BEHIND", 1, kLast)};
     EXPECT_EQ(Listed(), "BEFORE.tvo ");
     EXPECT_EQ(shown, c.Shown);
     EXPECT_EQ(result, c.Result);
   }
-  // One that is not the last leaves the result to the last.
-  FakeServer::Replies = {WithWord(WithWord(good, 7, 2035), 5, kNotLast), good};
-  EXPECT_EQ(Listed(), "Q1.tvo ");
-  EXPECT_EQ(result, 0);
 }
 
 TEST_F(CommandServerTest, ALongReplyIsReadAgainWithRoomForIt) {
@@ -288,11 +284,20 @@ TEST_F(CommandServerTest, TellsTheSizesOfAQueuesFile) {
     QueueElement queue;
     queue.QueueName.Assign("Q1");
     testing::internal::CaptureStderr();
-    InquireQueueStatus(run, queue);
+    InquireQueueStatus(run, {&queue, 1});
     EXPECT_EQ(testing::internal::GetCapturedStderr(), c.Shown);
     EXPECT_EQ(queue.FileSize, c.Size);
     EXPECT_EQ(queue.MaxFileSize, c.MaxSize);
   }
+  // A server that does not answer the first is not asked again.
+  FakeServer::Replies = {};
+  FakeServer::GetRooms.clear();
+  QueueElement several[3];
+  testing::internal::CaptureStderr();
+  InquireQueueStatus(run, several);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "MQGET on object 'QM1/AMQ.1234' returned 2033 No message available.\nNo response from command server.\n");
+  EXPECT_EQ(FakeServer::GetRooms.size(), 1U);
 }
 
 }  // namespace
