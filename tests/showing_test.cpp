@@ -49,6 +49,7 @@ class Showing : public Sandbox {
   std::string Shown(const std::vector<std::string>& arguments) {
     const Outcome outcome = Tarvo(Joined({"-mQM1"}, arguments));
     EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+    EXPECT_EQ(outcome.Out, "");
     for (const auto& line : Lines(outcome.Err)) EXPECT_LE(line.size(), 80U) << line;
     return outcome.Err.substr(outcome.Err.find("\n\n") + 2);
   }

@@ -24,8 +24,8 @@ void ShowWritten(Parameters& run, const Totals& totals) {
       run, {"Written", run.FilesWritten, true, totals.MsgsWritten, static_cast<std::uint64_t>(totals.BytesWritten)});
 }
 
-void ShowTotals(Parameters& run, const QueueElement* queue) {
-  if (run.Has(FLAG_SUMMARY)) return ShowSummary(run, queue);
+void ShowTotals(Parameters& run) {
+  if (run.Has(FLAG_SUMMARY)) return ShowSummary(run);
   const Totals totals = {run.MsgsRead, run.BytesRead, run.MsgsWritten, run.BytesWritten};
   ShowRead(run, totals);
   if (run.Has2(FLAG2_COUNT)) {
@@ -46,13 +46,13 @@ void ShowCompleted(Parameters& run) {
 
 }  // namespace
 
-void ShowOutcome(Parameters& run, const Outcome& outcome, const QueueElement* queue) {
+void ShowOutcome(Parameters& run, const Outcome& outcome) {
   if (!run.MessageText.empty()) PrintDiagnostic(run, "%s\n", run.MessageText.c_str());
   if (outcome.SkipReport) return;
   if (run.Has(FLAG_QUIET)) {
     if (run.Has2(FLAG2_COUNT)) PrintOutput("%" PRId64, run.MsgsWritten);
     return;
   }
-  if (outcome.ReportEnabled) ShowTotals(run, queue);
+  if (outcome.ReportEnabled) ShowTotals(run);
   if (run.RolledBack) ShowCompleted(run);
 }

@@ -5,7 +5,6 @@
 #include "mq/mqi.h"
 
 struct Parameters;
-struct QueueElement;
 
 // Whether the end of the run has anything to report, and what the process returns.
 struct Outcome {
@@ -15,5 +14,5 @@ struct Outcome {
 };
 
 // Prints the message that a failing step left, then the lines "Read", "Written" or "Counted" or the summary, and what
-// remains when the last unit of work was backed out. `queue` is the first input queue, or null.
-void ShowOutcome(Parameters& run, const Outcome& outcome, const QueueElement* queue);
+// remains when the last unit of work was backed out.
+void ShowOutcome(Parameters& run, const Outcome& outcome);

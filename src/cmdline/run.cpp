@@ -27,7 +27,7 @@ constexpr int kPageWithoutTerminal = 500;         // rows
 constexpr int kPageOfUnknownTerminal = 24;        // rows
 constexpr std::size_t kConfirmationAnswer = 711;  // characters
 
-// The first input queue, whose element stands for the input in the transfer and in the summary; null for other inputs.
+// The first input queue, whose element stands for the input in the transfer; null for other inputs.
 QueueElement* FirstInput(Parameters& run) {
   return run.InputList != nullptr && !run.InputList->Elements.empty() ? run.InputList->Elements.data() : nullptr;
 }
@@ -236,7 +236,7 @@ MQLONG RunTarvo(int argc, char** argv) {
 
   Outcome outcome;
   outcome.ExitCode = Perform(run, outcome);
-  ShowOutcome(run, outcome, FirstInput(run));
+  ShowOutcome(run, outcome);
   DisconnectQMgr(run, OutputConn(run));
   DisconnectQMgr(run, InputConn(run));
   return outcome.ExitCode;

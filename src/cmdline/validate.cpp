@@ -53,7 +53,7 @@ const char* TakeFileAsOutput(Parameters& run) {
 
 const char* CheckSummary(Parameters& run) {
   if (!run.Has(FLAG_SUMMARY)) return nullptr;
-  if (!HasOutputFile(run)) run.OutputFileName.Assign("stdout");
+  if (!HasOutputFile(run) || run.OutputFileName == "stdout") run.OutputFileName.Assign("null");
   return run.HasOutputQueue() ? "Sorry, you can't specify an output queue with summary display.\n" : nullptr;
 }
 

@@ -61,20 +61,27 @@ std::string SizeLine(const char* label, std::int64_t bytes) {
   return FormatText("%-8s Message : %s\n", label, FormatUnits(bytes, kByteUnits, 0).c_str());
 }
 
+// Messages without a put time have no age and are counted apart.
 std::string Ages(const Parameters& run) {
   const SummaryState& summary = run.Summary;
-  return AgeLine("Youngest", summary.YoungestAgeCentis) +
-         Identifiers(run, summary.YoungestMsgId, summary.YoungestCorrelId) +
-         AgeLine("Oldest", summary.OldestAgeCentis) + Identifiers(run, summary.OldestMsgId, summary.OldestCorrelId) +
-         AgeLine("Average", summary.AgeSumCentis / run.MsgsRead);
+  std::string text;
+  if (summary.Dated != 0) {
+    text += AgeLine("Youngest", summary.YoungestAge) +
+            Identifiers(run, summary.YoungestMsgId, summary.YoungestCorrelId) + AgeLine("Oldest", summary.OldestAge) +
+            Identifiers(run, summary.OldestMsgId, summary.OldestCorrelId) +
+            AgeLine("Average", summary.AgeSum / summary.Dated);
+  }
+  const std::int64_t without = summary.Messages - summary.Dated;
+  return without == 0 ? text : text + FormatText("Without put time : %" PRId64 "\n", without);
 }
 
 std::string Sizes(const Parameters& run) {
   const SummaryState& summary = run.Summary;
+  if (summary.Messages == 0) return {};
   return SizeLine("Smallest", summary.SmallestSize) +
          Identifiers(run, summary.SmallestMsgId, summary.SmallestCorrelId) + SizeLine("Biggest", summary.BiggestSize) +
          Identifiers(run, summary.BiggestMsgId, summary.BiggestCorrelId) +
-         SizeLine("Average", run.BytesRead / run.MsgsRead);
+         SizeLine("Average", summary.Bytes / summary.Messages);
 }
 
 std::string QueueBytes(std::int64_t bytes) { return FormatUnits(bytes, kByteUnits, kQueueUnits); }
@@ -84,44 +91,74 @@ std::string FullnessLine(const char* label, const std::string& current, const st
   return FormatText("%-18s %11s %11s %5.1f %%\n", label, current.c_str(), maximum.c_str(), percent);
 }
 
-// How full the queue is. Limits of 0 and below are not known, and what cannot be told without them is left out.
-std::string QueueSizes(const Parameters& run, const QueueElement& queue) {
-  const bool depthKnown = queue.MaxDepth > 0;
-  const bool fileKnown = queue.MaxFileSize > 0;
-  if (!depthKnown && !fileKnown) return {};
+// What the input queues hold together. A figure that one of them does not tell is not known: 0.
+struct Limits {
+  std::int64_t Depth = 0;
+  std::int64_t Bytes = 0;
+  std::int64_t FileSize = 0;  // megabytes
+  std::int64_t MaxFileSize = 0;
+};
+
+Limits LimitsOf(const Parameters& run) {
+  Limits sum;
+  if (run.InputList == nullptr) return sum;
+  bool depthKnown = true, bytesKnown = true, fileKnown = true;
+  for (const QueueElement& queue : run.InputList->Elements) {
+    depthKnown = depthKnown && queue.MaxDepth > 0;
+    bytesKnown = bytesKnown && queue.MaxMsgLength > 0;
+    fileKnown = fileKnown && queue.MaxFileSize > 0;
+    sum.Depth += queue.MaxDepth;
+    sum.Bytes += std::int64_t{queue.MaxMsgLength} * queue.MaxDepth;
+    sum.FileSize += queue.FileSize;
+    sum.MaxFileSize += queue.MaxFileSize;
+  }
+  if (!depthKnown) sum.Depth = 0;
+  if (!depthKnown || !bytesKnown) sum.Bytes = 0;
+  if (!fileKnown) sum.MaxFileSize = 0;
+  return sum;
+}
+
+double Percent(std::int64_t part, std::int64_t whole) {
+  return static_cast<double>(part) / static_cast<double>(whole) * 100;
+}
+
+// How full the queues are. What cannot be told without a limit that is not known is left out.
+std::string QueueSizes(const Parameters& run) {
+  const Limits limits = LimitsOf(run);
+  const bool fileKnown = limits.MaxFileSize != 0;
+  if (limits.Depth == 0 && !fileKnown) return {};
   std::string text = Underlined("Queue Size Summary");
   text += "\n                     Current     Maximum     Full\n";
   text += "                    ---------   ---------  -------\n";
-  const auto percentOfFile = [&queue](std::int64_t bytes) {
-    return static_cast<double>(bytes) / kMegabyte / queue.MaxFileSize * 100;
+  const auto percentOfFile = [&limits](std::int64_t bytes) {
+    return static_cast<double>(bytes) / kMegabyte / static_cast<double>(limits.MaxFileSize) * 100;
   };
-  if (depthKnown) {
-    text += FormatText("Messages          %11" PRId64 " %11d  %5.1f %%\n", run.MsgsRead, queue.MaxDepth,
-                       static_cast<double>(run.MsgsRead) / queue.MaxDepth * 100);
-    const std::int64_t room = std::int64_t{queue.MaxMsgLength} * queue.MaxDepth;
+  const std::string maxFile = QueueMegabytes(limits.MaxFileSize);
+  if (limits.Depth != 0) {
+    text += FormatText("Messages          %11" PRId64 " %11" PRId64 "  %5.1f %%\n", run.MsgsRead, limits.Depth,
+                       Percent(run.MsgsRead, limits.Depth));
+    const std::string current = QueueBytes(run.BytesRead);
     if (fileKnown) {
-      text += FullnessLine("Message Bytes", QueueBytes(run.BytesRead), QueueMegabytes(queue.MaxFileSize),
-                           percentOfFile(run.BytesRead));
-    } else if (room > 0) {
-      const bool big = room > std::int64_t{1} << kMegabyteShift;
-      text += FullnessLine("Message Bytes", QueueBytes(run.BytesRead),
-                           big ? QueueMegabytes(room >> kMegabyteShift) : QueueBytes(room),
-                           static_cast<double>(run.BytesRead) / static_cast<double>(room) * 100);
+      text += FullnessLine("Message Bytes", current, maxFile, percentOfFile(run.BytesRead));
+    } else if (limits.Bytes != 0) {
+      const bool big = limits.Bytes > std::int64_t{1} << kMegabyteShift;
+      text += FullnessLine("Message Bytes", current,
+                           big ? QueueMegabytes(limits.Bytes >> kMegabyteShift) : QueueBytes(limits.Bytes),
+                           Percent(run.BytesRead, limits.Bytes));
     }
   }
   if (fileKnown) {
     const std::int64_t dataBytes = run.MsgsRead * kMessageOverhead + run.BytesRead;
-    text +=
-        FullnessLine("Data Bytes", QueueBytes(dataBytes), QueueMegabytes(queue.MaxFileSize), percentOfFile(dataBytes));
-    text += FullnessLine("Queue File Size", QueueMegabytes(queue.FileSize), QueueMegabytes(queue.MaxFileSize),
-                         static_cast<double>(queue.FileSize) / queue.MaxFileSize * 100);
+    text += FullnessLine("Data Bytes", QueueBytes(dataBytes), maxFile, percentOfFile(dataBytes));
+    text += FullnessLine("Queue File Size", QueueMegabytes(limits.FileSize), maxFile,
+                         Percent(limits.FileSize, limits.MaxFileSize));
   }
   return text;
 }
 
 }  // namespace
 
-void ShowSummary(Parameters& run, const QueueElement* queue) {
+void ShowSummary(Parameters& run) {
   const SummaryState& summary = run.Summary;
   PrintReportLine(run, {.Label = "Read",
                         .Files = run.FilesRead,
@@ -129,9 +166,9 @@ void ShowSummary(Parameters& run, const QueueElement* queue) {
                         .Messages = run.MsgsRead,
                         .Bytes = static_cast<std::uint64_t>(run.BytesRead)});
   std::string text = Histogram("Message Ages", kAgeTable, summary.AgeCounts, 6);
-  if (run.MsgsRead != 0) text += Ages(run);
+  text += Ages(run);
   text += Histogram("Message Sizes", kSizeTable, summary.SizeCounts, 8);
-  if (run.MsgsRead != 0) text += Sizes(run);
-  if (queue != nullptr) text += QueueSizes(run, *queue);
+  text += Sizes(run);
+  text += QueueSizes(run);
   PrintDiagnosticText(run, text);
 }

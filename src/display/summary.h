@@ -5,10 +5,9 @@
 #include <cstdint>
 
 struct Parameters;
-struct QueueElement;
 
-// Prints the summary on standard error. `queue` may be null (file input): nothing is known of the queue's limits then.
-void ShowSummary(Parameters& run, const QueueElement* queue);
+// Prints the summary on standard error. How full the queues are is told of input queues, all together.
+void ShowSummary(Parameters& run);
 
 // The outcome report line: label, file count, message count and byte count, numbers grouped with commas.
 struct ReportLine {

@@ -12,16 +12,23 @@ namespace {
 struct SummaryTest : testing::Test {
   std::unique_ptr<Parameters> owner = std::make_unique<Parameters>();
   Parameters& run = *owner;
-  QueueElement queue;
 
-  std::string Shown(const QueueElement* element) {
+  // Adds an input queue.
+  QueueElement& AddQueue(MQLONG maxDepth, MQLONG maxMsgLength) {
+    if (run.InputList == nullptr) run.InputList = std::make_unique<QueueList>();
+    QueueElement& queue = run.InputList->Elements.emplace_back();
+    queue.MaxDepth = maxDepth;
+    queue.MaxMsgLength = maxMsgLength;
+    return queue;
+  }
+  std::string Shown() {
     testing::internal::CaptureStderr();
-    ShowSummary(run, element);
+    ShowSummary(run);
     return testing::internal::GetCapturedStderr();
   }
   // What follows the histograms.
-  std::string ShownBehindSizes(const QueueElement* element) {
-    const std::string text = Shown(element);
+  std::string ShownBehindSizes() {
+    const std::string text = Shown();
     const std::string lastCounts = "     0      0      0      0      0      0      0 \n\n";
     return text.substr(text.rfind(lastCounts) + lastCounts.size());
   }
@@ -51,10 +58,9 @@ constexpr char kEmptySummary[] =
     "\n";
 
 TEST_F(SummaryTest, AnEmptyInputShowsEmptyHistograms) {
-  EXPECT_EQ(Shown(nullptr), kEmptySummary);
-  queue.MaxDepth = -1;  // as an alias queue answers
-  queue.MaxMsgLength = -1;
-  EXPECT_EQ(Shown(&queue), kEmptySummary);
+  EXPECT_EQ(Shown(), kEmptySummary);
+  AddQueue(-1, -1);  // as an alias queue answers
+  EXPECT_EQ(Shown(), kEmptySummary);
 }
 
 TEST_F(SummaryTest, HowFullTheQueueIs) {
@@ -63,23 +69,39 @@ TEST_F(SummaryTest, HowFullTheQueueIs) {
       "==================\n"
       "                     Current     Maximum     Full\n"
       "                    ---------   ---------  -------\n";
-  queue.MaxDepth = 5000;
+  QueueElement& queue = AddQueue(5000, 0);
   const std::string messages = "Messages                    0        5000    0.0 %\n";
-  EXPECT_EQ(ShownBehindSizes(&queue), kHead + messages);  // the length limit is not known
+  EXPECT_EQ(ShownBehindSizes(), kHead + messages);  // the length limit is not known
   queue.MaxMsgLength = 200;
-  EXPECT_EQ(ShownBehindSizes(&queue), kHead + messages + "Message Bytes         0 bytes  976.56 KBs    0.0 %\n");
+  EXPECT_EQ(ShownBehindSizes(), kHead + messages + "Message Bytes         0 bytes  976.56 KBs    0.0 %\n");
   queue.MaxMsgLength = 4194304;
-  EXPECT_EQ(ShownBehindSizes(&queue), kHead + messages + "Message Bytes         0 bytes   19.53 GBs    0.0 %\n");
+  EXPECT_EQ(ShownBehindSizes(), kHead + messages + "Message Bytes         0 bytes   19.53 GBs    0.0 %\n");
   queue.MaxFileSize = 2048;
   queue.FileSize = 512;
   run.MsgsRead = 2500;
   run.BytesRead = 1048576;
-  const std::string text = Shown(&queue);
+  const std::string text = Shown();
   EXPECT_TRUE(text.ends_with(std::string(kHead) + "Messages                 2500        5000   50.0 %\n"
                                                   "Message Bytes            1 MB       2 GBs    0.0 %\n"
                                                   "Data Bytes           1.87 MBs       2 GBs    0.1 %\n"
                                                   "Queue File Size       512 MBs       2 GBs   25.0 %\n"))
       << text;
+  AddQueue(5000, 4194304);  // its file's size is not known
+  EXPECT_TRUE(Shown().ends_with(kHead + std::string("Messages                 2500       10000   25.0 %\n"
+                                                    "Message Bytes            1 MB   39.06 GBs    0.0 %\n")))
+      << Shown();
+}
+
+TEST_F(SummaryTest, AveragesAreOfTheMessagesThatWereSelected) {
+  run.MsgsRead = 10;
+  run.BytesRead = 1000;
+  EXPECT_EQ(Shown().find(" Message : "), std::string::npos);
+  run.Summary.Messages = 2;
+  run.Summary.Bytes = 30;
+  run.Summary.Dated = 1;
+  run.Summary.AgeSum = 500;
+  EXPECT_NE(Shown().find("Average  Message : 5.00 Secs \nWithout put time : 1\n"), std::string::npos) << Shown();
+  EXPECT_TRUE(Shown().ends_with("Average  Message : 15 bytes \n")) << Shown();
 }
 
 TEST_F(SummaryTest, ReportLinesGroupTheirNumbers) {

@@ -25,21 +25,16 @@ int FindBucket(const Bucket (&table)[N], std::int64_t value) {
   return i;
 }
 
-struct PutInstant {
-  std::int64_t Seconds = 0;  // since 1970
-  std::int64_t Centis = 0;   // the same in hundredths of a second
-};
-
-// A put time that is none counts as 0. Messages of one day follow each other, so their date is read once.
-PutInstant ReadPutInstant(SummaryState& summary, const MQMD& descriptor) {
+// Hundredths of a second since 1970; none when the descriptor holds no put time. Messages of one day follow each other,
+// so their date is read once.
+std::optional<std::int64_t> ReadPutTime(SummaryState& summary, const MQMD& descriptor) {
   if (std::memcmp(summary.LastPutDate, descriptor.PutDate, sizeof summary.LastPutDate) != 0) {
     std::memcpy(summary.LastPutDate, descriptor.PutDate, sizeof summary.LastPutDate);
     summary.LastPutDay = PutDateSeconds(descriptor.PutDate);
   }
   const auto time = ParsePutTime(descriptor.PutTime);
-  if (!summary.LastPutDay || !time) return {};
-  const std::int64_t seconds = *summary.LastPutDay + time->Seconds;
-  return {seconds, seconds * 100 + time->Hundredths};
+  if (!summary.LastPutDay || !time) return std::nullopt;
+  return (*summary.LastPutDay + time->Seconds) * 100 + time->Hundredths;
 }
 
 void CopyIdentifiers(const MQMD& from, MQBYTE24& msgId, MQBYTE24& correlId) {
@@ -47,27 +42,9 @@ void CopyIdentifiers(const MQMD& from, MQBYTE24& msgId, MQBYTE24& correlId) {
   std::memcpy(correlId, from.CorrelId, sizeof correlId);
 }
 
-}  // namespace
-
-void CollectSummary(Parameters& run) {
-  SummaryState& summary = run.Summary;
-  const MQMD& descriptor = run.Message.Descriptor;
-  const MQLONG size = run.Message.Length;
-  const PutInstant put = ReadPutInstant(summary, descriptor);
-  const std::int64_t age = run.StartTime - put.Seconds;
-  const std::int64_t ageCentis = run.NowCentis - put.Centis;
-  const bool first = run.SelectedCount <= 1;
-
-  if (first || age < summary.YoungestAge) {
-    summary.YoungestAge = age;
-    summary.YoungestAgeCentis = ageCentis;
-    CopyIdentifiers(descriptor, summary.YoungestMsgId, summary.YoungestCorrelId);
-  }
-  if (first || age > summary.OldestAge) {
-    summary.OldestAge = age;
-    summary.OldestAgeCentis = ageCentis;
-    CopyIdentifiers(descriptor, summary.OldestMsgId, summary.OldestCorrelId);
-  }
+void AddSize(SummaryState& summary, const MQMD& descriptor, MQLONG size) {
+  const bool first = summary.Messages++ == 0;
+  summary.Bytes += size;
   if (first || size < summary.SmallestSize) {
     summary.SmallestSize = size;
     CopyIdentifiers(descriptor, summary.SmallestMsgId, summary.SmallestCorrelId);
@@ -76,8 +53,28 @@ void CollectSummary(Parameters& run) {
     summary.BiggestSize = size;
     CopyIdentifiers(descriptor, summary.BiggestMsgId, summary.BiggestCorrelId);
   }
-  summary.AgeSumCentis += ageCentis;
-  // A message put after the start of the run, or by a clock that is ahead, has an age below 0: it is a young one.
-  ++summary.AgeCounts[FindBucket(kAgeTable, age)];
   ++summary.SizeCounts[FindBucket(kSizeTable, size)];
+}
+
+void AddAge(SummaryState& summary, const MQMD& descriptor, std::int64_t age) {
+  const bool first = summary.Dated++ == 0;
+  summary.AgeSum += age;
+  if (first || age < summary.YoungestAge) {
+    summary.YoungestAge = age;
+    CopyIdentifiers(descriptor, summary.YoungestMsgId, summary.YoungestCorrelId);
+  }
+  if (first || age > summary.OldestAge) {
+    summary.OldestAge = age;
+    CopyIdentifiers(descriptor, summary.OldestMsgId, summary.OldestCorrelId);
+  }
+  // A message put after the start of the run, or by a clock that is ahead, has an age below 0: it is a young one.
+  ++summary.AgeCounts[FindBucket(kAgeTable, age / 100)];
+}
+
+}  // namespace
+
+void CollectSummary(Parameters& run) {
+  const MQMD& descriptor = run.Message.Descriptor;
+  AddSize(run.Summary, descriptor, run.Message.Length);
+  if (const auto put = ReadPutTime(run.Summary, descriptor)) AddAge(run.Summary, descriptor, run.NowCentis - *put);
 }

@@ -13,11 +13,11 @@ inline constexpr int kAgeBuckets = 12;
 inline constexpr int kSizeBuckets = 8;
 
 struct SummaryState {
-  std::int64_t OldestAge = 0, OldestAgeCentis = 0;
+  std::int64_t Messages = 0, Bytes = 0;                     // of all that were added
+  std::int64_t Dated = 0;                                   // those with a put time, which alone have an age
+  std::int64_t YoungestAge = 0, OldestAge = 0, AgeSum = 0;  // hundredths of a second
   MQBYTE24 OldestMsgId{}, OldestCorrelId{};
-  std::int64_t YoungestAge = 0, YoungestAgeCentis = 0;
   MQBYTE24 YoungestMsgId{}, YoungestCorrelId{};
-  std::int64_t AgeSumCentis = 0;
   MQLONG BiggestSize = 0;
   MQBYTE24 BiggestMsgId{}, BiggestCorrelId{};
   MQLONG SmallestSize = 0;

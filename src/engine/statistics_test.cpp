@@ -38,8 +38,8 @@ TEST_F(StatisticsTest, BoundsBelongToTheNextBucket) {
   for (int i = 0; i + 1 < kAgeBuckets; ++i) {
     summary = {};
     const std::int64_t bound = kAgeTable[i].Bound;
-    Collect(bound - 1, 0);
-    Collect(bound, 0);
+    Collect(bound - 1, 0, 25);
+    Collect(bound, 0, 25);
     EXPECT_EQ(summary.AgeCounts[i], 1) << kAgeTable[i].Label;
     EXPECT_EQ(summary.AgeCounts[i + 1], 1) << kAgeTable[i].Label;
   }
@@ -55,32 +55,47 @@ TEST_F(StatisticsTest, BoundsBelongToTheNextBucket) {
 
 TEST_F(StatisticsTest, ExtremesKeepTheEarlierOfEquals) {
   Collect(50, 500, 10);
-  Collect(50, 500);
+  Collect(50, 500, 10);
   EXPECT_EQ(summary.OldestMsgId[0], 1);
   EXPECT_EQ(summary.YoungestMsgId[0], 1);
   EXPECT_EQ(summary.BiggestMsgId[0], 1);
   EXPECT_EQ(summary.SmallestMsgId[0], 1);
-  EXPECT_EQ(summary.YoungestAgeCentis, 50 * 100 + 15);
+  EXPECT_EQ(summary.YoungestAge, 50 * 100 + 15);
   Collect(86400 * 3, 499);
   Collect(49, 501, 99);
   EXPECT_EQ(summary.OldestMsgId[0], 3);
   EXPECT_EQ(summary.SmallestMsgId[0], 3);
   EXPECT_EQ(summary.YoungestMsgId[0], 4);
-  EXPECT_EQ(summary.YoungestAgeCentis, 49 * 100 - 74);
+  EXPECT_EQ(summary.YoungestAge, 49 * 100 - 74);
   EXPECT_EQ(summary.BiggestMsgId[0], 4);
-  EXPECT_EQ(summary.AgeSumCentis, 5015 + 5025 + 86400 * 300 + 25 + 4826);
+  EXPECT_EQ(summary.AgeSum, 5015 + 5015 + 86400 * 300 + 25 + 4826);
 }
 
-TEST_F(StatisticsTest, AMessageWithoutPutTimeIsAsOldAsTheEpochAndOneFromTheFutureIsYoung) {
+TEST_F(StatisticsTest, AMessageWithoutPutTimeHasNoAgeAndOneFromTheFutureIsYoung) {
   MQMD& descriptor = run.Message.Descriptor;
   FillField(descriptor.PutDate, 8, "");
   FillField(descriptor.PutTime, 8, "");
   Collect(10);
-  EXPECT_EQ(summary.OldestAge, kStart);
-  EXPECT_EQ(summary.AgeCounts[kAgeBuckets - 1], 1);
-  Collect(-30, 10);
-  EXPECT_EQ(summary.YoungestAge, -30);
+  Collect(-30, 20);
+  EXPECT_EQ(summary.Messages, 2);
+  EXPECT_EQ(summary.Bytes, 30);
+  EXPECT_EQ(summary.Dated, 1);
+  EXPECT_EQ(summary.YoungestAge, -30 * 100 + 25);
+  EXPECT_EQ(summary.OldestAge, summary.YoungestAge);
+  EXPECT_EQ(summary.OldestMsgId[0], 2);
   EXPECT_EQ(summary.AgeCounts[0], 1);
+  EXPECT_EQ(summary.AgeCounts[kAgeBuckets - 1], 0);
+}
+
+// The run started 25 hundredths into its second.
+TEST_F(StatisticsTest, AgesAreComparedInHundredths) {
+  Collect(2, 0, 26);
+  EXPECT_EQ(summary.AgeCounts[0], 1);
+  Collect(2, 0, 25);
+  EXPECT_EQ(summary.AgeCounts[1], 1);
+  Collect(2, 0, 27);
+  EXPECT_EQ(summary.YoungestMsgId[0], 3);
+  EXPECT_EQ(summary.OldestMsgId[0], 2);
 }
 
 }  // namespace
