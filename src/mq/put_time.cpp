@@ -98,7 +98,9 @@ std::int64_t PutTimeLocal(const char* putDate, const char* putTime) {
   calendar.tm_year = date->Year - 1900;
   calendar.tm_mon = date->Month - 1;
   calendar.tm_mday = date->Day;
-  calendar.tm_sec = time->Seconds;
+  calendar.tm_hour = time->Seconds / 3600;
+  calendar.tm_min = time->Seconds / 60 % 60;
+  calendar.tm_sec = time->Seconds % 60;
   calendar.tm_isdst = -1;
   return std::mktime(&calendar);
 }
