@@ -63,10 +63,12 @@ class ConsumersTest : public QueueManagerTest {
     MQCTL(app_->Handle, operation, &options, &app_->CompCode, &app_->Reason);
     return app_->Reason;
   }
+  // In one unit of work: a consumer sees all of them at once, whatever its pace.
   void PutAll(const char* queue, std::string_view texts) {
     TestConnection putter;
     const MQHOBJ object = putter.Opened(queue, MQOO_OUTPUT);
-    for (const char text : texts) putter.Put(object, std::string_view(&text, 1));
+    for (const char text : texts) putter.Put(object, std::string_view(&text, 1), MQPMO_SYNCPOINT);
+    EXPECT_EQ(putter.Commit(), MQRC_NONE);
   }
   void AwaitCalls(int count) {
     for (int i = 0; i < 2000 && record_.Calls < count; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
