@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "common/member.h"
+
 namespace localmq {
 namespace {
 
@@ -25,10 +27,10 @@ constexpr unsigned kAnyQueue = kStored | kAlias | kRemote;
 struct Attribute {
   MQLONG Selector;
   unsigned Types;  // the queue types that have it
-  MQLONG QueueAttributes::*Number{nullptr};
-  std::string QueueAttributes::*Text{nullptr};
+  Member<QueueAttributes, MQLONG> Number{nullptr};
+  Member<QueueAttributes, std::string> Text{nullptr};
   std::size_t Length{0};  // of a text, which is padded with blanks
-  MQLONG QueueStatus::*Figure{nullptr};
+  Member<QueueStatus, MQLONG> Figure{nullptr};
 };
 
 using A = QueueAttributes;

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/member.h"
 #include "localmq/mqsc_text.h"
 #include "localmq/store.h"
 
@@ -24,8 +25,8 @@ template <typename Record>
 struct MqscAttribute {
   std::string_view Name;
   unsigned Types;  // of queues: which types have it, as bits of 1 << MQQT_...
-  MQLONG Record::*Number{nullptr};
-  std::string Record::*Text{nullptr};
+  Member<Record, MQLONG> Number{nullptr};
+  Member<Record, std::string> Text{nullptr};
   MQLONG Low{0};
   MQLONG High{0};                         // of a number its highest value, of a text its greatest length
   std::span<const MqscChoice> Choices{};  // when there are any, the only values

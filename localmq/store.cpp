@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "common/member.h"
 #include "localmq/connections.h"
 #include "localmq/platform.h"
 #include "localmq/schema.h"
@@ -22,11 +23,11 @@ template <typename Attributes>
 struct Columns {
   struct TextColumn {
     const char* Name;
-    std::string Attributes::*Field;
+    Member<Attributes, std::string> Field;
   };
   struct LongColumn {
     const char* Name;
-    MQLONG Attributes::*Field;
+    Member<Attributes, MQLONG> Field;
   };
   std::vector<TextColumn> Texts;
   std::vector<LongColumn> Longs;

@@ -7,6 +7,7 @@
 #include "cmdline/option_handlers.h"
 #include "cmdline/parameters.h"
 #include "cmdline/value_parsers.h"
+#include "common/member.h"
 #include "engine/code_pages.h"
 #include "mq/reasons.h"
 
@@ -89,7 +90,7 @@ constexpr SearchKind kHexNot = {&Parameters::HexNotSearch, SearchKind::Hex, "Hex
 
 struct IdentifierKind {
   char Letter;
-  MQBYTE24 Parameters::*Field;
+  Member<Parameters, MQBYTE24> Field;
   std::uint32_t Flag;
 };
 constexpr IdentifierKind kIdentifiers[] = {

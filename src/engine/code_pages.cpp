@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "common/member.h"
+
 namespace {
 
 // In ascending order.
@@ -105,7 +107,7 @@ void ConvertDescriptor(MQMD& descriptor, bool integersBigEndian, bool textsEbcdi
     ToAscii(descriptor.ApplOriginData);
   }
   if (integersBigEndian) {
-    for (MQLONG MQMD::*const field :
+    for (const Member<MQMD, MQLONG> field :
          {&MQMD::Version, &MQMD::Report, &MQMD::MsgType, &MQMD::Expiry, &MQMD::Feedback, &MQMD::Encoding,
           &MQMD::CodedCharSetId, &MQMD::Priority, &MQMD::Persistence, &MQMD::BackoutCount, &MQMD::PutApplType}) {
       descriptor.*field = Swapped(descriptor.*field);

@@ -2,6 +2,7 @@
 
 #include "cmdline/parameters.h"
 #include "common/console.h"
+#include "common/member.h"
 #include "files/plain_file.h"
 
 namespace {
@@ -10,7 +11,7 @@ constexpr std::size_t kDelimiterLimit = 99;  // characters of a delimiter as typ
 
 struct FlagLetter {
   char Letter;
-  std::uint32_t Parameters::*Field;
+  Member<Parameters, std::uint32_t> Field;
   std::uint32_t Bit;
 };
 constexpr FlagLetter kFlagLetters[] = {
@@ -22,7 +23,7 @@ constexpr FlagLetter kFlagLetters[] = {
 // What a delimiter letter sets. The texts of a second one differ in more than their subject.
 struct DelimiterLetter {
   char Letter;
-  Delimiter PlainFileState::*Field;
+  Member<PlainFileState, Delimiter> Field;
   bool Property;
   const char* Name;
   const char* Twice;
