@@ -4,6 +4,7 @@
 #   scripts/fuzz.sh [seconds a target, 60 unless given] [target]...
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/progress.sh
 root=$PWD
 seconds=${1:-60}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || { echo "fuzz.sh: '$seconds' is no number of seconds" >&2; exit 2; }
@@ -12,8 +13,9 @@ targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=(message_file recovery_log plain_file options)
 
 scripts/packages.sh fuzz
-cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz --target "${targets[@]/#/fuzz_}" -- -j"$(nproc)" | tail -n 1
+step "Building the fuzz targets, about 3 minutes"
+configure fuzz
+build fuzz --target "${targets[@]/#/fuzz_}"
 
 shm=/dev/shm  # files in memory: the targets write thousands a second
 [ -w "$shm" ] || shm=${TMPDIR:-/tmp}
@@ -23,12 +25,12 @@ findings=$root/build/fuzz/findings
 mkdir -p "$findings"
 failed=()
 for target in "${targets[@]}"; do
-  echo "== $target, $seconds seconds"
+  step "$target, $seconds seconds"
   mkdir -p "$work/$target/new"
   # The targets write their inputs as files into the working directory. What they print is not worth reading.
-  (cd "$work/$target" && ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 \
+  (cd "$work/$target" && ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 with_progress "$PWD/log" \
     "$root/build/fuzz/bin/fuzz_$target" -max_total_time="$seconds" -max_len=8192 -timeout=10 -rss_limit_mb=2048 \
-    -close_fd_mask=3 -artifact_prefix="$findings/$target-" new "$root/fuzz/corpus/$target" </dev/null >log 2>&1) ||
+    -close_fd_mask=3 -artifact_prefix="$findings/$target-" new "$root/fuzz/corpus/$target") ||
     { failed+=("$target"); grep -a -v '^#\|^INFO\|NEW_FUNC\|^"' "$work/$target/log" | tail -n 60; }
   grep -a '^#[0-9]\|^Done' "$work/$target/log" | tail -n 2
 done

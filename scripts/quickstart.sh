@@ -5,15 +5,31 @@
 # programs installed there are shown, and nothing is built.
 #   quickstart.sh [prefix]
 set -euo pipefail
-cd "$(dirname "$0")/.."
+
+usage="usage: quickstart.sh [prefix of an installation, such as /usr]"
+case "${1-}" in
+  -h | --help)
+    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+    exit 0
+    ;;
+  -*)
+    echo "$usage" >&2
+    exit 2
+    ;;
+esac
+[ $# -le 1 ] || { echo "$usage" >&2; exit 2; }
 
 if [ $# -gt 0 ]; then
-  bin=$1/bin library=$1/lib/tarvo/localmq
-else
-  echo "== Packages and build"
+  bin=$(realpath "$1")/bin library=$(realpath "$1")/lib/tarvo/localmq
+  [ -x "$bin/tarvo" ] || { echo "quickstart.sh: no tarvo in $bin" >&2; exit 2; }
+fi
+cd "$(dirname "$0")/.."
+if [ $# -eq 0 ]; then
+  . scripts/progress.sh
+  echo "== Packages and build, about 3 minutes"
   scripts/packages.sh build
-  cmake --preset release -DTARVO_TESTS=OFF -DTARVO_BENCH=OFF >/dev/null
-  cmake --build --preset release -- -j"$(nproc)" | tail -n 1
+  configure release -DTARVO_TESTS=OFF -DTARVO_BENCH=OFF
+  build release
   bin=$PWD/build/release/bin library=$PWD/build/release/lib/localmq
 fi
 work=$PWD/build/quickstart
@@ -23,8 +39,9 @@ export PATH="$bin:$PATH" LOCALMQ_DATA="$work/mq" MQM_DLL_PATH="$library"
 examples=$PWD/examples
 cd "$work"
 
+# Whatever is shown to be typed is quoted as the shell wants it.
 show() {
-  printf '\n$ %s\n' "$*"
+  printf '\n$%s\n' "$(printf ' %q' "$@")"
   "$@"
 }
 
@@ -56,8 +73,8 @@ show tarvo -m QM1 -iORDERS -Fprintable.tvo -dp
 show tarvo -m QM1 -iORDERS -Ftext.tvo -dt
 show tarvo -m QM1 -iORDERS -Fraw.dat -drN -r '1..3'
 ls -l ./*.tvo raw.dat | awk '{ print "  " $5, $9 }'
-echo "  the first message in printable characters:"
-sed -n '5,34p' printable.tvo | sed 's/^/    /; s/ *$//' | tail -n 4
+echo "  the first message in printable characters, the descriptor (A) and the data (X, S):"
+awk '/^A/ { message = 1 } message && !NF { exit } message { sub(/ +$/, ""); print "    " $0 }' printable.tvo
 
 echo
 echo "== Load each layout back onto a second queue and compare, message by message and field by field"
@@ -87,7 +104,7 @@ echo "  every message has arrived as it was"
 cat <<END
 
 == What you can type next
-  export PATH=$bin:\$PATH LOCALMQ_DATA=$work/mq MQM_DLL_PATH=$MQM_DLL_PATH
+  export PATH=$(printf %q "$bin"):\$PATH LOCALMQ_DATA=$(printf %q "$work/mq") MQM_DLL_PATH=$(printf %q "$library")
   tarvo -m QM2 -iORDERS -ds                       a summary of the queue: ages, sizes, how full it is
   tarvo -m QM2 -iORDERS -f stdout -dp -r#2        look at the first two messages
   tarvo -m QM2 -iORDERS -Fkettles.tvo -s kettle   save only messages that mention a kettle

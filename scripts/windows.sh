@@ -3,12 +3,15 @@
 # between the Windows and the Linux program. docs/windows.md tells which tests cannot run there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/progress.sh
 
 scripts/packages.sh windows
 scripts/fetch_sqlite.sh
-cmake --preset windows -DTARVO_TESTS=ON >/dev/null
-cmake --build --preset windows -- -j"$(nproc)" >build/windows.log || { tail -n 60 build/windows.log; exit 1; }
+step "Building the Windows programs, about 5 minutes"
+configure windows -DTARVO_TESTS=ON
+build windows
 
+step "Making a Windows, about a minute"
 # A Windows of its own, made new. C:\temp is where the trap record and the format test's file go.
 export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
 rm -rf "$WINEPREFIX"
@@ -19,11 +22,12 @@ mkdir -p "$WINEPREFIX"
 scripts/wine.sh wineboot -i >/dev/null 2>&1
 mkdir -p "$WINEPREFIX/drive_c/temp"
 
-ctest --test-dir build/windows --output-on-failure -j"$(nproc)"
+step "The tests under Wine, about 8 minutes"
+ctest --test-dir build/windows --output-on-failure --no-tests=error -j"$(nproc)"
 
-echo "== Message files from Linux to Windows and back"
-[ -e build/release/build.ninja ] || cmake --preset release -DTARVO_TESTS=OFF -DTARVO_BENCH=OFF >/dev/null
-cmake --build --preset release --target tarvo localmq mqm_r -- -j"$(nproc)" >build/release.log || { tail -n 60 build/release.log; exit 1; }
+step "Message files from Linux to Windows and back, a minute"
+[ -e build/release/build.ninja ] || configure release -DTARVO_TESTS=OFF -DTARVO_BENCH=OFF
+build release --target tarvo localmq mqm_r
 root=$PWD
 work=$root/build/carried
 rm -rf "$work"
