@@ -137,11 +137,19 @@ TEST_F(CommandLine, RefusesEmptyAnswersThatWouldSelectOrLoseEverything) {
       {{"-IQ1", "-dT", "-fout"}, "Time on queue option is not valid with move, use browse\n"},
       {{"-IQ1", "-ds"}, "Sumary option is not valid with move, use browse\n"},
       {{"-IQ1", "-dk"}, "Count option is not valid with move, use browse\n"},
+      {{"-IQ1", "-dt"}, "Display options require an output file\n"},
+      {{"-IQ1", "-dr"}, "Display options require an output file\n"},
+      {{"-IQ1", "-oQ2", "-dN"}, "Display options require an output file\n"},
+      {{"-IQ1", "-dH"}, "Display options require an output file\n"},
+      {{"-IQ2", "-IQM2/Q1", "-fout"}, "Input queue 'QM2/Q1' can not be read, the input queue manager is 'QM1'\n"},
+      {{"-iqm1/*", "-f*"}, "Input queue 'qm1/*' can not be read, the input queue manager is 'QM1'\n"},
+      {{"-jdump", "-iQM2/Q1", "-fout"}, "Input queue 'QM2/Q1' can not be read, the input queue manager is 'QM1'\n"},
       {{"-fout", "-f*"}, "Please enter an input queue for the generic unload.\n"},
       {{"-jdump", "-IQ1", "-f*"}, "Please enter an input queue for the generic unload.\n"},
   };
   for (auto& c : cases) c.Arguments.emplace_back("-mQM1");
   ExpectRefused(cases);
+  EXPECT_EQ(Tarvo({"-mQM1", "-iQM1/Q1", "-dK"}).Out, "3");
   EXPECT_EQ(Queues("QM1").Depth("Q1"), 3);
   EXPECT_FALSE(std::filesystem::exists(Path("out")));
 }

@@ -153,6 +153,25 @@ TEST_F(OnTerminal, AnExistingFileIsAskedAbout) {
   EXPECT_EQ(Run({"-mQM1", "-iQ1", "-fpipe"}, {{"File 'pipe' exists", "n\n"}}).Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR));
 }
 
+TEST_F(OnTerminal, EmptyingQueuesIntoNothingIsAskedAbout) {
+  CreateQueueManager("QM1", {"Q1", "Q2"});
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 2);
+  const Exchange no = {"The messages of 'Q1, Q2' will be removed and go nowhere. Continue? (y/n)\r\n", "n\n"};
+  const Exchange yes = {"The messages of 'Q1' will be removed and go nowhere. Continue? (y/n)\r\n", "y\n"};
+  EXPECT_EQ(Run({"-mQM1", "-IQ1", "-IQ2"}, {no}).Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS));
+  // A question that is not expected would wait for its answer.
+  EXPECT_EQ(Run({"-mQM1", "-IQ1", "-smessage"}, {}).Exit, 0);
+  EXPECT_EQ(queues.Depth("Q1"), 2);
+  EXPECT_EQ(Run({"-mQM1", "-IQ1"}, {yes}).Exit, 0);
+  EXPECT_EQ(queues.Depth("Q1"), 0);
+  for (const std::vector<std::string>& unasked : {std::vector<std::string>{"-p"}, {"-q"}, {"-fnull"}, {"-oQ2"}}) {
+    queues.PutNumbered("Q1", 2);
+    EXPECT_EQ(Run(Joined({"-mQM1", "-IQ1"}, unasked), {}).Exit, 0);
+    EXPECT_EQ(queues.Depth("Q1"), 0);
+  }
+}
+
 TEST_F(OnTerminal, PlainFilesAreCountedFirst) {
   CreateQueueManager("QM1", {"Q1"});
   WriteText("lines", "one\ntwo\nthree\n");

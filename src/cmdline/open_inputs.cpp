@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <iterator>
 #include <new>
+#include <string>
 
 #include "cmdline/parameters.h"
 #include "generic/command_server.h"
 #include "mq/reasons.h"
 
 namespace {
+
+constexpr std::size_t kConfirmationAnswer = 711;  // characters
 
 bool TracesCalls(const Parameters& run) { return (run.Verbose & VERBOSE_APIS) != 0; }
 
@@ -18,6 +21,21 @@ void DecideBrowseFirst(Parameters& run) {
   const bool selects = run.Has(FLAG_SELECTING | kIdentifierFlags) || run.Has2(FLAG2_INVERT);
   run.Flags &= ~FLAG_SELECTING;
   if (selects && run.Has(FLAG_GET) && !run.Has(FLAG_PURGE)) run.Flags |= FLAG_SELECTING;
+}
+
+// Asks before queues are emptied into nothing. (With a selection and no target, messages are only looked at.)
+bool MayEmpty(Parameters& run) {
+  const bool removes = run.Has(FLAG_GET) && !run.Has(FLAG_SELECTING);
+  const bool hasTarget = run.HasOutputQueue() || !run.OutputFileName.empty();
+  if (!removes || hasTarget || run.Has(FLAG_PURGE | FLAG_QUIET) || !run.Screen.StdinIsTerminal) return true;
+  std::string names;
+  for (const QueueElement& queue : run.InputList->Elements) {
+    if (!names.empty()) names += ", ";
+    names += queue.QueueName.view();
+  }
+  PrintDiagnostic(run, "The messages of '%s' will be removed and go nowhere. Continue? (y/n)\n", names.c_str());
+  std::string answer;
+  return ReadAnswer(answer, kConfirmationAnswer) && answer.starts_with('y');
 }
 
 MQLONG OpenOptions(const Parameters& run) {
@@ -112,6 +130,7 @@ MQLONG OpenInputQueues(Parameters& run) {
     return MQRC_CONTEXT_NOT_AVAILABLE;
   }
   if (const MQLONG reason = CreateElements(run); reason != 0) return reason;
+  if (!MayEmpty(run)) return MQRC_OBJECT_ALREADY_EXISTS;
 
   MQLONG options = OpenOptions(run);
   for (QueueElement& queue : run.InputList->Elements) {

@@ -193,7 +193,7 @@ MQLONG OpenRunFiles(Parameters& run, Outcome& outcome, bool& goOn) {
 // The steps from the connection to the transfer. Returns the reason of the first one that fails.
 MQLONG Perform(Parameters& run, Outcome& outcome) {
   if (const MQLONG reason = ConnectQMgrs(run); reason != 0) return reason;
-  if (!CheckNotOntoItself(run)) return MQRC_OPTIONS_ERROR;
+  if (!CheckInputQMgr(run) || !CheckNotOntoItself(run)) return MQRC_OPTIONS_ERROR;
   ShowWhatWillBeDone(run);
   NormaliseRange(run);
 

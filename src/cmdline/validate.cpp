@@ -158,6 +158,20 @@ bool ValidateOptions(Parameters& run) {
   return CheckNotOntoItself(run);
 }
 
+bool CheckInputQMgr(Parameters& run) {
+  if (!run.HasInputQueues()) return true;
+  const std::string_view own = InputConn(run).QMgrName;
+  if (own.empty() && run.LogMode) return true;  // the log of a queue manager that nobody named
+  for (const MQOR& input : run.InputList->Entries) {
+    const std::string_view named = TextInField(input.ObjectQMgrName, sizeof input.ObjectQMgrName);
+    if (named.empty() || named == own) continue;
+    PrintDiagnostic(run, "Input queue '%s' can not be read, the input queue manager is '%s'\n",
+                    DestinationText(input.ObjectQMgrName, input.ObjectName).c_str(), InputConn(run).QMgrName.c_str());
+    return false;
+  }
+  return true;
+}
+
 bool CheckNotOntoItself(Parameters& run) {
   if (!run.HasInputQueues() || run.LogMode || !run.HasOutputQueue() || run.RangeEnd != 0) return true;
   for (const MQOR& input : run.InputList->Entries) {

@@ -12,3 +12,7 @@ bool ValidateOptions(Parameters& run);
 // it. Returns false after printing why. Made with the names as given, and again when the queue managers have told
 // their names.
 bool CheckNotOntoItself(Parameters& run);
+
+// Refuses an input queue whose name asks for another queue manager than the one that the input queues are read from.
+// Returns false after printing why. Made when the queue managers have told their names.
+bool CheckInputQMgr(Parameters& run);

@@ -14,6 +14,8 @@ constexpr int kLeastDataWidth = 10;
 // Options that only show something in the output file.
 constexpr std::uint32_t kDisplayFlags =
     FLAG_ASCII_LINES | FLAG_ASCII_COLUMNS | FLAG_WRITE_INDEX | FLAG_SHOW_TIME_ON_QUEUE | FLAG_SUMMARY;
+constexpr std::uint32_t kDisplayFlags2 =
+    FLAG2_PRINTABLE | FLAG2_TEXT_LINES | FLAG2_RAW | FLAG2_NO_MQMD | FLAG2_NO_FILE_HEADER;
 
 // Several input queues are read through the queue manager's callbacks. (A recovery log names a queue, but reads none.)
 bool ReadsSeveralQueues(const Parameters& run) {
@@ -31,7 +33,7 @@ MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
     SetMessageText(run, "An input queue must be supplied to pass context");
     return MQRC_CONTEXT_NOT_AVAILABLE;
   }
-  if (run.OutputFileName.empty() && (run.Has(kDisplayFlags) || run.Has2(FLAG2_PRINTABLE))) {
+  if (run.OutputFileName.empty() && (run.Has(kDisplayFlags) || run.Has2(kDisplayFlags2))) {
     SetMessageText(run, "Display options require an output file");
     return MQRC_OPTIONS_ERROR;
   }
