@@ -16,20 +16,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (input.find(outside) != std::string_view::npos) return 0;
   }
   WriteFile("list", input.substr(std::min(gap + 2, size)));
-  std::vector<std::string> words = {"tarvo"};
+  std::string words("tarvo\0", 6);  // one behind the other, as the system lays them out
+  std::vector<std::size_t> starts = {0};
   for (std::size_t at = 0; at < gap;) {
     const std::size_t end = std::min(input.find('\n', at), gap);
-    words.emplace_back(input.substr(at, end - at).substr(0, input.substr(at, end - at).find('\0')));
+    starts.push_back(words.size());
+    words.append(input.substr(at, end - at).substr(0, input.substr(at, end - at).find('\0'))) += '\0';
     at = end + 1;
   }
   std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
+  for (const std::size_t start : starts) argv.push_back(words.data() + start);
   argv.push_back(nullptr);
 
   const auto run = std::make_unique<Parameters>();
   run->Screen.PageLength = 1000;
-  run->StartTime = run->Now = 1'600'000'000;
-  const ParseOutcome outcome = ParseOptions(*run, static_cast<int>(words.size()), argv.data());
+  run->StartTime = 1'600'000'000;
+  const ParseOutcome outcome = ParseOptions(*run, static_cast<int>(starts.size()), argv.data());
   Require(outcome.GoOn || outcome.ExitCode == 0 || outcome.ExitCode == MQRC_OPTIONS_ERROR);
   if (outcome.GoOn) ValidateOptions(*run);
   return 0;

@@ -1,5 +1,10 @@
 // What is Windows' own: names with drives and backslashes, the folders of an installation, the log formatter's program.
 
+#define WIN32_LEAN_AND_MEAN  // windows.h would define a type "byte"
+#include <windows.h>
+
+#include <cwchar>
+
 #include "harness.h"
 #include "logmode/dump_text_test.h"
 
@@ -61,6 +66,20 @@ TEST_F(Windows, LibrariesAreFoundWhereTheInstallationIs) {
     EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
     EXPECT_EQ(outcome.Out, "Loading '" + path + "'\n1");
   }
+}
+
+TEST_F(Windows, ThePasswordLeavesTheCommandLine) {
+  char program[] = "tarvo";
+  char password[] = "-U*";
+  char blank[] = "a b";
+  char* argv[] = {program, password, blank};
+  const std::size_t before = std::wcslen(GetCommandLineW());
+  ShowArguments(3, argv);
+  const std::wstring shown = GetCommandLineW();
+  EXPECT_EQ(shown, std::wstring(L"tarvo -U* \"a b\"").substr(0, before));
+  WriteText("secret", "Kingfisher\n");
+  const auto refused = Tarvo({"-uapp", "-U@none", "-iQ1", "-fnull"});
+  EXPECT_NE(refused.Err.find("Can not open password file 'none': "), std::string::npos) << refused.Err;
 }
 
 TEST_F(Windows, LogFormatterIsStarted) {

@@ -39,7 +39,8 @@ inline std::unique_ptr<Parameters> FreshRun() {
 
 struct Parsed {
   std::unique_ptr<Parameters> Run = FreshRun();
-  std::vector<std::string> Arguments;  // Run points into these
+  std::vector<char> Arguments;  // one behind the other, as the system lays them out; Run points into these
+  std::vector<char*> Argv;
   ParseOutcome Outcome{};
   std::string Errors;
   std::string Output;
@@ -49,14 +50,17 @@ struct Parsed {
 
 inline Parsed Parse(const std::vector<std::string>& arguments, PathStyle style = NativePathStyle()) {
   Parsed parsed;
-  parsed.Arguments = arguments;
-  parsed.Arguments.insert(parsed.Arguments.begin(), "tarvo");
-  std::vector<char*> argv;
-  for (std::string& argument : parsed.Arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
-  const Written written = CaptureOf([&] {
-    parsed.Outcome = ParseOptions(*parsed.Run, static_cast<int>(parsed.Arguments.size()), argv.data(), style);
-  });
+  std::vector<std::size_t> starts;
+  const auto add = [&](const std::string& argument) {
+    starts.push_back(parsed.Arguments.size());
+    parsed.Arguments.insert(parsed.Arguments.end(), argument.c_str(), argument.c_str() + argument.size() + 1);
+  };
+  add("tarvo");
+  for (const std::string& argument : arguments) add(argument);
+  for (const std::size_t start : starts) parsed.Argv.push_back(parsed.Arguments.data() + start);
+  const int argc = static_cast<int>(starts.size());
+  const Written written =
+      CaptureOf([&] { parsed.Outcome = ParseOptions(*parsed.Run, argc, parsed.Argv.data(), style); });
   parsed.Errors = written.Errors;
   parsed.Output = written.Output;
   return parsed;

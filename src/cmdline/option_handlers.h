@@ -5,8 +5,10 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "cmdline/numbers.h"
+#include "common/secret.h"
 #include "mq/mqi.h"
 
 struct Parameters;
@@ -14,11 +16,12 @@ struct Parameters;
 // The scan in progress.
 struct OptionScan {
   Parameters& run;
-  char Letter = 0;          // the option in hand
-  int OptionsSeen = 0;      // including the one in hand
-  int CurrentQMgr = 0;      // the queue manager that -l, -u and -U describe
-  int FirstQMgrOption = 0;  // which option the first -m was; 0: none yet
-  bool SelfTest = false;    // the format self-test was asked for
+  std::vector<Secret> Passwords{};  // those of the command line that are not stored yet, in its order
+  char Letter = 0;                  // the option in hand
+  int OptionsSeen = 0;              // including the one in hand
+  int CurrentQMgr = 0;              // the queue manager that -l, -u and -U describe
+  int FirstQMgrOption = 0;          // which option the first -m was; 0: none yet
+  bool SelfTest = false;            // the format self-test was asked for
 };
 
 // `argument` is NUL-terminated and lives as long as the process; null for an option that takes none.
@@ -38,6 +41,9 @@ OptionHandler HandleOverride, HandleConvert, HandleContext, HandleDelay, HandleS
     HandleTransactionLimit, HandleRate, HandleWait, HandleBufferSize;
 // The run itself.
 OptionHandler HandleGeneral, HandleQuiet, HandleVerbose, HandleDebug;
+
+// Whether the argument of -U names a file that holds the password: "@file", while "@@" begins a password.
+bool NamesPasswordFile(std::string_view argument);
 
 // Tells that an argument is refused: "Invalid -r parameter 'x'". Returns false.
 bool RefuseArgument(OptionScan& scan, std::string_view argument);

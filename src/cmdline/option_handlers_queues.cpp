@@ -1,7 +1,13 @@
 // Queues and queue managers: -i -I -o -m -l -u -U -$.
 
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <optional>
+
 #include "cmdline/option_handlers.h"
 #include "cmdline/parameters.h"
+#include "platform/files.h"
 
 namespace {
 
@@ -20,19 +26,47 @@ bool AddFirstOutput(Parameters& run, const char* argument) {
   return true;
 }
 
+bool Refuse(Parameters& run, std::string_view text) {
+  PrintDiagnosticText(run, text);
+  return false;
+}
+
+bool RefuseSecond(OptionScan& scan) {
+  PrintDiagnostic(scan.run, "-%c parameter specifified more than once for the same Queue Manaager\n", scan.Letter);
+  return false;
+}
+
 // Stores a field of the current queue manager that may be given once.
 bool StoreOnce(OptionScan& scan, const char*& field, const char* argument) {
-  if (field != nullptr) {
-    PrintDiagnostic(scan.run, "-%c parameter specifified more than once for the same Queue Manaager\n", scan.Letter);
-    return false;
-  }
+  if (field != nullptr) return RefuseSecond(scan);
   field = argument;
   return true;
 }
 
-bool Refuse(Parameters& run, const char* text) {
-  PrintDiagnosticText(run, text);
-  return false;
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// The password is the first line of a file that nobody else may read.
+bool ReadPasswordFile(Parameters& run, const char* name, std::optional<Secret>& password) {
+  constexpr std::size_t kLongestLine = 1024;
+  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(name, "r"));
+  if (file == nullptr) return Refuse(run, WithCause(FormatText("Can not open password file '%s'\n", name), errno));
+  if (OthersMayRead(file.get())) {
+    return Refuse(run, FormatText("Password file '%s' is refused, since others may read it\n", name));
+  }
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);  // a buffer would keep the password
+  Secret line(kLongestLine);
+  int c = std::getc(file.get());
+  while (c != EOF && c != '\n' && line.Append(static_cast<char>(c))) c = std::getc(file.get());
+  if (std::ferror(file.get()) != 0) {
+    return Refuse(run, WithCause(FormatText("Can not read password file '%s'\n", name), errno));
+  }
+  if (line.view().ends_with('\r')) line.RemoveLast();
+  const bool whole = c == EOF || c == '\n';
+  if (line.empty() || !whole) return Refuse(run, FormatText("There is no password in file '%s'\n", name));
+  password = std::move(line);
+  return true;
 }
 
 // What must be known when the second queue manager is named: which side the first one serves.
@@ -93,8 +127,16 @@ bool HandleLibrary(OptionScan& scan, const char* argument) {
 bool HandleUserId(OptionScan& scan, const char* argument) {
   return StoreOnce(scan, scan.run.QMgrs[scan.CurrentQMgr].UserId, argument);
 }
+
+bool NamesPasswordFile(std::string_view argument) { return argument.starts_with('@') && !argument.starts_with("@@"); }
+
 bool HandlePassword(OptionScan& scan, const char* argument) {
-  return StoreOnce(scan, scan.run.QMgrs[scan.CurrentQMgr].Password, argument);
+  std::optional<Secret>& password = scan.run.QMgrs[scan.CurrentQMgr].Password;
+  if (password) return RefuseSecond(scan);
+  if (NamesPasswordFile(argument)) return ReadPasswordFile(scan.run, argument + 1, password);
+  password = std::move(scan.Passwords.front());
+  scan.Passwords.erase(scan.Passwords.begin());
+  return true;
 }
 
 bool HandleSeparator(OptionScan& scan, const char* argument) {

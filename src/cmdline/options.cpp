@@ -1,15 +1,21 @@
 #include "cmdline/options.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cmdline/help.h"
 #include "cmdline/option_handlers.h"
 #include "cmdline/parameters.h"
 #include "files/format_check.h"
+#include "platform/system.h"
 
 namespace {
+
+constexpr char kHelpLetter = '?';
+constexpr char kPasswordLetter = 'U';
 
 struct Option {
   char Letter;
@@ -52,7 +58,7 @@ constexpr Option kOptions[] = {
     {'t', true, HandleTransactionLimit},
     {'T', true, HandleTime},
     {'u', true, HandleUserId},
-    {'U', true, HandlePassword},
+    {kPasswordLetter, true, HandlePassword},
     {'v', true, HandleVerbose},
     {'V', true, HandleDebug},
     {'w', true, HandleWait},
@@ -61,8 +67,6 @@ constexpr Option kOptions[] = {
     {'z', true, HandleSize},
     {'$', true, HandleSeparator},
 };
-
-constexpr char kHelpLetter = '?';
 
 const Option* FindOption(char letter) {
   for (const Option& option : kOptions) {
@@ -104,9 +108,9 @@ class Cursor {
 
   // The argument of the letter in hand: the rest of this argument, else the whole next one, without one leading ':'.
   // Null when there is none.
-  const char* Argument() {
-    const char* argument = at_;
-    at_ = "";
+  char* Argument() {
+    char* argument = at_;
+    at_ = &nothing_;
     if (*argument == '\0') {
       if (index_ >= argc_) return nullptr;
       argument = argv_[index_++];
@@ -118,15 +122,55 @@ class Cursor {
   bool IsQuestionAboutLetter() const { return startsArgument_ && IsQuestion(at_); }
   // The first argument that is left over, null when there is none.
   const char* LeftOver() const { return index_ < argc_ ? argv_[index_] : nullptr; }
+  void PassLeftOver() { ++index_; }
 
  private:
   int argc_;
   char** argv_;
   PathStyle style_;
   int index_ = 1;
-  const char* at_ = "";  // the rest of the argument in hand
+  char nothing_ = '\0';
+  char* at_ = &nothing_;  // the rest of the argument in hand
   bool startsArgument_ = false;
 };
+
+bool TakesArgument(char letter) {
+  const Option* option = FindOption(letter);
+  return option != nullptr ? option->TakesArgument : letter == kHelpLetter;
+}
+
+// Takes one password out of an argument. In its place stands one character, so that its length is not shown either.
+Secret TakePassword(char* argument) {
+  const std::string_view text = argument;
+  Secret password(text.starts_with('@') ? text.substr(1) : text);
+  if (!text.empty()) {
+    Wipe(argument, text.size());
+    *argument = '*';
+  }
+  return password;
+}
+
+// Takes the passwords out of the arguments, in their order. Every argument is looked at, also behind one that will be
+// refused: the refusal may stand on the screen for long.
+std::vector<Secret> TakePasswords(int argc, char** argv, PathStyle style) {
+  std::vector<Secret> passwords;
+  Cursor cursor(argc, argv, style);
+  for (;;) {
+    char letter = 0;
+    while (cursor.Next(letter)) {
+      char* argument = TakesArgument(letter) ? cursor.Argument() : nullptr;
+      if (letter != kPasswordLetter || argument == nullptr) continue;
+      if (!IsQuestion(argument) && !NamesPasswordFile(argument)) passwords.push_back(TakePassword(argument));
+    }
+    if (cursor.LeftOver() == nullptr) return passwords;
+    cursor.PassLeftOver();
+  }
+}
+
+void EchoArguments(int argc, char** argv) {
+  if (std::getenv("ORVEX_TARVO_PARMS") == nullptr) return;
+  for (int i = 0; i < argc; ++i) PrintOutput("argv[%d] = '%s'\n", i, argv[i]);
+}
 
 bool RefuseLetter(Parameters& run, char letter) {
   if (letter != kHelpLetter) PrintDiagnostic(run, "-%c is not a valid parameter.\n\n", letter);
@@ -149,7 +193,7 @@ bool ScanOption(OptionScan& scan, Cursor& cursor, char letter) {
   if (option == nullptr && !isHelp) return RefuseLetter(run, letter);
 
   const char* argument = nullptr;
-  if (isHelp || option->TakesArgument) {
+  if (TakesArgument(letter)) {
     argument = cursor.Argument();
     if (argument == nullptr) return RefuseLetter(run, letter);
     if (isHelp) return ShowInteractiveHelp(run, argument);
@@ -179,11 +223,13 @@ void FinishScan(OptionScan& scan) {
 }  // namespace
 
 ParseOutcome ParseOptions(Parameters& run, int argc, char** argv, PathStyle style) {
+  OptionScan scan{run, TakePasswords(argc, argv, style)};
+  if (!scan.Passwords.empty()) ShowArguments(argc, argv);
+  EchoArguments(argc, argv);
   if (argc <= 1) {
     ShowShortUsage(run);
     return {false, 0};
   }
-  OptionScan scan{run};
   Cursor cursor(argc, argv, style);
   char letter = 0;
   while (cursor.Next(letter)) {

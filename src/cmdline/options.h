@@ -14,7 +14,9 @@ struct ParseOutcome {
   MQLONG ExitCode;  // of the stopped run: 0 where there were no arguments, MQRC_OPTIONS_ERROR after anything else
 };
 
-// Fills `run`, whose start time and console are set up already. What is refused has been explained to the user. When
-// scanning completes, the banner has been shown and the format self-test has run if it was asked for.
-// Pointers into `argv` are kept.
+// Takes the passwords out of `argv` before anything else, so that neither the system's list of processes nor the echo
+// of the arguments shows one, and echoes the arguments where that is asked for. Then fills `run`, whose start time and
+// console are set up already. What is refused has been explained to the user. When scanning completes, the banner has
+// been shown and the format self-test has run if it was asked for. Pointers into `argv` are kept; its strings stand one
+// behind the other in memory, as the system lays them out.
 ParseOutcome ParseOptions(Parameters& run, int argc, char** argv, PathStyle style = NativePathStyle());

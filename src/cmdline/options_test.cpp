@@ -88,11 +88,34 @@ TEST(SelectionOptions, Ranges) {
 }
 
 TEST(Scanner, CredentialsBelongToTheLastQueueManager) {
-  Parsed parsed = Parse({"-mQM1", "-oQ2", "-uusr", "-mQM2", "-lmqm", "-Upw", "-iQ1"});
+  Parsed parsed = Parse({"-mQM1", "-oQ2", "-uusr", "-U", ":@@first", "-mQM2", "-qUsecond", "-lmqm", "-iQ1"});
   EXPECT_STREQ(parsed->QMgrs[0].UserId, "usr");
   EXPECT_STREQ(parsed->QMgrs[1].LibraryName, "mqm");
-  EXPECT_STREQ(parsed->QMgrs[1].Password, "pw");
-  EXPECT_EQ(parsed->QMgrs[0].Password, nullptr);
+  EXPECT_EQ(parsed->QMgrs[0].Password->view(), "@first");
+  EXPECT_EQ(parsed->QMgrs[1].Password->view(), "second");
+  EXPECT_FALSE(Parse({"-iQ1"})->QMgrs[0].Password.has_value());
+}
+
+TEST(Scanner, TakesThePasswordsOutOfTheArguments) {
+  const struct {
+    std::vector<std::string> Arguments;
+    std::string Left;
+  } cases[] = {
+      {{"-uapp", "-Usecret", "-iQ1"}, "tarvo -uapp -U* -iQ1"},
+      {{"-Usecret", "-U", "", "-U", "@@x"}, "tarvo -U* -U  -U *"},
+      {{"-U@file", "-U", "?"}, "tarvo -U@file -U ?"},
+      {{"-y", "stray", "--", "x", "-qyUsecret"}, "tarvo -y stray -- x -qyU*"},
+      {{"-iQ1", "-U"}, "tarvo -iQ1 -U"},
+      {{"-sU", "Usecret"}, "tarvo -sU Usecret"},
+  };
+  for (const auto& c : cases) {
+    const Parsed parsed = Parse(c.Arguments);
+    std::string left;
+    for (const char* argument : parsed.Argv) left += (left.empty() ? "" : " ") + std::string(argument);
+    EXPECT_EQ(left, c.Left);
+    const std::string_view memory(parsed.Arguments.data(), parsed.Arguments.size());
+    EXPECT_EQ(memory.find("ecret") != std::string_view::npos, c.Left.find("ecret") != std::string::npos) << c.Left;
+  }
 }
 
 TEST(Options, AreStored) {

@@ -1,8 +1,6 @@
 #include "cmdline/run.h"
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -30,11 +28,6 @@ constexpr std::size_t kConfirmationAnswer = 711;  // characters
 // The first input queue, whose element stands for the input in the transfer; null for other inputs.
 QueueElement* FirstInput(Parameters& run) {
   return run.InputList != nullptr && !run.InputList->Elements.empty() ? run.InputList->Elements.data() : nullptr;
-}
-
-void EchoArguments(int argc, char** argv) {
-  if (std::getenv("ORVEX_TARVO_PARMS") == nullptr) return;
-  for (int i = 0; i < argc; ++i) PrintOutput("argv[%d] = '%s'\n", i, argv[i]);
 }
 
 void SetUpConsole(Console& screen) {
@@ -226,7 +219,6 @@ MQLONG RunTarvo(int argc, char** argv) {
   PrepareProcess();
   const auto owner = std::make_unique<Parameters>();
   Parameters& run = *owner;
-  EchoArguments(argc, argv);
   SetUpConsole(run.Screen);
   TakeStartTime(run);
 

@@ -57,7 +57,6 @@ void InquireQMgr(Parameters& run, QMgrConn& conn) {
 
 // Reads a password from the console without showing it. False, after printing why, when there is no console.
 bool PromptPassword(Parameters& run, QMgrConn& conn) {
-  conn.TypedPassword.clear();
   if (!StdinIsTerminal()) {
     PrintDiagnostic(run, "Password prompt not supported for non-stdin file\n");
     return false;
@@ -72,31 +71,29 @@ bool PromptPassword(Parameters& run, QMgrConn& conn) {
   } else {
     PrintDiagnostic(run, "Please enter password for QM(%s) User(%s) >", conn.QMgrName.c_str(), conn.UserId);
   }
-  std::string& password = conn.TypedPassword;
-  password.reserve(kLongestPassword);
-  while (password.size() < kLongestPassword) {
+  Secret& password = conn.Password.emplace(kLongestPassword);
+  while (password.view().size() < kLongestPassword) {
     const int c = input.Read();
     if (c < 0 || c == '\n' || c == '\r') break;
     if (c == '\b') {
       if (password.empty()) continue;
-      password.pop_back();
+      password.RemoveLast();
       std::fputs("\b \b", stdout);
     } else {
-      password += static_cast<char>(c);
+      password.Append(static_cast<char>(c));
       std::fputc('*', stdout);
     }
     std::fflush(stdout);
   }
   std::fputc('\n', stdout);
   std::fflush(stdout);
-  conn.Password = password.c_str();
   return true;
 }
 
 // The security parameters for the user of `conn`; its texts belong to `conn`.
 MQCSP SecurityParameters(const QMgrConn& conn) {
   const std::string_view user(conn.UserId);
-  const std::string_view password(conn.Password);
+  const std::string_view password = conn.Password->view();
   MQCSP csp;
   csp.AuthenticationType = MQCSP_AUTH_USER_ID_AND_PWD;
   csp.CSPUserIdPtr = const_cast<char*>(user.data());
@@ -253,7 +250,7 @@ MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn) {
   }
   MQCSP csp;
   if (conn.UserId != nullptr) {
-    if (conn.Password == nullptr && !PromptPassword(run, conn)) return MQRC_OPTIONS_ERROR;
+    if (!conn.Password && !PromptPassword(run, conn)) return MQRC_OPTIONS_ERROR;
     csp = SecurityParameters(conn);
   }
   MQCSP* security = conn.UserId != nullptr ? &csp : nullptr;
@@ -261,6 +258,7 @@ MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn) {
   MQLONG reason = TryConnect(conn, security, true, compCode);
   // A library of an earlier version knows no application name in its connect options.
   if (compCode == MQCC_FAILED && reason == MQRC_CNO_ERROR) reason = TryConnect(conn, security, false, compCode);
+  conn.Password.reset();
   // A warning ends the run like a failure, so it is told like one.
   Report(run, conn, "MQCONN", {}, reason != MQRC_NONE ? MQCC_FAILED : compCode, reason);
   if (compCode != MQCC_FAILED) InquireQMgr(run, conn);

@@ -2,9 +2,10 @@
 
 // Connecting to the queue managers of a run and opening its output side.
 
-#include <string>
+#include <optional>
 #include <string_view>
 
+#include "common/secret.h"
 #include "common/text.h"
 #include "mq/api.h"
 
@@ -19,8 +20,7 @@ struct QMgrConn {
   MQLONG CommandLevel = 0;  // 0: not known
   MQLONG Platform = 0;
   const char* UserId = nullptr;    // -u
-  const char* Password = nullptr;  // -U, or what was typed at the prompt
-  std::string TypedPassword;       // owns a prompted password
+  std::optional<Secret> Password;  // -U, or what was typed at the prompt; gone after the connect
   // Something was got or put under syncpoint on this connection since its last commit or backout. A disconnect would
   // commit it, so a failed run backs it out first.
   bool UnitOpen = false;
@@ -30,7 +30,8 @@ struct QMgrConn {
 
 // Loads the library, connects (once more with older connect options when they are refused) and asks the queue manager
 // for its name, command level and platform. Returns 0, the reason of a connect that failed or ended with a warning
-// (reported), MQRC_ENVIRONMENT_ERROR when the library cannot be loaded, or MQRC_OPTIONS_ERROR without a password.
+// (reported), MQRC_ENVIRONMENT_ERROR when the library cannot be loaded, or MQRC_OPTIONS_ERROR without a password. The
+// password is wiped from memory.
 MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn);
 
 // Disconnects when connected. A unit of work that is still open is backed out first; when that fails, or consumers may

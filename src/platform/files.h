@@ -43,6 +43,10 @@ std::int64_t FileSize(std::FILE* file);
 // Renames without ever replacing an existing file. Returns 0, or errno (EEXIST when `to` exists).
 int RenameNoReplace(const std::string& from, const std::string& to);
 
+// Whether somebody else than its owner and the system's administrators may read the file, as far as the system tells:
+// on POSIX its group or others, on Windows everybody, every user or every authenticated user.
+bool OthersMayRead(std::FILE* file);
+
 // Forces the entries of a directory onto the disk, so that a file made or renamed in it is found again after the
 // machine fails. An empty name is the current directory. Returns 0, or errno; 0 where the system has no such operation.
 int SyncDirectory(const std::string& directory);

@@ -40,6 +40,15 @@ TEST_F(PlatformFiles, RenameNeverReplaces) {
   EXPECT_EQ(RenameNoReplace(Path("a"), Path("d")), ENOENT);
 }
 
+TEST(Arguments, CloseUpBehindOneThatHasBecomeShorter) {
+  if (Platform() == PlatformKind::Windows) GTEST_SKIP() << "the system keeps its own copy of them";
+  char memory[] = "tarvo\0-U*\0\0\0\0\0-iQ1";
+  char* argv[] = {memory, memory + 6, memory + 14};
+  ShowArguments(3, argv);
+  EXPECT_EQ(std::string(memory, sizeof memory), std::string("tarvo\0-U*\0-iQ1\0\0\0\0\0", sizeof memory));
+  EXPECT_STREQ(argv[2], "-iQ1");
+}
+
 TEST_F(PlatformFiles, TemporaryFileIsNeverOpenedThroughALink) {
   Write(Path("victim"), "precious");
   std::error_code error;

@@ -28,6 +28,11 @@ int ExitStatus(std::int32_t code);
 // library returns to its caller (and is shown on standard output where the library tells what it was).
 void PrepareProcess();
 
+// Lets the system's list of processes show the arguments of this process as they stand in `argv` now, where strings may
+// have become shorter and what followed them in their memory been wiped. Moves the strings. (POSIX: they stand one
+// behind the other in memory, as the system has laid them out.)
+void ShowArguments(int argc, char** argv);
+
 // Sets an environment variable of this process; null removes it. Only while there is one thread.
 void SetEnvironment(const char* name, const char* value);
 

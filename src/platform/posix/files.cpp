@@ -68,6 +68,11 @@ int RenameNoReplace(const std::string& from, const std::string& to) {
   return unlink(from.c_str()) == 0 ? 0 : errno;
 }
 
+bool OthersMayRead(std::FILE* file) {
+  struct stat status;
+  return fstat(fileno(file), &status) != 0 || (status.st_mode & (S_IRGRP | S_IROTH)) != 0;
+}
+
 int SyncDirectory(const std::string& directory) {
   const int fd = open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return errno;

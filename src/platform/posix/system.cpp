@@ -8,6 +8,7 @@
 #include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <system_error>
 #include <vector>
 
@@ -57,6 +58,20 @@ void PrepareProcess() {
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
     if (fcntl(fd, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0) std::abort();
   }
+}
+
+void ShowArguments(int argc, char** argv) {
+  if (argc == 0) return;
+  // The system shows the memory in which it has laid them out. Closed up, it does not show how long they were.
+  char* const end = argv[argc - 1] + std::strlen(argv[argc - 1]) + 1;
+  char* to = argv[0];
+  for (int i = 0; i < argc; ++i) {
+    const std::size_t bytes = std::strlen(argv[i]) + 1;
+    std::memmove(to, argv[i], bytes);
+    argv[i] = to;
+    to += bytes;
+  }
+  std::memset(to, 0, static_cast<std::size_t>(end - to));
 }
 
 void SetEnvironment(const char* name, const char* value) {

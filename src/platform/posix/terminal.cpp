@@ -35,8 +35,9 @@ SecretInput::~SecretInput() {
 }
 
 int SecretInput::Read() {
-  const int c = saved_ != nullptr ? std::getc(stdin) : EOF;
-  if (c == EOF) return -1;
+  // Past the buffer of the stream, which would keep what was typed.
+  unsigned char c = 0;
+  if (saved_ == nullptr || read(STDIN_FILENO, &c, 1) != 1) return -1;
   const cc_t* keys = saved_->Mode.c_cc;
   if (c == keys[VERASE] || c == 0x7F) return '\b';
   if (c == keys[VEOF]) return -1;

@@ -1,5 +1,6 @@
 #include "platform/files.h"
 
+#include <aclapi.h>
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
@@ -96,6 +97,40 @@ std::int64_t FileSize(std::FILE* file) {
 
 int RenameNoReplace(const std::string& from, const std::string& to) {
   return MoveFileExA(from.c_str(), to.c_str(), 0) ? 0 : ErrnoOf(GetLastError());
+}
+
+namespace {
+
+// Whether the access list lets the group read. What it denies elsewhere is left out of account.
+bool LetsRead(PACL list, WELL_KNOWN_SID_TYPE group) {
+  char id[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof id;
+  if (!CreateWellKnownSid(group, nullptr, id, &size)) return true;
+  void* entry = nullptr;
+  for (DWORD i = 0; GetAce(list, i, &entry); ++i) {
+    const auto* allowed = static_cast<const ACCESS_ALLOWED_ACE*>(entry);
+    if (allowed->Header.AceType != ACCESS_ALLOWED_ACE_TYPE) continue;
+    if ((allowed->Mask & (FILE_READ_DATA | GENERIC_READ | GENERIC_ALL)) == 0) continue;
+    if (EqualSid(const_cast<DWORD*>(&allowed->SidStart), id)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+bool OthersMayRead(std::FILE* file) {
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)));
+  PACL list = nullptr;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  if (GetSecurityInfo(handle, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list, nullptr,
+                      &descriptor) != ERROR_SUCCESS) {
+    return true;
+  }
+  // Without a list everybody may.
+  const bool readable = list == nullptr || LetsRead(list, WinWorldSid) || LetsRead(list, WinBuiltinUsersSid) ||
+                        LetsRead(list, WinAuthenticatedUserSid);
+  LocalFree(descriptor);
+  return readable;
 }
 
 int SyncDirectory(const std::string&) { return 0; }

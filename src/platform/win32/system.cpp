@@ -4,8 +4,10 @@
 #include <io.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 
 PlatformKind Platform() { return PlatformKind::Windows; }
@@ -59,6 +61,25 @@ void ShowInvalidParameter(const wchar_t* expression, const wchar_t*, const wchar
 }  // namespace
 
 void PrepareProcess() { _set_invalid_parameter_handler(ShowInvalidParameter); }
+
+void ShowArguments(int argc, char** argv) {
+  std::string line;
+  for (int i = 0; i < argc; ++i) {
+    const std::string argument = argv[i];
+    if (i > 0) line += ' ';
+    line += argument.empty() || argument.find(' ') != std::string::npos ? '"' + argument + '"' : argument;
+  }
+  // The system shows this very memory. The second copy is the one that the C library was given.
+  wchar_t* const shown = GetCommandLineW();
+  const std::size_t room = std::wcslen(shown);
+  std::wstring wide(line.size() + 1, L'\0');
+  wide.resize(static_cast<std::size_t>(MultiByteToWideChar(CP_ACP, 0, line.data(), static_cast<int>(line.size()),
+                                                           wide.data(), static_cast<int>(wide.size()))));
+  SecureZeroMemory(shown, room * sizeof(wchar_t));
+  std::wmemcpy(shown, wide.data(), std::min(room, wide.size()));
+  char* const copy = GetCommandLineA();
+  SecureZeroMemory(copy, std::strlen(copy));
+}
 
 void SetEnvironment(const char* name, const char* value) {
   _putenv_s(name, value != nullptr ? value : "");  // an empty value removes the variable
