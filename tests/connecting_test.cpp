@@ -31,6 +31,8 @@ TEST_F(Connecting, ALibraryThatCannotBeLoadedIsNamed) {
       harness::RunProcess({harness::ProgramFolder() / "tarvo", {"-mQM1", "-iQ1", "-dk"}, Path("."), variables, {}, {}});
   EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_ENVIRONMENT_ERROR));
   EXPECT_NE(outcome.Err.find("Error loading MQAPI DLL  RC("), std::string::npos) << outcome.Err;
+  EXPECT_EQ(Occurrences(outcome.Err, "  Tried '" + (Path("nowhere") / "").string()), 2) << outcome.Err;
+  EXPECT_NE(outcome.Err.find("\nSet MQM_DLL_PATH (client library: MQIC_DLL_PATH) "), std::string::npos) << outcome.Err;
   EXPECT_EQ(Occurrences(outcome.Out, "Loading '"), 2) << outcome.Out;
   EXPECT_EQ(Occurrences(outcome.Out, "Load failed RC("), 2) << outcome.Out;
   const bool windows = Platform() == PlatformKind::Windows;
@@ -39,12 +41,18 @@ TEST_F(Connecting, ALibraryThatCannotBeLoadedIsNamed) {
   const auto named = Tarvo({"-mQM1", "-lnothing.so", "-iQ1", "-dk"});
   EXPECT_EQ(named.Exit, ExitStatus(MQRC_ENVIRONMENT_ERROR));
   EXPECT_NE(named.Err.find(notFound), std::string::npos) << named.Err;
+  const std::string path = Path("no.so").string();
+  const auto atPath = Tarvo({"-mQM1", "-l" + path, "-iQ1", "-dk"});
+  EXPECT_NE(atPath.Err.find("\n  Tried '" + path + "': "), std::string::npos) << atPath.Err;
+  EXPECT_EQ(Occurrences(atPath.Err, path), 2) << atPath.Err;
+  EXPECT_NE(atPath.Err.find("\nOption -l names the library.\n"), std::string::npos) << atPath.Err;
 }
 
 TEST_F(Connecting, LibrariesWithFewerEntriesServeAsFarAsTheyGo) {
   const auto withoutSet = TarvoWithLibrary("faultmq-without-MQSET", {"-mQM1", "-iQ1", "-dk"});
   EXPECT_EQ(withoutSet.Exit, ExitStatus(MQRC_ENVIRONMENT_ERROR));
-  EXPECT_NE(withoutSet.Err.find("Error loading MQAPI DLL  RC(11)\n"), std::string::npos) << withoutSet.Err;
+  EXPECT_NE(withoutSet.Err.find("Error loading MQAPI DLL  RC(11)\n  Tried '"), std::string::npos) << withoutSet.Err;
+  EXPECT_NE(withoutSet.Err.find("': this library has no MQSET\n"), std::string::npos) << withoutSet.Err;
   EXPECT_EQ(TarvoWithLibrary("faultmq-without-MQCB", {"-mQM1", "-iQ1", "-dk"}).Exit, 0);
   const auto several = TarvoWithLibrary("faultmq-without-MQCB", {"-mQM1", "-iQ1", "-iQ2", "-fnull"});
   EXPECT_EQ(several.Exit, ExitStatus(MQRC_FUNCTION_NOT_SUPPORTED));
@@ -185,6 +193,39 @@ TEST_F(Connecting, AFailedCallIsNamedAndAWarningIsNone) {
     EXPECT_EQ(Occurrences(outcome.Err, c.Shown), 1) << c.Script << outcome.Err;
   }
   EXPECT_EQ(Queues("QM1").Texts("Q2"), (std::vector<std::string>{"message 1", "message 2", "message 3"}));
+}
+
+TEST_F(Connecting, TheOptionBehindAFailureIsNamed) {
+  const struct {
+    const char* Script;
+    std::vector<std::string> Arguments;
+    const char* Shown;  // null: no option is
+  } cases[] = {
+      {"MQCONNX:1=2035", {"-uapp", "-Ux", "-iQ1", "-fnull"}, "Not authorized.\nOption -u "},
+      {"MQCONNX:1=2035", {"-iQ1", "-fnull"}, nullptr},
+      {"", {"-iQ1", "-fnull", "-Hcolour ="}, "Selector syntax error.\nOption -H "},
+      {"MQOPEN@Q1:1=2042", {"-iQ1", "-fnull", "-Oe"}, "Object in use.\nOption -Oe "},
+      {"MQOPEN@Q1:1=2042", {"-iQ1", "-fnull"}, nullptr},
+      {"MQOPEN@Q2:1=2035", {"-iQ1", "-oQ2"}, "Not authorized.\nThe context "},
+      {"MQOPEN@Q2:1=2035", {"-iQ1", "-oQ2", "-Cd"}, nullptr},
+      {"MQOPEN@Q2:1=2035", {"-iQ1", "-oQ2", "-oQ1", "-OI", "-r1"}, "Not authorized.\nThe context "},
+      {"MQCB:1=2298", {"-iQ1", "-iQ2", "-fnull"}, "Function not supported\nOption -i "},
+      {"MQGET:2=2024", {"-IQ1", "-fnull"}, "Syncpoint limit reached\nOption -t "},
+      {"MQGET:2=2024", {"-IQ1", "-fnull", "-t0"}, nullptr},
+      {"MQPUT:2=2024", {"-iQ1", "-oQ2"}, "Syncpoint limit reached\nOption -t "},
+      {"MQPUT:1=2050", {"-iQ1", "-oQ2", "-Ap:7"}, "Priority error\nOption -Ap "},
+      {"MQPUT:1=2050", {"-iQ1", "-oQ2"}, nullptr},
+      {"", {"-iQ1", "-oQ2", "-Ae:0"}, "Expiry error\nOption -Ae "},
+      {"", {"-iQ1", "-oQ2", "-At:REQUEST"}, "Missing reply to queue\nOption -At "},
+      {"MQPUT:1=2097", {"-IQ1", "-oQ2", "-Ca"}, "Context handle error\nOption -C "},
+  };
+  for (const auto& c : cases) {
+    const auto outcome = TarvoWithFaults(c.Script, Joined({"-mQM1"}, c.Arguments));
+    EXPECT_NE(outcome.Exit, 0) << c.Script;
+    const int shown = Occurrences(outcome.Err, "\nOption -") + Occurrences(outcome.Err, "\nThe context ");
+    EXPECT_EQ(shown, c.Shown != nullptr ? 1 : 0) << c.Script << outcome.Err;
+    EXPECT_NE(outcome.Err.find(c.Shown != nullptr ? c.Shown : ""), std::string::npos) << c.Script << outcome.Err;
+  }
 }
 
 TEST_F(Connecting, ACountIsPrintedAloneWhateverHappens) {

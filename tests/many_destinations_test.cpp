@@ -142,8 +142,8 @@ TEST_F(ManyDestinations, FilesThatCannotServeStopTheRun) {
       {"-ofile:a.txt",
        "Recursive use of file './a.txt'.\n  File 'a.txt' includes file 'b.txt' on line 3.\n"
        "  File 'b.txt' includes file './a.txt' on line 1.\n"},
-      {"-ofile:none.txt", "Can not open file 'none.txt'.\n"},
-      {"-Ifile:none.txt", "Can not open file 'none.txt'.\n"},
+      {"-ofile:none.txt", "Can not open file 'none.txt'. No such file or directory\n"},
+      {"-Ifile:none.txt", "Can not open file 'none.txt'. No such file or directory\n"},
       {"-ofile:comment.txt", "There are no destinations in file 'comment.txt'.\n"},
       {"-ofile:long.txt", "The Queue name '" + std::string(49, 'Q') + "' is too long.\n"},
       {"-oQM1/", "The Queue name part of destination 'QM1/' is missing.\n"},

@@ -7,6 +7,7 @@
 
 #include "cmdline/parameters.h"
 #include "generic/command_server.h"
+#include "mq/option_behind.h"
 #include "mq/reasons.h"
 
 namespace {
@@ -77,10 +78,11 @@ MQLONG OpenInputQueue(Parameters& run, QueueElement& queue, MQLONG& options) {
                       queue.QueueName.c_str());
       continue;
     }
-    if (code == MQCC_FAILED || TracesCalls(run)) {
-      ReportMqCall(run, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
+    if (code == MQCC_FAILED) {
+      ReportFailedCall(run, MqStep::OpenInput, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
+      return reason;
     }
-    if (code == MQCC_FAILED) return reason;
+    if (TracesCalls(run)) ReportMqCall(run, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
     queue.LocalName.Assign(NameInField(descriptor.ResolvedQName, sizeof descriptor.ResolvedQName));
     return 0;
   }

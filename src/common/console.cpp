@@ -7,7 +7,6 @@
 
 #include "cmdline/parameters.h"
 #include "common/visible_text.h"
-#include "platform/system.h"
 #include "platform/terminal.h"
 
 namespace {
@@ -64,10 +63,14 @@ std::string FormatText(const char* format, ...) {
 }
 
 std::string WithCause(std::string_view text, int error) {
-  if (error == 0) return std::string(text);
+  return WithCause(text, std::error_code(error, std::generic_category()));
+}
+
+std::string WithCause(std::string_view text, const std::error_code& error) {
+  if (!error) return std::string(text);
   const bool line = text.ends_with('\n');
   if (line) text.remove_suffix(1);
-  return std::string(text) + ": " + SystemErrorText(error) + (line ? "\n" : "");
+  return std::string(text) + (text.ends_with('.') ? " " : ": ") + error.message() + (line ? "\n" : "");
 }
 
 void PrintDiagnosticText(Parameters& run, std::string_view text) {

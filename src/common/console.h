@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 struct Parameters;
 
@@ -47,9 +48,10 @@ void EraseInPlace(Parameters& run);
 // dropped. Returns false at the end of input.
 bool ReadAnswer(std::string& answer, std::size_t limit);
 
-// "<text>: <what the system says of the error number>"; a line end at the end of `text` stays at the end. An error of 0
-// adds nothing.
+// "<text>: <what the system says of the error>"; the colon is left out behind a full stop, and a line end at the end of
+// `text` stays at the end. No error adds nothing. An error number is one of errno.
 std::string WithCause(std::string_view text, int error);
+std::string WithCause(std::string_view text, const std::error_code& error);
 
 // printf into a std::string.
 std::string FormatText(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -11,6 +11,7 @@
 #include "common/clock.h"
 #include "engine/get.h"
 #include "engine/transfer.h"
+#include "mq/option_behind.h"
 #include "mq/reasons.h"
 
 namespace {
@@ -39,8 +40,8 @@ MQLONG FailureOf(MQLONG compCode, MQLONG reason) {
 
 void KeepQueueFailure(Parameters& run, const char* call, const QueueElement& queue, MQLONG reason) {
   if (!run.MessageText.empty()) return;
-  SetMessageText(run, "%s(%.48s/%.48s) failed RC(%d) %s", call, InputConn(run).QMgrName.c_str(),
-                 queue.QueueName.c_str(), reason, ReasonText(reason));
+  SetMessageText(run, "%s(%.48s/%.48s) failed RC(%d) %s%s", call, InputConn(run).QMgrName.c_str(),
+                 queue.QueueName.c_str(), reason, ReasonText(reason), OptionBehind(run, MqStep::Get, reason).c_str());
 }
 
 void KeepControlFailure(Parameters& run, const char* call, MQLONG reason) {

@@ -9,6 +9,7 @@
 
 #include "cmdline/parameters.h"
 #include "common/clock.h"
+#include "mq/option_behind.h"
 #include "mq/reasons.h"
 
 namespace {
@@ -165,7 +166,8 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
       if (const MQLONG failure = NoMessage(run, getOptions); failure != 0 || run.Finished) return failure;
       continue;
     }
-    SetMessageText(run, "MQGET(%s) failed RC(%d) %s", queue.QueueName.c_str(), reason, ReasonText(reason));
+    SetMessageText(run, "MQGET(%s) failed RC(%d) %s%s", queue.QueueName.c_str(), reason, ReasonText(reason),
+                   OptionBehind(run, MqStep::Get, reason).c_str());
     return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
   }
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "cmdline/parameters.h"
+#include "mq/option_behind.h"
 #include "mq/reasons.h"
 
 namespace {
@@ -133,7 +134,8 @@ PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& op
 }
 
 void SetPutFailure(Parameters& run, const std::string& destination, MQLONG reason) {
-  SetMessageText(run, "MQPUT(%s) failed RC(%d) %s", destination.c_str(), reason, ReasonText(reason));
+  SetMessageText(run, "MQPUT(%s) failed RC(%d) %s%s", destination.c_str(), reason, ReasonText(reason),
+                 OptionBehind(run, MqStep::Put, reason).c_str());
 }
 
 Destination ListDestination(const QueueList& list, std::size_t index) {

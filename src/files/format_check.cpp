@@ -1,5 +1,6 @@
 #include "files/format_check.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -48,8 +49,11 @@ MQMD TestDescriptor() {
 }
 
 bool WriteTestFile(Parameters& test, const std::string& name) {
-  if (test.Writer.Out.Adopt(OpenTemporaryForWrite(name)) != 0) {
-    PrintOutput("Can not open test file '%s' for output\n", name.c_str());
+  errno = 0;
+  std::FILE* const file = OpenTemporaryForWrite(name);
+  if (const int error = errno; file == nullptr || test.Writer.Out.Adopt(file) != 0) {
+    const std::string text = FormatText("Can not open test file '%s' for output\n", name.c_str());
+    WriteStandardOutput(WithCause(text, error));
     return false;
   }
   MQLONG reason = WriteFileMessage(test);
@@ -59,8 +63,8 @@ bool WriteTestFile(Parameters& test, const std::string& name) {
 }
 
 bool ReadTestFile(Parameters& test, const std::string& name) {
-  if (test.Reader.In.Open(name.c_str(), "r") != 0) {
-    PrintOutput("Can not open test file '%s' for input\n", name.c_str());
+  if (const int error = test.Reader.In.Open(name.c_str(), "r"); error != 0) {
+    WriteStandardOutput(WithCause(FormatText("Can not open test file '%s' for input\n", name.c_str()), error));
     return false;
   }
   test.Reader.Line = {};

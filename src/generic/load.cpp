@@ -152,7 +152,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
     run.FilesRead = 1;
   }
   if (fileError != 0) {
-    PrintOutput("File Error RC(%d)\n", fileError);
+    WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", fileError), fileError));
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
     return CloseQueue(conn, run.OutputHobj);
   }

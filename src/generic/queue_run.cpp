@@ -23,7 +23,7 @@ MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_vie
     if (!at->is_directory(unknown)) names.insert(at->path().filename().string());
   }
   if (error) {
-    PrintDiagnosticText(run, "Can not scan for files.\n");
+    PrintDiagnosticText(run, WithCause("Can not scan for files.\n", error));
     return MQRC_NOT_AUTHORIZED;
   }
   for (const std::string& name : names) {

@@ -112,7 +112,8 @@ MQLONG PrepareDirectory(Parameters& run) {
     std::error_code error;
     std::filesystem::remove(file.FilePath, error);
     if (error) {
-      PrintDiagnostic(run, "Attempt to delete file '%s' failed.\n", file.FilePath.c_str());
+      const std::string text = FormatText("Attempt to delete file '%s' failed.\n", file.FilePath.c_str());
+      PrintDiagnosticText(run, WithCause(text, error));
       return MQRC_OBJECT_ALREADY_EXISTS;
     }
   }
@@ -149,7 +150,7 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
     run.Naming.Files.AddOutput(IdentityOf(queue.FilePath));
   }
   if (fileError != 0) {
-    PrintOutput("File Error RC(%d)\n", fileError);
+    WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", fileError), fileError));
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
     return CloseQueue(conn, hobj);
   }
@@ -196,7 +197,9 @@ MQLONG GenericUnload(Parameters& run) {
   for (const auto& [key, queue] : run.Generic.Queues) UnloadQueue(run, queue, users, systems, firstFailure);
   // Nothing has left a queue, so it is soon enough when the new files' names reach the disk with the last of them.
   if (const int error = SyncEntries(run.Naming.Directory); error != 0) {
-    PrintDiagnostic(run, "Error flushing data to file '%s'RC(%d)\n", run.Naming.Directory.c_str(), error);
+    const char* const directory = run.Naming.Directory.c_str();
+    PrintDiagnosticText(run,
+                        WithCause(FormatText("Error flushing data to file '%s'RC(%d)\n", directory, error), error));
     if (firstFailure == 0) firstFailure = MQRC_RESOURCE_PROBLEM;
   }
   PrintOutput("\nTotal : %d Queues, %" PRId64 " Messages\n", users.Queues, users.Messages);

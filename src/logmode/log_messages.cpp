@@ -175,7 +175,8 @@ MQLONG EndOfLog(Parameters& run, MQLONG result) {
     PrintDiagnostic(run, "Extra message parts for message %d unused.\n", static_cast<int>(message));
   }
   if (log.Lines.error() != 0) {
-    SetMessageText(run, "Error reading from input file RC(%d)\n", log.Lines.error());
+    const int error = log.Lines.error();
+    SetMessageText(run, "%s", WithCause(FormatText("Error reading from input file RC(%d)\n", error), error).c_str());
     result = MQRC_FILE_SYSTEM_ERROR;
   } else if (log.Truncated) {
     result = BrokenDump(run, MQRC_INCOMPLETE_MSG);

@@ -84,8 +84,8 @@ MQLONG OpenDumpFile(Parameters& run, const std::string& name) {
     PrintDiagnostic(run, ".LOG file are not supported. Please format using DMPMQLOG.\n");
     return MQRC_OPTIONS_ERROR;
   }
-  if (run.Log.Reader->Lines.OpenFile(name.c_str()) != 0) {
-    PrintDiagnostic(run, "Can not access MQ log file.\n");
+  if (const int error = run.Log.Reader->Lines.OpenFile(name.c_str()); error != 0) {
+    PrintDiagnosticText(run, WithCause("Can not access MQ log file.\n", error));
     return MQRC_FILE_SYSTEM_ERROR;
   }
   run.Naming.Files.AddInput(IdentityOf(name));

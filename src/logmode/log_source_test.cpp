@@ -340,7 +340,8 @@ TEST_F(LogTest, RefusesWhatItCannotRead) {
       {"S0000000.LOG", "Q", MQRC_OPTIONS_ERROR,
        "Searching for messages logged on queue 'Q'.\n.LOG file are not supported. Please format using DMPMQLOG.\n"},
       {"/x/x.Log.txt", "Q", MQRC_OPTIONS_ERROR, ".LOG file are not supported."},
-      {"  /there/is.no/dump.txt", "Q", MQRC_FILE_SYSTEM_ERROR, "Can not access MQ log file.\n"},
+      {"  /there/is.no/dump.txt", "Q", MQRC_FILE_SYSTEM_ERROR,
+       "Can not access MQ log file. No such file or directory\n"},
       {"a.folder/", "Q", MQRC_OPTIONS_ERROR, "Environment variable MQ_INSTALLATION_PATH not set.\n"},
   };
   const char* const installation = std::getenv("MQ_INSTALLATION_PATH");

@@ -67,34 +67,61 @@ std::string LibraryDirectory(const char* variable, PathStyle style) {
   return {};
 }
 
+bool IsPath(std::string_view file, PathStyle style) {
+  return std::any_of(file.begin(), file.end(), [style](char c) { return IsSeparator(c, style); });
+}
+
+// One library on its way into a table.
+struct Loading {
+  DynamicLibrary Library;
+  std::string Path;   // tried last
+  std::string Tried;  // a line for each path that failed
+};
+
+void NoteFailure(Loading& loading, const std::string& text) {
+  loading.Tried += FormatText("  Tried '%s': %s\n", loading.Path.c_str(), text.c_str());
+}
+
 // Loads the library of one side from where that side is looked for. Returns 0, or the system's error number.
-int LoadLibraryFile(bool client, const std::string& file, DynamicLibrary& library) {
+int LoadLibraryFile(bool client, const std::string& file, Loading& loading) {
   const bool debug = std::getenv("MQACCESS_DEBUG") != nullptr;
-  const std::string path = MqLibraryPath(client ? MqClientDirectory() : MqServerDirectory(), file);
-  if (debug) PrintOutput("Loading '%s'\n", path.c_str());
+  loading.Path = MqLibraryPath(client ? MqClientDirectory() : MqServerDirectory(), file);
+  if (debug) PrintOutput("Loading '%s'\n", loading.Path.c_str());
   std::string text;
-  const int error = library.Load(path, text);
-  if (error != 0 && debug) PrintOutput("Load failed RC(%d) %s\n", error, text.c_str());
+  const int error = loading.Library.Load(loading.Path, text);
+  if (error == 0) return 0;
+  if (debug) PrintOutput("Load failed RC(%d) %s\n", error, text.c_str());
+  NoteFailure(loading, text);
   return error;
 }
 
-int LoadChosenLibrary(std::string_view libraryName, DynamicLibrary& library) {
+int LoadChosenLibrary(std::string_view libraryName, Loading& loading) {
   if (!libraryName.empty()) {
     const MqLibraryChoice choice = ChooseMqLibrary(libraryName);
-    return LoadLibraryFile(choice.Client, choice.File, library);
+    return LoadLibraryFile(choice.Client, choice.File, loading);
   }
-  if (LoadLibraryFile(false, LibraryFile(false, NativePathStyle()), library) == 0) return 0;
-  return LoadLibraryFile(true, LibraryFile(true, NativePathStyle()), library);
+  if (LoadLibraryFile(false, LibraryFile(false, NativePathStyle()), loading) == 0) return 0;
+  return LoadLibraryFile(true, LibraryFile(true, NativePathStyle()), loading);
 }
 
-int BindEntries(const DynamicLibrary& library, MqApiTable& table) {
+int BindEntries(Loading& loading, MqApiTable& table) {
   for (const EntryBinding& entry : kRequired) {
-    void* address = library.Entry(entry.Name);
-    if (address == nullptr) return kRequiredEntryMissing;
+    void* address = loading.Library.Entry(entry.Name);
+    if (address == nullptr) {
+      NoteFailure(loading, std::string("this library has no ") + entry.Name);
+      return kRequiredEntryMissing;
+    }
     entry.Set(table, address);
   }
-  for (const EntryBinding& entry : kOptional) entry.Set(table, library.Entry(entry.Name));
+  for (const EntryBinding& entry : kOptional) entry.Set(table, loading.Library.Entry(entry.Name));
   return 0;
+}
+
+// What the user sets so that the library is found.
+const char* LibraryAdvice(std::string_view libraryName) {
+  if (IsPath(libraryName, NativePathStyle())) return "Option -l names the library.\n";
+  return "Set MQM_DLL_PATH (client library: MQIC_DLL_PATH) to the library's folder, or MQ_INSTALLATION_PATH to that of "
+         "IBM MQ. Option -l names another library.\n";
 }
 
 }  // namespace
@@ -104,8 +131,7 @@ std::string MqServerDirectory(PathStyle style) { return LibraryDirectory("MQM_DL
 std::string MqClientDirectory(PathStyle style) { return LibraryDirectory("MQIC_DLL_PATH", style); }
 
 std::string MqLibraryPath(std::string_view directory, std::string_view file, PathStyle style) {
-  const bool isPath = std::any_of(file.begin(), file.end(), [style](char c) { return IsSeparator(c, style); });
-  if (directory.empty() || isPath) return std::string(file);
+  if (directory.empty() || IsPath(file, style)) return std::string(file);
   std::string path(directory);
   if (!IsSeparator(path.back(), style)) path += Separator(style);
   return path.append(file);
@@ -117,11 +143,12 @@ MqLibraryChoice ChooseMqLibrary(std::string_view libraryName, PathStyle style) {
   return {client, isPlainName ? LibraryFile(client, style) : std::string(libraryName)};
 }
 
-int LoadMqApi(std::string_view libraryName, MqApiTable& table) {
+int LoadMqApi(std::string_view libraryName, MqApiTable& table, std::string* explanation) {
   CSLockCommon();
-  DynamicLibrary library;
-  int error = LoadChosenLibrary(libraryName, library);
-  if (error == 0) error = BindEntries(library, table);
+  Loading loading;
+  int error = LoadChosenLibrary(libraryName, loading);
+  if (error == 0) error = BindEntries(loading, table);
   CSUnlockIt();
+  if (error != 0 && explanation != nullptr) *explanation = loading.Tried + LibraryAdvice(libraryName);
   return error;
 }

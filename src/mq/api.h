@@ -41,8 +41,9 @@ inline constexpr int kRequiredEntryMissing = 11;
 // Loads the library for one queue manager and fills the table, under the common lock. `libraryName` may be empty: the
 // server library is tried first, then the client library. Optional entries that are missing become stubs that answer
 // MQCC_FAILED with MQRC_FUNCTION_NOT_SUPPORTED. Returns 0, the system's error number of the failed load, or
-// kRequiredEntryMissing. Reports nothing unless MQACCESS_DEBUG is set (standard output).
-int LoadMqApi(std::string_view libraryName, MqApiTable& table);
+// kRequiredEntryMissing. Reports nothing unless MQACCESS_DEBUG is set (standard output). On failure, `explanation`,
+// when given, gets lines for the user: each path that was tried with what was wrong there, and what to set.
+int LoadMqApi(std::string_view libraryName, MqApiTable& table, std::string* explanation = nullptr);
 
 // Where the libraries are looked for: MQM_DLL_PATH (MQIC_DLL_PATH) as it stands, else below MQ_INSTALLATION_PATH, else
 // empty (the system's own search).

@@ -8,6 +8,7 @@
 #include "cmdline/parameters.h"
 #include "common/console.h"
 #include "mq/destinations.h"
+#include "mq/option_behind.h"
 #include "mq/reasons.h"
 #include "platform/terminal.h"
 
@@ -19,11 +20,10 @@ constexpr MQLONG kCnoVersionWithSecurity = 5;
 constexpr MQLONG kCnoVersionWithApplName = 7;
 
 // A failed call is always reported, any other only when calls are traced.
-void Report(Parameters& run, const QMgrConn& conn, std::string_view call, std::string_view object, MQLONG compCode,
-            MQLONG reason) {
-  if (compCode == MQCC_FAILED || (run.Verbose & VERBOSE_APIS) != 0) {
-    ReportMqCall(run, call, conn.QMgrName, object, reason);
-  }
+void Report(Parameters& run, const QMgrConn& conn, MqStep step, std::string_view call, std::string_view object,
+            MQLONG compCode, MQLONG reason) {
+  if (compCode == MQCC_FAILED) return ReportFailedCall(run, step, call, conn.QMgrName, object, reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, call, conn.QMgrName, object, reason);
 }
 
 void Trace(Parameters& run, const QMgrConn& conn, std::string_view call, MQLONG reason) {
@@ -197,7 +197,8 @@ MQLONG OpenIndividually(Parameters& run, QMgrConn& conn, QueueList& list, MQLONG
     MQLONG compCode = MQCC_FAILED;
     MQLONG reason = MQRC_NONE;
     conn.Api.MQOPEN(conn.Hconn, &od, options, &element.Hobj, &compCode, &reason);
-    Report(run, conn, "MQOPEN", DestinationText(entry.ObjectQMgrName, entry.ObjectName), compCode, reason);
+    Report(run, conn, MqStep::OpenOutput, "MQOPEN", DestinationText(entry.ObjectQMgrName, entry.ObjectName), compCode,
+           reason);
     if (compCode == MQCC_FAILED) {
       element.Hobj = MQHO_UNUSABLE_HOBJ;
       result = reason;
@@ -215,7 +216,8 @@ MQLONG ReportFailedDestinations(Parameters& run, const QMgrConn& conn, const Que
     if (list.Responses[i].CompCode != MQCC_FAILED) continue;
     const MQOR& entry = list.Entries[i];
     result = list.Responses[i].Reason;
-    ReportMqCall(run, "MQOPEN", conn.QMgrName, DestinationText(entry.ObjectQMgrName, entry.ObjectName), result);
+    const std::string name = DestinationText(entry.ObjectQMgrName, entry.ObjectName);
+    ReportFailedCall(run, MqStep::OpenOutput, "MQOPEN", conn.QMgrName, name, result);
   }
   return result;
 }
@@ -228,7 +230,7 @@ MQLONG OpenDepthHandle(Parameters& run, QMgrConn& conn, const MQCHAR48& resolved
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   conn.Api.MQOPEN(conn.Hconn, &od, MQOO_INQUIRE, &run.Pace.RateHobj, &compCode, &reason);
-  Report(run, conn, "MQOPEN(INQUIRE)", name, compCode, reason);
+  Report(run, conn, MqStep::Other, "MQOPEN(INQUIRE)", name, compCode, reason);
   if (compCode == MQCC_FAILED) {
     run.Pace.RateHobj = MQHO_UNUSABLE_HOBJ;
     return reason;
@@ -244,8 +246,9 @@ QMgrConn& OutputConn(Parameters& run) { return run.QMgrs[run.OutputQMgr]; }
 
 MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn) {
   const char* library = conn.LibraryName != nullptr ? conn.LibraryName : "";
-  if (const int error = LoadMqApi(library, conn.Api); error != 0) {
-    PrintDiagnostic(run, "Error loading MQAPI DLL %s RC(%d)\n", library, error);
+  std::string explanation;
+  if (const int error = LoadMqApi(library, conn.Api, &explanation); error != 0) {
+    PrintDiagnostic(run, "Error loading MQAPI DLL %s RC(%d)\n%s", library, error, explanation.c_str());
     return MQRC_ENVIRONMENT_ERROR;
   }
   MQCSP csp;
@@ -260,7 +263,8 @@ MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn) {
   if (compCode == MQCC_FAILED && reason == MQRC_CNO_ERROR) reason = TryConnect(conn, security, false, compCode);
   conn.Password.reset();
   // A warning ends the run like a failure, so it is told like one.
-  Report(run, conn, "MQCONN", {}, reason != MQRC_NONE ? MQCC_FAILED : compCode, reason);
+  const MqStep step = security != nullptr ? MqStep::ConnectUser : MqStep::Other;
+  Report(run, conn, step, "MQCONN", {}, reason != MQRC_NONE ? MQCC_FAILED : compCode, reason);
   if (compCode != MQCC_FAILED) InquireQMgr(run, conn);
   return reason;
 }
@@ -280,7 +284,7 @@ void DisconnectQMgr(Parameters& run, QMgrConn& conn) {
   }
   if (conn.UnitOpen) {
     conn.Api.MQBACK(conn.Hconn, &compCode, &reason);
-    Report(run, conn, "MQBACK", {}, compCode, reason);
+    Report(run, conn, MqStep::Other, "MQBACK", {}, compCode, reason);
     if (compCode == MQCC_FAILED) {
       PrintDiagnostic(run,
                       "The open unit of work on queue manager '%s' could not be backed out. It is not disconnected, so "
@@ -343,7 +347,7 @@ MQLONG OpenOutputs(Parameters& run) {
       list != nullptr && reason == MQRC_MULTIPLE_REASONS ? ReportFailedDestinations(run, conn, *list) : MQRC_NONE;
   const std::string object =
       list != nullptr ? "<Distribution List>" : DestinationText(od.ObjectQMgrName, od.ObjectName);
-  Report(run, conn, "MQOPEN", object, compCode, reason);
+  Report(run, conn, MqStep::OpenOutput, "MQOPEN", object, compCode, reason);
   if (compCode == MQCC_FAILED) {
     run.OutputHobj = MQHO_UNUSABLE_HOBJ;
     return failedDestination != MQRC_NONE ? failedDestination : reason;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <new>
@@ -94,7 +95,7 @@ bool ReadDestinations(Parameters& run, IncludeRecord& record, ListKind kind) {
   }
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path, "r"));
   if (file == nullptr) {
-    PrintDiagnostic(run, "Can not open file '%s'.\n", path);
+    PrintDiagnosticText(run, WithCause(FormatText("Can not open file '%s'.\n", path), errno));
     return false;
   }
   char piece[kLinePiece];
@@ -107,7 +108,7 @@ bool ReadDestinations(Parameters& run, IncludeRecord& record, ListKind kind) {
     if (!AddDestination(run, destination, kind)) return false;
   }
   if (std::ferror(file.get()) != 0) {
-    PrintDiagnostic(run, "Can not read file '%s'.\n", path);
+    PrintDiagnosticText(run, WithCause(FormatText("Can not read file '%s'.\n", path), errno));
     return false;
   }
   return true;

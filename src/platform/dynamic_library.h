@@ -7,7 +7,7 @@
 class DynamicLibrary {
  public:
   // Loads `path` (a bare name is searched for by the system). Returns 0, or a system error number that is never 0, with
-  // its text in `errorText`.
+  // what the loader says in `errorText`, without the path itself in front.
   int Load(const std::string& path, std::string& errorText);
   // The address of an exported entry, or null.
   void* Entry(const char* name) const;
