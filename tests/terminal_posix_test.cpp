@@ -125,6 +125,34 @@ TEST_F(OnTerminal, HelpPausesAtTheEndOfAPage) {
   EXPECT_EQ(noArgument.Screen, "        [-h Strip headers]\r\n");
 }
 
+TEST_F(OnTerminal, ManyQueuesAreAskedAboutBeforeAFileIsDeleted) {
+  CreateQueueManager("QM1", {"A"});
+  Queues("QM1").PutNumbered("A", 2);
+  std::filesystem::create_directory(Path("out"));
+  const std::string sure = "will be deleted.\r\nAre you sure you want to continue? ";
+  const std::string what = "What would you like to do? (c)ontinue, (d)elete the files, (q)uit ";
+  const struct {
+    std::vector<Exchange> Exchanges;
+    bool Unloads, Deletes;
+  } cases[] = {{{{sure, "n\n"}}, false, false},
+               {{{sure, "y\n"}, {what, "q\n"}}, false, false},
+               {{{sure, "y\n"}, {what, "\x04"}}, false, false},
+               {{{sure, "Yes\n"}, {what, "x\n"}, {what, "c\n"}}, true, false},
+               {{{sure, "y\n"}, {what, "d\n"}}, true, true}};
+  for (const auto& c : cases) {
+    WriteText("out/A.tvo", "precious");
+    WriteText("out/OTHER.tvo", "foreign");
+    const auto session = Run({"-q", "-mQM1", "-i*", "-fout/*"}, c.Exchanges);
+    EXPECT_EQ(session.Exit, c.Unloads ? 0 : ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)) << session.Screen;
+    EXPECT_EQ(ReadText("out/A.tvo") == "precious", !c.Unloads);
+    EXPECT_EQ(std::filesystem::exists(Path("out/OTHER.tvo")), !c.Deletes);
+  }
+  const auto loaded =
+      Run({"-q", "-mQM1", "-oA", "-fout/*"}, {{"queues.\r\nAre you sure you want to continue? ", "y\n"}});
+  EXPECT_EQ(loaded.Exit, 0) << loaded.Screen;
+  EXPECT_EQ(Queues("QM1").Depth("A"), 4);
+}
+
 TEST_F(OnTerminal, AnExistingFileIsAskedAbout) {
   CreateQueueManager("QM1", {"Q1"});
   Queues("QM1").PutNumbered("Q1", 2);

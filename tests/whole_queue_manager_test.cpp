@@ -11,7 +11,7 @@ namespace {
 class WholeQueueManager : public Sandbox {
  protected:
   const std::vector<std::string> names_ = {
-      "APP.ONE", "APP.TWO", "app.two", "A/B", "P%C", "U_1", "LONG.QUEUE.NAME.OF.FORTY.EIGHT.CHARACTERS.123456"};
+      "APP.ONE", "APP.TWO", "app.two", "A/B", "P%n", "U_1", "LONG.QUEUE.NAME.OF.FORTY.EIGHT.CHARACTERS.123456"};
 
   void SetUp() override {
     CreateQueueManager("QM1", names_, "DEFINE QLOCAL(EMPTY)\nDEFINE QALIAS(AN.ALIAS) TARGET(APP.ONE)\n");
@@ -63,49 +63,47 @@ TEST_F(WholeQueueManager, PatternsChooseQueues) {
   EXPECT_NE(badType.Err.find("Invalid generic file type.\n"), std::string::npos);
 }
 
-TEST_F(WholeQueueManager, NothingIsDeletedByARunThatIsDeclined) {
+constexpr char kDeclined[] = "Are you sure you want to continue? No, because standard input is no terminal.\n";
+
+TEST_F(WholeQueueManager, WithoutATerminalEveryAnswerIsNoUnlessForced) {
   WriteText("out/APP.ONE.tvo", "precious");
   WriteText("out/OTHER.tvo", "foreign");
-  for (const char* answers : {"", "n\n", "y\nq\n", "y\n"}) {
-    const auto declined = Tarvo({"-mQM1", "-iAPP.*", "-fout/*"}, answers);
-    EXPECT_EQ(declined.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)) << answers;
-    EXPECT_EQ(ReadText("out/APP.ONE.tvo"), "precious");
-    EXPECT_EQ(ReadText("out/OTHER.tvo"), "foreign");
-  }
-  const auto kept = Tarvo({"-mQM1", "-iAPP.*", "-fout/*"}, "Yes\nx\nc\n");
-  EXPECT_EQ(kept.Exit, 0) << kept.Err;
-  EXPECT_NE(kept.Err.find("out/APP.ONE.tvo\n\nThese files already exist and will be deleted.\n"
-                          "Are you sure you want to continue? "),
+  const auto declined = Tarvo({"-mQM1", "-iAPP.*", "-fout/*"}, "y\nd\n");
+  EXPECT_EQ(declined.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS));
+  EXPECT_NE(
+      declined.Err.find("out/APP.ONE.tvo\n\nThese files already exist and will be deleted.\n" + std::string(kDeclined)),
+      std::string::npos)
+      << declined.Err;
+  EXPECT_EQ(ReadText("out/APP.ONE.tvo"), "precious");
+  EXPECT_EQ(Tarvo({"-mQM1", "-iU_1", "-fout/*"}, "c\n").Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS));
+  EXPECT_FALSE(std::filesystem::exists(Path("out/U_1.tvo")));
+  const auto forced = Tarvo({"-mQM1", "-iAPP.*", "-Fout/*"});
+  EXPECT_EQ(forced.Exit, 0) << forced.Err;
+  EXPECT_NE(forced.Err.find("out/OTHER.tvo\n\nThese files already exist and will not be affected by the download.\n"
+                            "However, they could affect and contaminate a future upload.\n"),
             std::string::npos)
-      << kept.Err;
+      << forced.Err;
+  EXPECT_EQ(forced.Err.find('?'), std::string::npos);
+  EXPECT_EQ(Occurrences(ReadText("out/APP.ONE.tvo"), "A RPT"), 3);
   EXPECT_EQ(ReadText("out/OTHER.tvo"), "foreign");
-  const auto deleted = Tarvo({"-mQM1", "-iAPP.*", "-Fout/*"}, "d\n");
-  EXPECT_EQ(deleted.Exit, 0) << deleted.Err;
-  EXPECT_FALSE(std::filesystem::exists(Path("out/OTHER.tvo")));
 }
 
-TEST_F(WholeQueueManager, AsksBeforeItGoesOn) {
-  using Answers = std::vector<std::pair<const char*, int>>;  // answer, exit status
-  // Queues that cannot be opened for browsing: asked before anything is deleted.
+TEST_F(WholeQueueManager, TellsWhatItMeetsBeforeItGoesOn) {
+  // Queues that cannot be opened for browsing: told before anything is deleted.
   WriteText("out/APP.ONE.tvo", "precious");
-  std::filesystem::path faulty = harness::LibraryFolder("faultmq");
-  environment()["FAULTMQ_LIBRARY"] = harness::LibraryFile("localmq").string();
-  for (const auto& [answer, status] :
-       Answers{{"n\n", ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)}, {"Y\n", ExitStatus(MQRC_NOT_AUTHORIZED)}}) {
-    environment()["MQM_DLL_PATH"] = faulty.string();
-    environment()["FAULTMQ_SCRIPT"] = "MQOPEN@APP.TWO:*=2035";
-    const auto outcome = Tarvo({"-mQM1", "-i'APP.*'", "-Fout/*", "-Lm2"}, answer);
-    EXPECT_EQ(outcome.Exit, status) << outcome.Err;
-    EXPECT_EQ(std::filesystem::exists(Path("out/APP.ONE.tvo")), *answer == 'n');
-    EXPECT_NE(outcome.Err.find("APP.TWO                                          RC(2035) Not authorized\n\n"
-                               "Error accessing these queues.\nAre you sure you want to continue? "),
-              std::string::npos)
-        << outcome.Err;
-    EXPECT_EQ(Occurrences(outcome.Out, "RC(2035) Not authorized\n"), *answer == 'Y' ? 1 : 0) << outcome.Out;
-  }
-  environment()["MQM_DLL_PATH"] = harness::LibraryFolder("localmq").string();
+  const std::string script = "MQOPEN@APP.TWO:*=2035";
+  const std::string noAccess = "APP.TWO                                          RC(2035) Not authorized\n";
+  const auto declined = TarvoWithFaults(script, {"-mQM1", "-i'APP.TWO'", "-fout/*.new"});
+  EXPECT_EQ(declined.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)) << declined.Err;
+  EXPECT_NE(declined.Err.find(noAccess + "\nError accessing these queues.\n" + kDeclined), std::string::npos)
+      << declined.Err;
+  EXPECT_EQ(declined.Out, "");
+  const auto forced = TarvoWithFaults(script, {"-mQM1", "-i'APP.*'", "-Fout/*", "-Lm2"});
+  EXPECT_EQ(forced.Exit, ExitStatus(MQRC_NOT_AUTHORIZED)) << forced.Err;
+  EXPECT_NE(forced.Err.find(noAccess), std::string::npos) << forced.Err;
+  EXPECT_EQ(Occurrences(forced.Out, "RC(2035) Not authorized\n"), 1) << forced.Out;
   // A set of files is listed by its first and its last.
-  const auto listed = Tarvo({"-mQM1", "-i'APP.*'", "-fout/*"}, "n\n");
+  const auto listed = Tarvo({"-mQM1", "-i'APP.*'", "-fout/*"});
   EXPECT_NE(listed.Err.find("out/APP.ONE$1.tvo[-> $2]\n\nThese files already exist"), std::string::npos) << listed.Err;
   // Files that cannot be read (a link to nowhere, where there are links), queues that are not there.
   std::error_code noLinks;
@@ -113,22 +111,55 @@ TEST_F(WholeQueueManager, AsksBeforeItGoesOn) {
   if (noLinks) {
     WriteText("out/GONE.tvo", "* TARVO\n");
   } else {
-    const auto unreadable = Tarvo({"-mQM2", "-o*", "-fout/*"}, "n\n");
+    const auto unreadable = Tarvo({"-mQM2", "-o*", "-fout/*"});
     EXPECT_EQ(unreadable.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS)) << unreadable.Err;
     EXPECT_NE(unreadable.Err.find("out/GONE.tvo\n\nThese files can not be read.\nAre you sure"), std::string::npos);
+    std::filesystem::remove(Path("out/GONE.tvo"));
+    WriteText("out/GONE.tvo", "* TARVO\n");
   }
-  const std::string goOn = noLinks ? "" : "y\n";
-  const auto unknown = Tarvo({"-mQM2", "-o*", "-fout/*"}, goOn + "n\n");
+  const auto unknown = Tarvo({"-mQM2", "-o*", "-fout/*"});
   EXPECT_EQ(unknown.Exit, ExitStatus(MQRC_UNKNOWN_OBJECT_NAME)) << unknown.Err;
   EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 0);
   // The user goes on all the same: what can be loaded is loaded, what cannot is told.
-  const auto loaded = Tarvo({"-mQM2", "-o*", "-fout/*"}, goOn + "y\n");
+  const auto loaded = Tarvo({"-mQM2", "-o*", "-Fout/*"});
   EXPECT_EQ(loaded.Exit, ExitStatus(MQRC_UNKNOWN_OBJECT_NAME)) << loaded.Err;
   EXPECT_EQ(loaded.Out,
             "APP.ONE                                          3      Done.\n"
             "GONE                                             RC(2085) Unknown object name\n"
             "\nTotal : 1 Queues, 3 Messages\n");
   EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 3);
+}
+
+TEST_F(WholeQueueManager, NamesThatCanNotBeWrittenAreToldBeforeAFileIsTouched) {
+  WriteText("out/APP.ONE.tvo", "precious");
+  const std::string folder = std::string(200, 'd');
+  std::filesystem::create_directory(Path(folder));
+  std::filesystem::create_directory(Path("out/U_1.tvo"));
+  struct Case {
+    std::vector<std::string> Arguments;
+    int Exit;
+    std::string Told;
+  };
+  // 48 characters of queue, "$" and the two digits of a file for each of its 27 messages.
+  const std::string longName = folder + "/" + names_.back();
+  const Case cases[] = {
+      {{"-i*", "-F" + folder + "/*"},
+       MQRC_FILE_SYSTEM_ERROR,
+       "File name '" + longName + "$27.tvo' is longer than 255 characters\n"},
+      {{"-i*", "-Fout/*"}, MQRC_OBJECT_ALREADY_EXISTS, "File 'out/U_1.tvo' already exists.\n"},
+      {{"-i*", "-Fout/*", "-ds"}, MQRC_OPTIONS_ERROR, "write no messages"},
+      {{"-i*", "-Fout/*", "-dT"}, MQRC_OPTIONS_ERROR, "write no messages"},
+      {{"-i*", "-Fout/*", "-dk"}, MQRC_OPTIONS_ERROR, "Sorry, you can't specify an output queue/file"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.Told);
+    const auto refused = Tarvo(Joined({"-mQM1"}, c.Arguments));
+    EXPECT_EQ(refused.Exit, ExitStatus(c.Exit)) << refused.Err;
+    EXPECT_NE(refused.Err.find(c.Told), std::string::npos) << refused.Err;
+    EXPECT_EQ(refused.Out, "");
+    EXPECT_EQ(ReadText("out/APP.ONE.tvo"), "precious");
+    EXPECT_TRUE(std::filesystem::is_empty(Path(folder)));
+  }
 }
 
 TEST_F(WholeQueueManager, SystemQueuesAreCountedApartAndLoadedByNameOnly) {
@@ -194,10 +225,10 @@ TEST_F(WholeQueueManager, ProblemsAreToldBeforeAnythingIsLoaded) {
   EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 0);
   std::filesystem::remove(Path("out/APP.ONE.tvo"));
   Queues("QM2").PutText("APP.ONE", "already here");
-  const auto notEmpty = Tarvo({"-mQM2", "-oAPP.ONE", "-fout/*"}, "n\n");
+  const auto notEmpty = Tarvo({"-mQM2", "-oAPP.ONE", "-fout/*"}, "y\n");
   EXPECT_EQ(notEmpty.Exit, ExitStatus(MQRC_Q_NOT_EMPTY));
   EXPECT_NE(notEmpty.Err.find("Not empty.\n"), std::string::npos);
-  EXPECT_EQ(Tarvo({"-mQM2", "-oAPP.ONE", "-fout/*"}, "y\n").Exit, 0);
+  EXPECT_EQ(Tarvo({"-mQM2", "-oAPP.ONE", "-Fout/*"}).Exit, 0);
   EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 4);
   const auto nothing = Tarvo({"-mQM2", "-oNO.*", "-fout/*"});
   EXPECT_EQ(nothing.Exit, 0);
@@ -225,16 +256,16 @@ TEST_F(WholeQueueManager, ASetIsReadFromTheFilesThatAreThere) {
   EXPECT_NE(failed.Out.find("\nTotal : 1 Queues, 1 Messages\n"), std::string::npos) << failed.Out;
   EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 1);
   // A file of a wanted queue that is left out is named, and so is one that has the number of another.
-  write("P%C.tvo", 1);
-  write("P%C#old.tvo", 2);
+  write("P%n.tvo", 1);
+  write("P%n#old.tvo", 2);
   write("SYSTEM.X.tvo", 3);
   const auto leftOut = Tarvo({"-mQM2", "-oP*", "-oS*", "-fout/*"});
   EXPECT_EQ(leftOut.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR)) << leftOut.Err;
-  EXPECT_NE(leftOut.Err.find("File 'out/P%C#old.tvo' is left out: what follows the '#' is no number\n"
+  EXPECT_NE(leftOut.Err.find("File 'out/P%n#old.tvo' is left out: what follows the '#' is no number\n"
                              "File 'out/SYSTEM.X.tvo' is left out: a system queue is loaded only when it is named\n"),
             std::string::npos)
       << leftOut.Err;
-  EXPECT_EQ(Queues("QM2").Texts("P%C"), std::vector<std::string>{"1"});
+  EXPECT_EQ(Queues("QM2").Texts("P%n"), std::vector<std::string>{"1"});
   write("U_1$012.tvo", 13);
   const auto twice = Tarvo({"-mQM2", "-oU_1", "-fout/*"});
   EXPECT_EQ(twice.Exit, ExitStatus(MQRC_OBJECT_ALREADY_EXISTS));
@@ -246,7 +277,7 @@ TEST_F(WholeQueueManager, ASetIsReadFromTheFilesThatAreThere) {
 // -------------------------------------------------------------------------------------------------------
 
 // Names whose files need care: '/' and '%', twins that differ only in case (three and four of them), all 48 characters,
-// and names that begin like others.
+// and names of devices and that begin like them.
 std::vector<std::string> AwkwardNames(int count) {
   std::vector<std::string> names;
   for (int i = 0; static_cast<int>(names.size()) < count; ++i) {
@@ -257,7 +288,7 @@ std::vector<std::string> AwkwardNames(int count) {
     std::string lower = name;
     for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    for (const auto& twin : {name, upper, lower, "Q" + number}) names.push_back(twin);
+    for (const auto& twin : {name, upper, lower, "COM" + number}) names.push_back(twin);
   }
   return names;
 }

@@ -177,7 +177,7 @@ MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
   GenericQueueEntry entry;
   entry.QueueName = name;
   entry.Depth = depth;
-  return run.Generic.Queues.Add(std::move(entry), run.Naming.Directory, run.Naming.FileType);
+  return run.Generic.Queues.Add(std::move(entry));
 }
 
 MQLONG TakeReply(Parameters& run, PcfReply& reply) {

@@ -90,7 +90,6 @@ class CommandServerTest : public testing::Test {
     api.MQCLOSE = FakeServer::MqClose;
     run.QMgrs[0].QMgrName.Assign("QM1");
     run.QMgrs[0].CommandLevel = 940;
-    run.Naming.FileType = ".tvo";
     SetPatterns({"*"});
   }
   ~CommandServerTest() override { EXPECT_EQ(FakeServer::Open, 0) << "a handle is left open"; }
@@ -109,7 +108,7 @@ class CommandServerTest : public testing::Test {
     result = QueryQueueNames(run);
     shown = testing::internal::GetCapturedStderr();
     std::string names;
-    for (const auto& [key, queue] : run.Generic.Queues) names += queue.FilePath + " ";
+    for (const auto& [key, queue] : run.Generic.Queues) names += queue.QueueName + " ";
     return names;
   }
 
@@ -151,12 +150,9 @@ TEST_F(CommandServerTest, AsksForWhatThePatternsMayMatch) {
     const char* Asked;
     const char* Listed;
   } cases[] = {
-      {{"*"}, false, "*", "APP12X.tvo APP1X.tvo RA.tvo app1x#1.tvo "},
-      {{"Q*", "R*"}, false, "*", "RA.tvo "},
-      {{"APP?X"}, false, "APP*", "APP1X.tvo app1x#1.tvo "},
-      {{"APP.?.IN*"}, false, "APP.*", ""},
-      {{"app1*"}, false, "*", "APP12X.tvo APP1X.tvo app1x#1.tvo "},
-      {{"app1*"}, true, "app1*", "app1x.tvo "},
+      {{"*"}, false, "*", "APP12X APP1X RA app1x "},  {{"Q*", "R*"}, false, "*", "RA "},
+      {{"APP?X"}, false, "APP*", "APP1X app1x "},     {{"APP.?.IN*"}, false, "APP.*", ""},
+      {{"app1*"}, false, "*", "APP12X APP1X app1x "}, {{"app1*"}, true, "app1*", "app1x "},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.Patterns.front());
@@ -219,7 +215,7 @@ TEST_F(CommandServerTest, RepliesThatCannotBeRightAreToldAndHarmNothing) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.Name);
     FakeServer::Replies = {QueueReply("BEFORE", 1, kNotLast), c.Bad, QueueReply("BEHIND", 1, kLast)};
-    EXPECT_EQ(Listed(), "BEFORE.tvo ");
+    EXPECT_EQ(Listed(), "BEFORE ");
     EXPECT_EQ(shown, c.Shown);
     EXPECT_EQ(result, c.Result);
   }
@@ -229,7 +225,7 @@ TEST_F(CommandServerTest, ALongReplyIsReadAgainWithRoomForIt) {
   Reply reply = QueueReply("Q1", 3, kLast);
   reply.resize(20000);
   FakeServer::Replies = {reply};
-  EXPECT_EQ(Listed(), "Q1.tvo ");
+  EXPECT_EQ(Listed(), "Q1 ");
   EXPECT_EQ(FakeServer::GetRooms, (std::vector<MQLONG>{4596, 20000}));
 }
 

@@ -77,20 +77,51 @@ TEST(QueueFileName, YieldsQueueBaseNameAndIndex) {
   EXPECT_FALSE(ParseQueueFileName(run, "Q1.TVO", other));
 }
 
-TEST(GenericQueueList, GivesTwinsDifferentFilesWhateverTheirOrder) {
-  for (const auto& order : {std::vector<std::string>{"Q1", "q1", "Q/1"}, {"q1", "Q/1", "Q1"}}) {
+TEST(GenericQueueList, NamesFilesThatLeadBackToTheirQueues) {
+  const struct {
+    std::vector<std::string> Existing;
+    std::vector<std::string> Queues;
+    const char* Files;
+  } cases[] = {
+      {{}, {"q1", "Q/1", "Q1"}, "Q!1.tvo Q1.tvo q1#1.tvo "},
+      // A file of another queue that differs only by its case may be the same file.
+      {{"Q1.tvo", "Q1#1.tvo", "q1#2.tvo"}, {"q1"}, "q1#2.tvo "},
+      {{"q1.tvo", "Q1#1.tvo"}, {"Q1", "q1"}, "Q1#1.tvo q1.tvo "},
+      {{"q1$1.tvo"}, {"Q1"}, "Q1#1.tvo "},
+      {{"q1.other"}, {"Q1"}, "Q1.tvo "},
+      // Windows takes the part before the first dot for a device.
+      {{},
+       {"AUX.X", "COM1", "CON.", "NUL", "lpt9./.x", "nul", "prn%n"},
+       "AUX~.X.tvo COM1~.tvo CON~..tvo NUL~.tvo lpt9~.!.x.tvo nul~#1.tvo prn%n.tvo "},
+      {{},
+       {"..", "A.NUL", "COM", "COM10", "CONSOLE", "NUL/X"},
+       "...tvo A.NUL.tvo COM.tvo COM10.tvo CONSOLE.tvo NUL!X.tvo "},
+  };
+  Parameters run;
+  run.Naming.FileType = ".tvo";
+  for (const auto& c : cases) {
+    GenericQueueList existing;
+    for (const auto& name : c.Existing) {
+      GenericQueueEntry entry;
+      const bool kept = ParseQueueFileName(run, name, entry);
+      EXPECT_EQ(kept ? existing.Add(entry) : 0, 0);
+    }
     GenericQueueList list;
-    std::vector<std::string> paths;
-    for (const auto& name : order) {
+    for (const auto& name : c.Queues) {
       GenericQueueEntry entry;
       entry.QueueName = name;
-      ASSERT_EQ(list.Add(entry, "d/", ".tvo"), 0);
+      ASSERT_EQ(list.Add(entry), 0);
     }
-    for (const auto& [key, entry] : list) paths.push_back(entry.FilePath);
-    ASSERT_EQ(paths.size(), 3U);
-    EXPECT_EQ(paths[0], "d/Q!1.tvo");
-    EXPECT_EQ(paths[1], order[0] == "Q1" ? "d/Q1.tvo" : "d/Q1#1.tvo");
-    EXPECT_EQ(paths[2], order[0] == "Q1" ? "d/q1#1.tvo" : "d/q1.tvo");
+    list.NameFiles("", ".tvo", existing);
+    std::string files;
+    for (const auto& [key, entry] : list) {
+      files += entry.FilePath + " ";
+      GenericQueueEntry back;
+      ASSERT_TRUE(ParseQueueFileName(run, entry.FilePath, back));
+      EXPECT_EQ(back.Fault, nullptr);
+      EXPECT_EQ(back.QueueName, entry.QueueName);
+    }
+    EXPECT_EQ(files, c.Files);
   }
 }
 
@@ -101,7 +132,7 @@ TEST(GenericQueueList, FormsGroupsOfIndexedFiles) {
   for (const char* name : {"B$10.tvo", "B$2.tvo", "B$1.tvo", "A.tvo", "b#1$1.tvo"}) {
     GenericQueueEntry entry;
     ASSERT_TRUE(ParseQueueFileName(run, name, entry));
-    ASSERT_EQ(list.Add(entry, "", ".tvo"), 0);
+    ASSERT_EQ(list.Add(entry), 0);
   }
   list.FormGroups();
   std::string seen;

@@ -34,7 +34,7 @@ MQLONG FindFiles(Parameters& run, MQLONG& leftOut) {
     } else if (IsSystemQueue(entry.QueueName) && !(run.OutputQueueName == entry.QueueName)) {
       why = "a system queue is loaded only when it is named";
     }
-    if (why == nullptr) return run.Generic.Queues.Add(std::move(entry), run.Naming.Directory, run.Naming.FileType);
+    if (why == nullptr) return run.Generic.Queues.Add(std::move(entry));
     PrintDiagnostic(run, "File '%s' is left out: %s\n", entry.FilePath.c_str(), why);
     return 0;
   });

@@ -11,9 +11,9 @@ namespace {
 
 constexpr char kIndexMark = '$';
 constexpr char kTwinMark = '#';
+constexpr char kDeviceMark = '~';
 constexpr std::size_t kFileTypeLimit = 20;
 constexpr std::size_t kQueueNameLimit = 48;
-constexpr std::size_t kPathLimit = decltype(Parameters::InputFileName)::kCapacity;
 
 char Upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
@@ -21,6 +21,35 @@ std::string UpperCase(std::string_view text) {
   std::string upper(text);
   std::transform(upper.begin(), upper.end(), upper.begin(), Upper);
   return upper;
+}
+
+// Whether Windows takes a name with this stem for a device, whatever stands behind its first dot.
+bool IsDeviceStem(std::string_view stem) {
+  constexpr std::array<std::string_view, 4> kDevices = {"CON", "PRN", "AUX", "NUL"};
+  const std::string upper = UpperCase(stem);
+  if (std::find(kDevices.begin(), kDevices.end(), upper) != kDevices.end()) return true;
+  const bool port = upper.starts_with("COM") || upper.starts_with("LPT");
+  return port && upper.size() == 4 && upper[3] >= '0' && upper[3] <= '9';
+}
+
+// The base name of a queue's file before it is told apart from others.
+std::string PlainBaseName(std::string_view queue) {
+  std::string name(queue);
+  std::replace(name.begin(), name.end(), '/', '!');
+  const std::string_view stem = queue.substr(0, queue.find('.'));
+  if (IsDeviceStem(stem)) name.insert(stem.size(), 1, kDeviceMark);
+  return name;
+}
+
+// The queue whose plain base name is `name`.
+std::string QueueOfBaseName(std::string_view name) {
+  std::string queue(name);
+  const std::size_t mark = queue.find(kDeviceMark);
+  const bool device = mark != std::string::npos && name.substr(0, name.find('.')).size() == mark + 1 &&
+                      IsDeviceStem(name.substr(0, mark));
+  if (device) queue.erase(mark, 1);
+  std::replace(queue.begin(), queue.end(), '!', '/');
+  return queue;
 }
 
 bool IsLetterOrDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
@@ -39,19 +68,27 @@ MQLONG Refuse(Parameters& run, const char* text) {
 
 }  // namespace
 
-MQLONG GenericQueueList::Add(GenericQueueEntry entry, std::string_view directory, std::string_view fileType) try {
-  if (entry.FilePath.empty()) {
-    entry.DuplicateCount = sameIgnoringCase_[UpperCase(entry.QueueName)]++;
-    entry.BaseName = entry.QueueName;
-    std::replace(entry.BaseName.begin(), entry.BaseName.end(), '/', '!');
-    if (entry.DuplicateCount != 0) entry.BaseName += kTwinMark + std::to_string(entry.DuplicateCount);
-    entry.FilePath = std::string(directory) + entry.BaseName + std::string(fileType);
-  }
+MQLONG GenericQueueList::Add(GenericQueueEntry entry) try {
   Key key(entry.QueueName, entry.BaseName, entry.Index);
   entries_.emplace(std::move(key), std::move(entry));
   return 0;
 } catch (const std::bad_alloc&) {
   return MQRCCF_NO_STORAGE;
+}
+
+void GenericQueueList::NameFiles(std::string_view directory, std::string_view fileType,
+                                 const GenericQueueList& existing) {
+  std::map<std::string, std::string> owners;  // by base name in upper case: a file system may not tell cases apart
+  for (const auto& [key, file] : existing.entries_) owners.emplace(UpperCase(file.BaseName), file.QueueName);
+  const auto isFree = [&owners](const GenericQueueEntry& queue) {
+    return owners.emplace(UpperCase(queue.BaseName), queue.QueueName).first->second == queue.QueueName;
+  };
+  for (auto& [key, queue] : entries_) {
+    const std::string name = PlainBaseName(queue.QueueName);
+    queue.BaseName = name;
+    for (int twin = 1; !isFree(queue); ++twin) queue.BaseName = name + kTwinMark + std::to_string(twin);
+    queue.FilePath = std::string(directory) + queue.BaseName + std::string(fileType);
+  }
 }
 
 void GenericQueueList::FormGroups() {
@@ -110,16 +147,14 @@ bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQue
   }
   entry.BaseName = name;
   const std::size_t twin = name.find(kTwinMark);
-  const std::string_view queue = name.substr(0, twin);
-  entry.QueueName = queue;
+  entry.QueueName = QueueOfBaseName(name.substr(0, twin));
   int ordinal = 0;
   if (twin != std::string_view::npos && !ReadIndex(name.substr(twin + 1), ordinal)) {
     entry.Fault = "what follows the '#' is no number";
   }
-  if (queue.empty()) entry.Fault = "it names no queue";
-  if (queue.size() > kQueueNameLimit) entry.Fault = "its queue name is longer than 48 characters";
+  if (entry.QueueName.empty()) entry.Fault = "it names no queue";
+  if (entry.QueueName.size() > kQueueNameLimit) entry.Fault = "its queue name is longer than 48 characters";
   if (entry.FilePath.size() > kPathLimit) entry.Fault = "its path is longer than 255 characters";
-  std::replace(entry.QueueName.begin(), entry.QueueName.end(), '!', '/');
   return true;
 }
 

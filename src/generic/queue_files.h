@@ -1,23 +1,22 @@
 #pragma once
 
 // Which queue a file belongs to: the sorted list of queues and files that generic processing works through, and the
-// names of queue files ("Q1.tvo", "Q1$2.tvo", "a!b#1.tvo": '/' of a queue name becomes '!', '#' tells names apart that
-// differ only in case, '$' carries the index when limits split a queue over several files).
+// names of queue files ("Q1.tvo", "Q1$2.tvo", "a!b#1.tvo", "NUL~.tvo"; docs/file-format.md tells what the marks mean).
 
 #include <map>
 #include <string>
 #include <string_view>
 #include <tuple>
-#include <unordered_map>
 
 #include "common/paths.h"
 #include "mq/mqi.h"
 
 struct Parameters;
 
+inline constexpr std::size_t kPathLimit = 255;  // characters of a queue file's path
+
 struct GenericQueueEntry {
   std::string QueueName;        // at most 48 characters
-  int DuplicateCount = 0;       // names listed before that equal this one when case is ignored
   MQLONG Depth = 0;             // unload: current depth as the command server reports it
   std::string BaseName;         // without directory, index and file type
   std::string FilePath;         // directory, base name, index part, file type
@@ -35,9 +34,11 @@ class GenericQueueList {
  public:
   using Key = std::tuple<std::string, std::string, int>;
 
-  // Adds an entry. One without a file path gets its file named: `directory`, base name, `fileType`; no two entries of a
-  // list get the same base name, ignoring case. Returns 0, or MQRCCF_NO_STORAGE and leaves the list as it was.
-  MQLONG Add(GenericQueueEntry entry, std::string_view directory, std::string_view fileType);
+  // Returns 0, or MQRCCF_NO_STORAGE and leaves the list as it was.
+  MQLONG Add(GenericQueueEntry entry);
+  // Names the file of each queue: directory, base name, file type. No two queues get the same base name, ignoring case,
+  // and none that of another queue's existing file.
+  void NameFiles(std::string_view directory, std::string_view fileType, const GenericQueueList& existing);
   // Marks the group starts and records the lowest and highest index of each group.
   void FormGroups();
   bool HasQueue(std::string_view queueName) const;
@@ -48,7 +49,6 @@ class GenericQueueList {
 
  private:
   std::multimap<Key, GenericQueueEntry> entries_;
-  std::unordered_map<std::string, int> sameIgnoringCase_;
 };
 
 // Splits "<directory>*[.<type>]" of `text` into the run's directory and file type. Returns 0, or MQRC_OPTIONS_ERROR

@@ -32,10 +32,17 @@ MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_vie
   return 0;
 }
 
+bool AskTerminal(Parameters& run, std::string& answer) {
+  if (run.Screen.StdinIsTerminal) return ReadAnswer(answer, kAnswerLimit);
+  PrintDiagnosticText(run, "No, because standard input is no terminal.\n");
+  return false;
+}
+
 bool Confirm(Parameters& run, const char* question) {
+  if (run.Has(FLAG_FORCE)) return true;
   PrintDiagnosticText(run, question);
   std::string answer;
-  const bool yes = ReadAnswer(answer, kAnswerLimit) && (answer.starts_with('Y') || answer.starts_with('y'));
+  const bool yes = AskTerminal(run, answer) && (answer.starts_with('Y') || answer.starts_with('y'));
   if (yes) PrintDiagnosticText(run, "\n");
   return yes;
 }

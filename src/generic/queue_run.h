@@ -16,8 +16,11 @@ struct QMgrConn;
 // MQRC_NOT_AUTHORIZED after "Can not scan for files.".
 MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_view name)>& take);
 
-// Prints the question and reads the answer: true only when it starts with 'Y' or 'y' (a line end follows then). The end
-// of input means no.
+// Reads the answer to a question that stands on the terminal. False at the end of input, and, after a line that says
+// so, without a terminal: both mean no.
+bool AskTerminal(Parameters& run, std::string& answer);
+// Prints the question and reads the answer: true only when it starts with 'Y' or 'y' (a line end follows then), or
+// without a question when the user forces the run (-F).
 bool Confirm(Parameters& run, const char* question);
 
 // Forgets the counters and the file state of the queue before, so that the next one starts like a run of its own.

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -37,9 +38,37 @@ MQLONG FindExistingFiles(Parameters& run) {
     GenericQueueEntry entry;
     if (!ParseQueueFileName(run, name, entry) || entry.Fault != nullptr) return 0;
     entry.QueueListed = state.Queues.HasQueue(entry.QueueName);
-    return state.ExistingFiles.Add(std::move(entry), run.Naming.Directory, run.Naming.FileType);
+    return state.ExistingFiles.Add(std::move(entry));
   });
-  if (result == 0) state.ExistingFiles.FormGroups();
+  if (result != 0) return result;
+  state.ExistingFiles.FormGroups();
+  state.Queues.NameFiles(run.Naming.Directory, run.Naming.FileType, state.ExistingFiles);
+  return 0;
+}
+
+// Every file can be named, and none of the names is that of something else: a directory, or, where names do not differ
+// by their case, a file of another type.
+MQLONG CheckNames(Parameters& run) {
+  GenericState& state = run.Generic;
+  std::set<std::string_view> replaced;
+  for (const auto& [key, file] : state.ExistingFiles) {
+    if (file.QueueListed) replaced.insert(file.FilePath);
+  }
+  MQLONG result = 0;
+  for (const auto& [key, queue] : state.Queues) {
+    // A file for each message is the most that limits can ask for.
+    run.Naming.BaseName = queue.BaseName;
+    const std::string longest = queue.Depth > 1 ? IndexedName(run.Naming, queue.Depth) : queue.FilePath;
+    std::error_code error;
+    if (longest.size() > kPathLimit) {
+      PrintDiagnostic(run, "File name '%s' is longer than %d characters\n", longest.c_str(),
+                      static_cast<int>(kPathLimit));
+      result = MQRC_FILE_SYSTEM_ERROR;
+    } else if (!replaced.contains(queue.FilePath) && std::filesystem::exists(queue.FilePath, error)) {
+      PrintDiagnostic(run, "File '%s' already exists.\n", queue.FilePath.c_str());
+      result = MQRC_OBJECT_ALREADY_EXISTS;
+    }
+  }
   return result;
 }
 
@@ -71,10 +100,11 @@ ForeignFiles AskAboutForeignFiles(Parameters& run) {
   if (!ShowExisting(run, false)) return ForeignFiles::Keep;
   PrintDiagnosticText(run, "\nThese files already exist and will not be affected by the download.");
   PrintDiagnosticText(run, "\nHowever, they could affect and contaminate a future upload.\n");
+  if (run.Has(FLAG_FORCE)) return ForeignFiles::Keep;
   for (;;) {
     PrintDiagnosticText(run, "What would you like to do? (c)ontinue, (d)elete the files, (q)uit ");
     std::string answer;
-    if (!ReadAnswer(answer, 100) || answer.starts_with('q')) return ForeignFiles::Quit;
+    if (!AskTerminal(run, answer) || answer.starts_with('q')) return ForeignFiles::Quit;
     if (answer.starts_with('c') || answer.starts_with('d')) {
       PrintDiagnosticText(run, "\n");
       return answer.starts_with('c') ? ForeignFiles::Keep : ForeignFiles::Delete;
@@ -99,6 +129,7 @@ bool CheckAccess(Parameters& run) {
 
 // Everything that is asked or checked before the first file is touched, then the deletions that were agreed to.
 MQLONG PrepareDirectory(Parameters& run) {
+  if (const MQLONG reason = CheckNames(run); reason != 0) return reason;
   if (!run.Has(FLAG_FORCE) && HasListed(run, true)) {
     ShowExisting(run, true);
     if (!Confirm(run, "\nThese files already exist and will be deleted.\nAre you sure you want to continue? ")) {
@@ -177,6 +208,10 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
 MQLONG GenericUnload(Parameters& run) {
   if (run.Has(FLAG_GET)) {
     PrintDiagnosticText(run, "You can not do a destructive generic unload.\n");
+    return MQRC_OPTIONS_ERROR;
+  }
+  if (run.Has(FLAG_SUMMARY | FLAG_SHOW_TIME_ON_QUEUE)) {
+    PrintDiagnosticText(run, "The display options 's' and 'T' write no messages, which a generic unload is for.\n");
     return MQRC_OPTIONS_ERROR;
   }
   MQLONG result = ParseGenericFileSpec(run, run.OutputFileName);
