@@ -37,7 +37,8 @@ make_root() {
   mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Label: Debian' | head -n 1)
   debootstrap --variant=minbase --include=git "$suite" "$root" "${mirror:-http://deb.debian.org/debian}" \
     >"$bare/debootstrap.log" || { tail -n 20 "$bare/debootstrap.log"; return 1; }
-  grep -lsE '^Acquire::' /etc/apt/apt.conf /etc/apt/apt.conf.d/* | xargs -r cp -t "$root/etc/apt/apt.conf.d"
+  { grep -lsE '^Acquire::' /etc/apt/apt.conf /etc/apt/apt.conf.d/* || true; } |
+    xargs -r cp -t "$root/etc/apt/apt.conf.d"
   [ -z "${NODE_EXTRA_CA_CERTS-}" ] || cp "$NODE_EXTRA_CA_CERTS" "$root/etc/extra-certificates"
   ln -sf /usr/share/zoneinfo/America/New_York "$root/etc/localtime"
   [ ! -e "$root/etc/timezone" ] || echo America/New_York >"$root/etc/timezone"
