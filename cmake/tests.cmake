@@ -2,9 +2,6 @@
 # the start of Wine is paid once; a program with long tests is split into `shards` entries that can run side by side.
 include(GoogleTest)
 
-# What has a time limit that a program under Wine does not keep (docs/windows.md).
-set(not_under_wine ManyDestinations.TenThousandOfThem)
-
 # What every test includes is compiled once, with the first test program, and taken over by the others.
 function(tarvo_test_headers program)
   if(TARGET test_platform AND NOT program STREQUAL "test_platform")
@@ -31,8 +28,7 @@ function(tarvo_tests program prefix)
   foreach(shard RANGE 1 ${shards})
     math(EXPR index "${shard} - 1")
     set(name ${prefix}/${program}-${shard})
-    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine_test.sh $<TARGET_FILE:${program}> --gtest_brief=1
-                                  --gtest_filter=-${not_under_wine})
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine_test.sh $<TARGET_FILE:${program}> --gtest_brief=1)
     set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT
                          "GTEST_TOTAL_SHARDS=${shards};GTEST_SHARD_INDEX=${index}")
   endforeach()

@@ -71,7 +71,7 @@ class ConsumersTest : public QueueManagerTest {
     EXPECT_EQ(putter.Commit(), MQRC_NONE);
   }
   void AwaitCalls(int count) {
-    for (int i = 0; i < 2000 && record_.Calls < count; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (int i = 0; i < 60000 && record_.Calls < count; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     ASSERT_GE(record_.Calls, count);
   }
 

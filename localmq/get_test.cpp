@@ -125,8 +125,8 @@ TEST_F(GetTest, WaitsAreEndedByAnotherConnection) {
     other.Put(other.Opened("Q1", MQOO_OUTPUT), "woken");
   });
   const auto start = steady_clock::now();
-  EXPECT_EQ(app_->Get(in_, MQGMO_WAIT, MQMD(), 10000), MQRC_NONE);
-  EXPECT_LT(steady_clock::now() - start, seconds(5));
+  EXPECT_EQ(app_->Get(in_, MQGMO_WAIT, MQMD(), 120000), MQRC_NONE);
+  EXPECT_LT(steady_clock::now() - start, seconds(60));
   EXPECT_EQ(app_->Text, "woken");
   putter.join();
   const auto again = steady_clock::now();

@@ -14,35 +14,48 @@ namespace {
 
 class KillTest : public QueueManagerTest {
  protected:
-  // Runs `work` in a process of its own and kills it after some milliseconds. Stores that this process has open must
-  // not be there when it forks.
-  template <typename Work>
-  void RunAndKill(std::chrono::microseconds after, Work work) {
-    Admin.reset();
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      work();
-      _exit(0);
-    }
-    std::this_thread::sleep_for(after);
-    kill(child, SIGKILL);
-    int status = 0;
-    waitpid(child, &status, 0);
-  }
-};
-
-TEST_F(KillTest, TheNextOneBacksOutWhatADeadProcessHeld) {
-  {
+  void SetUp() override {
+    QueueManagerTest::SetUp();
     TestConnection app;
     app.Put(app.Opened("Q1", MQOO_OUTPUT), "held");
   }
-  RunAndKill(std::chrono::seconds(1), [] {
-    TestConnection app;
+
+  // Starts a process that does `work` and then holds what it has; returns when it is so far. Stores that this process
+  // has open must not be there when it forks.
+  template <typename Work>
+  void StartHolding(Work work) {
+    Admin.reset();
+    int done[2];
+    ASSERT_EQ(pipe(done), 0);
+    child_ = fork();
+    ASSERT_GE(child_, 0);
+    if (child_ == 0) {
+      TestConnection app;
+      work(app);
+      if (write(done[1], "x", 1) == 1) pause();
+      _exit(1);
+    }
+    close(done[1]);
+    char byte = 0;
+    EXPECT_EQ(read(done[0], &byte, 1), 1);
+    close(done[0]);
+  }
+  void Kill() const {
+    kill(child_, SIGKILL);
+    int status = 0;
+    waitpid(child_, &status, 0);
+  }
+
+ private:
+  pid_t child_ = -1;
+};
+
+TEST_F(KillTest, TheNextOneBacksOutWhatADeadProcessHeld) {
+  StartHolding([](TestConnection& app) {
     app.Get(app.Opened("Q1", MQOO_INPUT_EXCLUSIVE), MQGMO_SYNCPOINT);
     app.Put(app.Opened("Q2", MQOO_OUTPUT), "never", MQPMO_SYNCPOINT);
-    pause();
   });
+  Kill();
   TestConnection app;
   const MQHOBJ in = app.Opened("Q1", MQOO_INPUT_EXCLUSIVE);
   EXPECT_EQ(app.Get(in), MQRC_NONE);
@@ -52,29 +65,15 @@ TEST_F(KillTest, TheNextOneBacksOutWhatADeadProcessHeld) {
 }
 
 TEST_F(KillTest, AWaitingGetIsGivenWhatADeadProcessHeld) {
-  {
-    TestConnection app;
-    app.Put(app.Opened("Q1", MQOO_OUTPUT), "held");
-  }
-  Admin.reset();
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    TestConnection app;
-    app.Get(app.Opened("Q1", MQOO_INPUT_SHARED), MQGMO_SYNCPOINT);
-    pause();
-  }
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  std::thread killer([child] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    kill(child, SIGKILL);
-    int status = 0;
-    waitpid(child, &status, 0);
-  });
+  StartHolding([](TestConnection& app) { app.Get(app.Opened("Q1", MQOO_INPUT_SHARED), MQGMO_SYNCPOINT); });
   TestConnection app;
   const MQHOBJ in = app.Opened("Q1", MQOO_INPUT_SHARED);
   EXPECT_EQ(app.Get(in), MQRC_NO_MSG_AVAILABLE) << "the child does not hold the message";
-  EXPECT_EQ(app.Get(in, MQGMO_NO_SYNCPOINT | MQGMO_WAIT, MQMD(), 10000), MQRC_NONE);
+  std::thread killer([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // so that the get waits already
+    Kill();
+  });
+  EXPECT_EQ(app.Get(in, MQGMO_NO_SYNCPOINT | MQGMO_WAIT, MQMD(), 120000), MQRC_NONE);
   EXPECT_EQ(app.Text, "held");
   killer.join();
 }

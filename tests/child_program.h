@@ -29,7 +29,7 @@ struct Command {
   Environment Variables;
   std::string Input;                 // standard input
   std::filesystem::path OutputFile;  // standard output goes here instead of into Outcome::Out, when set
-  std::chrono::milliseconds Limit{60000};
+  std::chrono::milliseconds Limit{240000};
 };
 
 // A program that is running; killed when the object goes and it has not ended.

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <thread>
 
 #include "common/text.h"
 #include "mq/reasons.h"
@@ -357,6 +358,14 @@ std::string Sandbox::ReadBytes(const std::string& name) const {
 }
 
 std::string Sandbox::ReadText(const std::string& name) const { return TextOf(ReadBytes(name)); }
+
+void Sandbox::Await(const std::string& name, std::string_view part) const {
+  for (int i = 0; i < 12000; ++i) {
+    if (std::filesystem::exists(Path(name)) && ReadText(name).find(part) != std::string::npos) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  ADD_FAILURE() << "no '" << part << "' in " << name;
+}
 
 std::vector<std::string> Sandbox::Trace() const { return Lines(ReadText("trace.txt")); }
 

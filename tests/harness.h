@@ -91,6 +91,8 @@ class Sandbox : public testing::Test {
   void WriteText(const std::string& name, std::string_view content) const;
   std::string ReadText(const std::string& name) const;
   std::string ReadBytes(const std::string& name) const;
+  // Waits until the file is there and has the text in it; fails the test when that takes minutes.
+  void Await(const std::string& name, std::string_view part) const;
   // The lines of the last fault run's call trace.
   std::vector<std::string> Trace() const;
   Environment& environment() { return environment_; }

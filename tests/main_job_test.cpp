@@ -233,8 +233,12 @@ TEST_F(MainJob, BackedOutTooOftenGoesToTheBackoutQueueOnlyWhenRemoved) {
 }
 
 TEST_F(MainJob, WaitsForMessagesOfAnotherProcess) {
-  harness::Process waiting(
-      {harness::ProgramFolder() / "tarvo", {"-mQM1", "-IQ1", "-oQ2", "-w3"}, Path("."), environment(), {}, {}});
+  harness::Process waiting({harness::ProgramFolder() / "tarvo",
+                            {"-mQM1", "-IQ1", "-oQ2", "-w60", "-r#1"},
+                            Path("."),
+                            environment(),
+                            {},
+                            {}});
   std::this_thread::sleep_for(std::chrono::milliseconds(700));
   Queues queues("QM1");
   queues.PutText("Q1", "late");

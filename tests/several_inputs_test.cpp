@@ -64,8 +64,12 @@ TEST_F(SeveralInputs, SelectAndCountOverAllOfThem) {
 
 TEST_F(SeveralInputs, WaitForMessagesOfEither) {
   Fill(1, 1);
-  harness::Process moving(
-      {harness::ProgramFolder() / "tarvo", {"-mQM1", "-IA", "-IB", "-oOUT", "-w2"}, Path("."), environment(), {}, {}});
+  harness::Process moving({harness::ProgramFolder() / "tarvo",
+                           {"-mQM1", "-IA", "-IB", "-oOUT", "-w60", "-r#3"},
+                           Path("."),
+                           environment(),
+                           {},
+                           {}});
   std::this_thread::sleep_for(std::chrono::milliseconds(800));
   Queues("QM1").PutText("B", "late");
   const auto outcome = moving.Wait();

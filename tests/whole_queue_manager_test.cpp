@@ -179,14 +179,16 @@ TEST_F(WholeQueueManager, SystemQueuesAreCountedApartAndLoadedByNameOnly) {
 TEST_F(WholeQueueManager, QueuesThatAreFilteredOrChangeAreTold) {
   const auto filtered = Tarvo({"-mQM1", "-iAPP.ONE", "-fout/*", "-r2"});
   EXPECT_NE(filtered.Out.find("     3  Filtered.\n"), std::string::npos) << filtered.Out;
-  // While the command server's answer is waited for, the queue grows.
+  // Between the command server's answer and the first message, the queue grows.
   environment()["MQM_DLL_PATH"] = harness::LibraryFolder("faultmq").string();
   environment()["FAULTMQ_LIBRARY"] = harness::LibraryFile("localmq").string();
-  environment()["FAULTMQ_SCRIPT"] = "MQOPEN@APP.ONE:1=wait:1500";
+  environment()["FAULTMQ_SCRIPT"] = "MQOPEN@APP.ONE:1=until:go";
+  environment()["FAULTMQ_TRACE"] = Path("trace.txt").string();
   harness::Process unloading(
       {harness::ProgramFolder() / "tarvo", {"-mQM1", "-iAPP.ONE", "-Fout/*"}, Path("."), environment(), {}, {}});
-  std::this_thread::sleep_for(std::chrono::milliseconds(700));
+  Await("trace.txt", "fault=until");
   Queues("QM1").PutNumbered("APP.ONE", 2);
+  WriteText("go", "");
   const auto changing = unloading.Wait();
   EXPECT_NE(changing.Out.find("     3  Changing.\n\nTotal : 1 Queues, 5 Messages\n"), std::string::npos)
       << changing.Out << changing.Err;

@@ -2,16 +2,13 @@
 
 #include <algorithm>
 #include <bit>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <random>
-#include <thread>
 
 #include "cmdline/parameters.h"
-#include "common/clock.h"
 #include "common/units.h"
 #include "engine/code_pages.h"
 
@@ -20,8 +17,6 @@ namespace {
 constexpr std::int64_t kAnnouncedWait = 5000;  // milliseconds; longer sleeps are told
 constexpr double kLongestReplay = 1e15;        // milliseconds; put dates and percentages are anybody's
 constexpr std::int64_t kRandomRange = 32767;
-
-void SleepFor(std::int64_t milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
 int TwoDigits(const char* text) {
   int value = 0;
@@ -64,28 +59,30 @@ void DelayAsPut(Parameters& run) {
   if (PutTimeUtc(descriptor.PutDate, descriptor.PutTime) < 0) return;  // no time to keep to
   const std::int64_t distance = replay.ReplayStart ? PutDistance(replay, descriptor) : -1;
   if (distance < 0) {
-    replay.ReplayStart = SteadyMillis();
+    replay.ReplayStart = run.Pace.Clock->Ticks();
     std::memcpy(replay.ReplayPutDate, descriptor.PutDate, sizeof replay.ReplayPutDate);
     std::memcpy(replay.ReplayPutTime, descriptor.PutTime, sizeof replay.ReplayPutTime);
     return;
   }
   const double after = std::clamp(static_cast<double>(distance) * run.Delay / 100, 0.0, kLongestReplay);
-  const std::int64_t wait = *replay.ReplayStart + static_cast<std::int64_t>(after) - SteadyMillis();
+  const std::int64_t wait = *replay.ReplayStart + static_cast<std::int64_t>(after) - run.Pace.Clock->Ticks();
   if (wait <= 0) return;
   if (wait > kAnnouncedWait) AnnounceSleep(wait);
-  SleepFor(wait);
+  run.Pace.Clock->Sleep(wait);
 }
 
 void Delay(Parameters& run) {
   if (run.Has(FLAG_DELAY_RELATIVE)) {
     DelayAsPut(run);
   } else if (run.Delay > 0) {
-    SleepFor(run.Delay);
+    run.Pace.Clock->Sleep(run.Delay);
   } else if (run.Delay < 0) {
-    const auto seed = run.Replay.RandomState != 0 ? run.Replay.RandomState : static_cast<std::uint32_t>(SteadyMillis());
+    const auto seed =
+        run.Replay.RandomState != 0 ? run.Replay.RandomState : static_cast<std::uint32_t>(run.Pace.Clock->Ticks());
     std::minstd_rand random(seed);
     run.Replay.RandomState = static_cast<std::uint32_t>(random());
-    SleepFor(-static_cast<std::int64_t>(run.Delay) * (run.Replay.RandomState % (kRandomRange + 1)) / kRandomRange);
+    run.Pace.Clock->Sleep(-static_cast<std::int64_t>(run.Delay) * (run.Replay.RandomState % (kRandomRange + 1)) /
+                          kRandomRange);
   }
 }
 

@@ -33,7 +33,7 @@ struct RateState {
   int RatePeriodCount = 0;           // messages processed in the current period
   bool RateClamp = false;            // adaptive: limit the next adjustment to 5 %
   MQHOBJ RateHobj = MQHO_UNUSABLE_HOBJ;
-  const PaceClock* Clock = &kSystemClock;  // of the status lines too
+  const PaceClock* Clock = &kSystemClock;  // of the status lines and delays too
 };
 
 struct StatusState {

@@ -18,7 +18,7 @@
 //           warn:2119   the call is forwarded, and if it succeeds, reported as a warning with this reason
 //           kill        the process dies before the call is forwarded, as by SIGKILL
 //           after:kill  it dies when the call is done
-//           wait:250    the call is forwarded 250 milliseconds late
+//           until:go    the call's trace line is written, then it waits until there is a file "go", and is forwarded
 //           event:2009  (CALLBACK only) before this call the function gets an event call with this reason
 //
 // All rules count; of those that apply to a call the first one acts. For CALLBACK, a reason and warn:REASON change the
@@ -37,6 +37,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -60,11 +61,12 @@
 namespace {
 
 constexpr int kScriptError = 97;
+constexpr std::string_view kUntilPrefix = "until:";
 
 struct Fault {
-  enum class Kind { kFail, kFailAfter, kWarn, kKill, kKillAfter, kWait, kEvent };
+  enum class Kind { kFail, kFailAfter, kWarn, kKill, kKillAfter, kUntil, kEvent };
   Kind Type;
-  int Number;  // the reason or the milliseconds
+  int Number;  // the reason
   std::string Text;
 };
 
@@ -100,8 +102,8 @@ Fault ParseFault(std::string_view text, std::string_view rule) {
     std::string_view Prefix;
     Kind Type;
   };
-  constexpr Form kForms[] = {
-      {"after:", Kind::kFailAfter}, {"warn:", Kind::kWarn}, {"wait:", Kind::kWait}, {"event:", Kind::kEvent}};
+  constexpr Form kForms[] = {{"after:", Kind::kFailAfter}, {"warn:", Kind::kWarn}, {"event:", Kind::kEvent}};
+  if (text.starts_with(kUntilPrefix)) return {Kind::kUntil, 0, std::string(text)};
   if (text == "kill") return {Kind::kKill, 0, "kill"};
   if (text == "after:kill") return {Kind::kKillAfter, 0, "after:kill"};
   for (const Form& form : kForms) {
@@ -312,8 +314,11 @@ class Passage {
 
   // What happens before the call whether or not it is forwarded.
   void BeforeCall() {
-    if (fault_ && fault_->Type == Fault::Kind::kWait) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(fault_->Number));
+    if (fault_ && fault_->Type == Fault::Kind::kUntil) {
+      Middle::Get().Write(line_ + " fault=" + fault_->Text + "\n");
+      while (!std::filesystem::exists(fault_->Text.substr(kUntilPrefix.size()))) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      }
     }
     if (fault_ && fault_->Type == Fault::Kind::kKill) {
       Middle::Get().Write(line_ + " fault=kill\n");

@@ -104,7 +104,7 @@ TEST(FaultMq, FailsByScriptAndTraces) {
   ASSERT_EQ(reason, MQRC_NONE);
   Entry<MqCtlCall>(library, "MQCTL")(hconn, MQOP_START, &ctlo, &code, &reason);
   ASSERT_EQ(reason, MQRC_NONE);
-  for (int i = 0; i < 500 && store->ReadQueueStatus("Q1", status) == MQRC_NONE && status.Depth > 0; ++i) {
+  for (int i = 0; i < 6000 && store->ReadQueueStatus("Q1", status) == MQRC_NONE && status.Depth > 0; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   Entry<MqCtlCall>(library, "MQCTL")(hconn, MQOP_STOP, &ctlo, &code, &reason);
