@@ -96,7 +96,7 @@ TEST_F(Passwords, ComeFromAFileThatNobodyElseMayRead) {
     const char* Text;
   } cases[] = {
       {"good", 0, ""},
-      {"wrong", MQRC_NOT_AUTHORIZED, "MQCONN on qmgr 'QM1' returned 2035 Not authorized.\n"},
+      {"wrong", MQRC_NOT_AUTHORIZED, "MQCONN on qmgr 'QM1' returned 2035 Not authorized.\nOption -u names the user.\n"},
       {"empty", MQRC_OPTIONS_ERROR, "There is no password in file 'empty'\n"},
       {"group", MQRC_OPTIONS_ERROR, "Password file 'group' is refused, since others may read it\n"},
       {"others", MQRC_OPTIONS_ERROR, "Password file 'others' is refused, since others may read it\n"},

@@ -25,7 +25,7 @@ constexpr struct {
   Given IsGiven;
   const char* Text;
 } kOptions[] = {
-    {MqStep::ConnectUser, MQRC_NOT_AUTHORIZED, Always, "Option -u names the user, option -U the password."},
+    {MqStep::ConnectUser, MQRC_NOT_AUTHORIZED, Always, "Option -u names the user."},
     {MqStep::OpenInput, MQRC_SELECTOR_SYNTAX_ERROR, HasSelector, "Option -H gives the selector."},
     {MqStep::OpenInput, MQRC_SELECTION_STRING_ERROR, HasSelector, "Option -H gives the selector."},
     {MqStep::OpenInput, MQRC_SELECTION_NOT_AVAILABLE, HasSelector, "Option -H gives the selector."},
