@@ -4,8 +4,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include "cmdline/parameters.h"
 #include "common/clock.h"
@@ -16,7 +18,18 @@
 
 namespace {
 
-constexpr std::int64_t kEmptyGrace = 5000;  // milliseconds granted while a queue has not reported empty yet
+constexpr std::chrono::seconds kStopGrace{3};  // for consumption to end once nothing more is wanted of it
+constexpr std::int64_t kEmptyGrace = 5000;     // milliseconds granted while a queue has not reported empty yet
+
+// How a call ended.
+struct CallEnd {
+  MQLONG CompCode = MQCC_FAILED;
+  MQLONG Reason = MQRC_NONE;
+  MQLONG Failure() const {
+    if (CompCode != MQCC_FAILED) return 0;
+    return Reason != 0 ? Reason : MQRC_UNEXPECTED_ERROR;
+  }
+};
 
 // What the thread that delivers messages and the main thread share. The callback holds `Busy` for the whole of a call;
 // the main thread holds it whenever it looks at the run while consumption may be going on, and never during an MQCTL,
@@ -25,18 +38,15 @@ struct Consumption {
   explicit Consumption(Parameters& run) : Run(run) {}
   Parameters& Run;
   std::mutex Busy;
-  std::condition_variable Ended;  // wakes the main thread when Finished is set
+  std::condition_variable Ended;  // wakes the main thread when Finished is set, or a start that waits has returned
   MQLONG Result = 0;              // of the first step that failed inside the callback
   bool Stopped = false;           // the callback has stopped consumption itself
-  bool Abandoned = false;         // it cannot be stopped: the callback leaves the run alone from now on
+  bool StartReturned = false;     // a start that waits has, as Start tells
+  CallEnd Start;
+  bool Abandoned = false;  // it cannot be stopped: the callback leaves the run alone from now on
 };
 
 bool Tracing(const Parameters& run) { return (run.Verbose & VERBOSE_APIS) != 0; }
-
-MQLONG FailureOf(MQLONG compCode, MQLONG reason) {
-  if (compCode != MQCC_FAILED) return 0;
-  return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
-}
 
 void KeepQueueFailure(Parameters& run, const char* call, const QueueElement& queue, MQLONG reason) {
   if (!run.MessageText.empty()) return;
@@ -49,17 +59,21 @@ void KeepControlFailure(Parameters& run, const char* call, MQLONG reason) {
   SetMessageText(run, "%s(%.48s) failed RC(%d) %s", call, InputConn(run).QMgrName.c_str(), reason, ReasonText(reason));
 }
 
+CallEnd CallControl(Consumption& consumption, MQLONG operation) {
+  const QMgrConn& conn = InputConn(consumption.Run);
+  MQCTLO options;
+  options.ConnectionArea = &consumption;
+  CallEnd end;
+  conn.Api.MQCTL(conn.Hconn, operation, &options, &end.CompCode, &end.Reason);
+  return end;
+}
+
 // One MQCTL; returns the reason of a failure.
 MQLONG Control(Consumption& consumption, MQLONG operation, const char* call) {
   Parameters& run = consumption.Run;
-  QMgrConn& conn = InputConn(run);
-  MQCTLO options;
-  options.ConnectionArea = &consumption;
-  MQLONG compCode = MQCC_FAILED;
-  MQLONG reason = MQRC_NONE;
-  conn.Api.MQCTL(conn.Hconn, operation, &options, &compCode, &reason);
-  if (Tracing(run)) ReportMqCall(run, call, conn.QMgrName, {}, reason);
-  return FailureOf(compCode, reason);
+  const CallEnd end = CallControl(consumption, operation);
+  if (Tracing(run)) ReportMqCall(run, call, InputConn(run).QMgrName, {}, end.Reason);
+  return end.Failure();
 }
 
 MQLONG Deregister(Parameters& run, QueueElement& queue) {
@@ -67,13 +81,11 @@ MQLONG Deregister(Parameters& run, QueueElement& queue) {
   MQCBD callback;
   MQMD descriptor;
   MQGMO options;
-  MQLONG compCode = MQCC_FAILED;
-  MQLONG reason = MQRC_NONE;
-  conn.Api.MQCB(conn.Hconn, MQOP_DEREGISTER, &callback, queue.Hobj, &descriptor, &options, &compCode, &reason);
-  if (Tracing(run)) ReportMqCall(run, "MQCB(DEREGISTER)", conn.QMgrName, queue.QueueName, reason);
-  const MQLONG failure = FailureOf(compCode, reason);
-  if (failure != 0) KeepQueueFailure(run, "MQCB(DEREGISTER)", queue, failure);
-  return failure;
+  CallEnd end;
+  conn.Api.MQCB(conn.Hconn, MQOP_DEREGISTER, &callback, queue.Hobj, &descriptor, &options, &end.CompCode, &end.Reason);
+  if (Tracing(run)) ReportMqCall(run, "MQCB(DEREGISTER)", conn.QMgrName, queue.QueueName, end.Reason);
+  if (end.Failure() != 0) KeepQueueFailure(run, "MQCB(DEREGISTER)", queue, end.Failure());
+  return end.Failure();
 }
 
 MQLONG TakeMessage(Parameters& run, QueueElement& queue, const MQMD& descriptor, void* buffer, const MQCBC& context) {
@@ -130,7 +142,7 @@ MQLONG TakeEvent(Parameters& run, QueueElement& queue, const MQCBC& context) {
   } else {
     run.Finished = true;
     if (Tracing(run)) ReportMqCall(run, "MQCB(CALLBACK)", InputConn(run).QMgrName, queue.QueueName, context.Reason);
-    failure = FailureOf(context.CompCode, context.Reason);
+    failure = CallEnd{context.CompCode, context.Reason}.Failure();
     if (failure != 0) KeepQueueFailure(run, "MQCB(CALLBACK)", queue, failure);
   }
   if (failure == 0 && run.WaitInterval == 0) failure = Deregister(run, queue);
@@ -199,11 +211,10 @@ MQLONG RegisterQueues(Parameters& run) {
     MQCBD callback;
     callback.CallbackArea = &queue;
     callback.CallbackFunction = reinterpret_cast<void*>(&ConsumerCallback);
-    MQLONG compCode = MQCC_FAILED;
-    MQLONG reason = MQRC_NONE;
-    conn.Api.MQCB(conn.Hconn, MQOP_REGISTER, &callback, queue.Hobj, &descriptor, &options, &compCode, &reason);
-    if (Tracing(run)) ReportMqCall(run, "MQCB(REGISTER)", conn.QMgrName, queue.QueueName, reason);
-    if (const MQLONG failure = FailureOf(compCode, reason); failure != 0) {
+    CallEnd end;
+    conn.Api.MQCB(conn.Hconn, MQOP_REGISTER, &callback, queue.Hobj, &descriptor, &options, &end.CompCode, &end.Reason);
+    if (Tracing(run)) ReportMqCall(run, "MQCB(REGISTER)", conn.QMgrName, queue.QueueName, end.Reason);
+    if (const MQLONG failure = end.Failure(); failure != 0) {
       run.MessageText.clear();
       KeepQueueFailure(run, "MQCB(REGISTER)", queue, failure);
       run.Flags |= FLAG_QUIET;
@@ -213,18 +224,6 @@ MQLONG RegisterQueues(Parameters& run) {
   return 0;
 }
 
-// Consumption until every queue has reported empty, which deregisters its callback.
-MQLONG ConsumeOnce(Consumption& consumption) {
-  Parameters& run = consumption.Run;
-  if (Tracing(run)) ReportMqCall(run, "MQCTL(START_WAIT) >", InputConn(run).QMgrName, {}, MQRC_NONE);
-  const MQLONG failure = Control(consumption, MQOP_START_WAIT, "MQCTL(START_WAIT) <");
-  const std::lock_guard<std::mutex> lock(consumption.Busy);
-  if (consumption.Result != 0) return consumption.Result;
-  if (failure == 0 || failure == MQRC_NO_CALLBACKS_ACTIVE) return 0;
-  KeepControlFailure(run, "MQCTL(START_WAIT)", failure);
-  return failure;
-}
-
 // Gives up a consumption that cannot be stopped. Its callback may still come, so the object stays, and what the
 // callback is given stays in a unit of work that nobody commits.
 void Abandon(std::unique_ptr<Consumption>& consumption) {
@@ -232,6 +231,47 @@ void Abandon(std::unique_ptr<Consumption>& consumption) {
   consumption->Run.Finished = true;
   InputConn(consumption->Run).StillDelivers = true;
   static_cast<void>(consumption.release());
+}
+
+// A start that waits ends with the last consumer: at once when consumption was stopped, never when its consumers can
+// neither be stopped nor deregistered. So it waits on a thread of its own, which looks at nothing but `consumption`.
+void StartAndWait(Consumption& consumption) {
+  const CallEnd end = CallControl(consumption, MQOP_START_WAIT);
+  const std::lock_guard<std::mutex> lock(consumption.Busy);
+  consumption.Start = end;
+  consumption.StartReturned = true;
+  consumption.Ended.notify_one();
+}
+
+// Waits for the start to return. False when nothing more is wanted of consumption and it goes on all the same.
+bool AwaitStart(Consumption& consumption) {
+  std::unique_lock<std::mutex> lock(consumption.Busy);
+  const auto returned = [&consumption] { return consumption.StartReturned; };
+  consumption.Ended.wait(lock, [&] { return returned() || consumption.Run.Finished; });
+  return consumption.Ended.wait_for(lock, kStopGrace, returned);
+}
+
+// Consumption until every queue has reported empty, which deregisters its callback.
+MQLONG ConsumeOnce(std::unique_ptr<Consumption>& owner) {
+  Consumption& consumption = *owner;
+  Parameters& run = consumption.Run;
+  if (Tracing(run)) ReportMqCall(run, "MQCTL(START_WAIT) >", InputConn(run).QMgrName, {}, MQRC_NONE);
+  std::thread starter(StartAndWait, std::ref(consumption));
+  if (!AwaitStart(consumption)) {
+    starter.detach();
+    const std::lock_guard<std::mutex> lock(consumption.Busy);
+    Abandon(owner);
+    if (consumption.Result != 0) return consumption.Result;
+    KeepControlFailure(run, "MQCTL(START_WAIT)", MQRC_UNEXPECTED_ERROR);
+    return MQRC_UNEXPECTED_ERROR;
+  }
+  starter.join();
+  const CallEnd& start = consumption.Start;
+  if (Tracing(run)) ReportMqCall(run, "MQCTL(START_WAIT) <", InputConn(run).QMgrName, {}, start.Reason);
+  if (consumption.Result != 0) return consumption.Result;
+  if (start.Failure() == 0 || start.Failure() == MQRC_NO_CALLBACKS_ACTIVE) return 0;
+  KeepControlFailure(run, "MQCTL(START_WAIT)", start.Failure());
+  return start.Failure();
 }
 
 // Consumption with a wait interval: it is suspended at each deadline, of the wait or of the output file's age, and
@@ -276,5 +316,5 @@ MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
 MQLONG ConsumeQueues(Parameters& run) {
   if (const MQLONG failure = RegisterQueues(run); failure != 0) return failure;
   auto consumption = std::make_unique<Consumption>(run);
-  return run.WaitInterval == 0 ? ConsumeOnce(*consumption) : ConsumeWithWait(consumption);
+  return run.WaitInterval == 0 ? ConsumeOnce(consumption) : ConsumeWithWait(consumption);
 }
