@@ -108,12 +108,18 @@ TEST_F(FullDisk, NothingLeavesTheQueueBeforeItsFileIsOnTheDisk) {
   EXPECT_EQ(Occurrences(generic.Out, "Done."), 0) << generic.Out;
 }
 
-TEST_F(FullDisk, AClosedPipeIsAFailureAndKeepsTheQueue) {
+TEST_F(FullDisk, StandardOutputThatTakesNothingIsAFailureAndKeepsTheQueue) {
   Queues queues("QM1");
   queues.PutNumbered("Q1", 2000, std::string(1000, 'x'));
-  const auto outcome = Shell("tarvo -q -mQM1 -IQ1 -fstdout | head -n 1; exit ${PIPESTATUS[0]}");
-  EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
-  EXPECT_EQ(queues.Depth("Q1"), 2000);
+  std::filesystem::create_directory(Path("all"));
+  for (const char* command :
+       {"-IQ1 -fstdout | head -n 1; exit ${PIPESTATUS[0]}", "-IQ1 -fstdout >&-", "-IQ1 -fstdout <&- >&- 2>&-",
+        "-IQ1 -r1 -fstdout >/dev/full", "-iQ1 -dK >/dev/full", "-iQ1 -dK >&-", "-i* -Fall/* >/dev/full"}) {
+    SCOPED_TRACE(command);
+    const auto outcome = Shell(std::string("tarvo -q -mQM1 ") + command);
+    EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR)) << outcome.Err;
+    EXPECT_EQ(queues.Depth("Q1"), 2000);
+  }
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "cmdline/run.h"
 
+#include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -213,12 +215,16 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   return reason;
 }
 
-}  // namespace
+// Results that went to standard output have arrived only when their last byte has.
+MQLONG CheckStandardOutput(Parameters& run, MQLONG result) {
+  errno = 0;
+  const bool arrived = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+  if (arrived || result != 0) return result;
+  PrintDiagnosticText(run, WithCause("Error writing to standard output\n", errno));
+  return MQRC_FILE_SYSTEM_ERROR;
+}
 
-MQLONG RunTarvo(int argc, char** argv) {
-  PrepareProcess();
-  const auto owner = std::make_unique<Parameters>();
-  Parameters& run = *owner;
+MQLONG Run(Parameters& run, int argc, char** argv) {
   SetUpConsole(run.Screen);
   TakeStartTime(run);
 
@@ -232,4 +238,12 @@ MQLONG RunTarvo(int argc, char** argv) {
   DisconnectQMgr(run, OutputConn(run));
   DisconnectQMgr(run, InputConn(run));
   return outcome.ExitCode;
+}
+
+}  // namespace
+
+MQLONG RunTarvo(int argc, char** argv) {
+  PrepareProcess();
+  const auto run = std::make_unique<Parameters>();
+  return CheckStandardOutput(*run, Run(*run, argc, argv));
 }

@@ -28,13 +28,13 @@ LineForm FormOf(const Parameters& run) {
           .Columns = run.Has(FLAG_ASCII_COLUMNS)};
 }
 
-// The messages that the block still held have not reached the file.
+// The messages that the block still held have not reached the file. Returns the reason of the run's failure.
 MQLONG NotWritten(Parameters& run) {
   WriterState& writer = run.Writer;
   run.MsgsWritten -= writer.HeldMsgs;
   run.BytesWritten -= writer.HeldBytes;
   writer.HeldMsgs = writer.HeldBytes = 0;
-  return MQRC_RESOURCE_PROBLEM;
+  return writer.FileName == "stdout" ? MQRC_FILE_SYSTEM_ERROR : MQRC_RESOURCE_PROBLEM;
 }
 
 MQLONG CanNotWrite(Parameters& run) {
@@ -213,11 +213,11 @@ void CountWritten(Parameters& run) {
 }
 
 MQLONG FlushFailed(Parameters& run, int error) {
-  NotWritten(run);
+  const MQLONG reason = NotWritten(run);
   if (run.MessageText.empty()) {
     SetMessageText(run, "Error flushing data to file '%s'RC(%d)", run.Writer.FileName.c_str(), error);
   }
-  return MQRC_RESOURCE_PROBLEM;
+  return reason;
 }
 
 void NothingHeld(WriterState& writer) {

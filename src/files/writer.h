@@ -33,14 +33,16 @@ inline constexpr int kWidestLine = 16 * 1024 * 1024;
 // The file header, or nothing with -dH. `source` may be null; its names are shown when its handle is usable.
 MQLONG WriteFileHeader(Parameters& run, const QueueElement* source);
 // The message in hand as a message block (or its time on queue, or nothing for the null output and for counting), then
-// the counters. Returns 0, MQRC_RESOURCE_PROBLEM with MessageText, or MQRC_FILE_SYSTEM_ERROR for a time-on-queue entry.
+// the counters. Returns 0, MQRC_RESOURCE_PROBLEM with MessageText, or MQRC_FILE_SYSTEM_ERROR for standard output and
+// for a time-on-queue entry.
 MQLONG WriteFileMessage(Parameters& run);
 
 // Upper bound of the bytes that a message of that length takes in the file, for the layout in force.
 std::int64_t WorstCaseSize(const Parameters& run, MQLONG messageLength);
 
 // Hands the output to the system and, when `toDisk`, onto the disk, before a unit of work is committed. Returns 0, or
-// MQRC_RESOURCE_PROBLEM with MessageText. Nothing to do without an open file.
+// MQRC_RESOURCE_PROBLEM (for standard output MQRC_FILE_SYSTEM_ERROR) with MessageText. Nothing to do without an open
+// file.
 MQLONG FlushOutputFile(Parameters& run, bool toDisk);
 // Flushes and closes the output file, if one is open; what a run removes from its queues is on the disk then. Returns
 // 0, or MQRC_RESOURCE_PROBLEM with MessageText (a first message is kept).
