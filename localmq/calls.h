@@ -47,6 +47,8 @@ Outcome Put(Connection& connection, MQHOBJ handle, MQMD* descriptor, MQPMO* opti
             std::span<const std::uint8_t> data);
 Outcome PutOne(Connection& connection, MQOD* object, MQMD* descriptor, MQPMO* options,
                std::span<const std::uint8_t> data);
+// Tells what became of the asynchronous puts since it was last asked.
+Outcome AskStatus(Connection& connection, MQLONG type, MQSTS* status);
 
 // unit_of_work.cpp
 Outcome Commit(Connection& connection);

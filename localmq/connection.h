@@ -85,8 +85,9 @@ class UnitOfWork {
  public:
   std::vector<PendingPut> Puts;
   std::vector<HeldMessage> Gets;
+  bool Doomed{false};  // a persistent message that was put asynchronously is missing: a commit backs the unit out
 
-  bool Empty() const { return Puts.empty() && Gets.empty(); }
+  bool Empty() const { return Puts.empty() && Gets.empty() && !Doomed; }
   std::size_t Size() const { return Puts.size() + Gets.size(); }
   void Add(PendingPut put) {
     ++counts_[put.QueueId];
@@ -122,6 +123,7 @@ struct Connection {
   std::uint64_t NextMessageId{0};  // starts at random, so that no two connections make the same identifiers
   Membership Member;
   UnitOfWork Unit;
+  MQSTS AsyncPuts;  // what became of the asynchronous puts since MQSTAT was last asked
   std::map<MQHOBJ, std::unique_ptr<OpenObject>> Objects;
   const std::unique_ptr<Consumers> Consuming;
   MQHOBJ LastHandle{1};

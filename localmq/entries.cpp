@@ -115,7 +115,9 @@ LOCALMQ_EXPORT void MQCTL(MQHCONN hconn, MQLONG operation, MQCTLO* options, MQLO
   Run(compCode, reason, [&] { return ControlConsumers(hconn, operation, options); });
 }
 
-LOCALMQ_EXPORT void MQSTAT(MQHCONN, MQLONG, void*, MQLONG* compCode, MQLONG* reason) { Refuse(compCode, reason); }
+LOCALMQ_EXPORT void MQSTAT(MQHCONN hconn, MQLONG type, MQSTS* status, MQLONG* compCode, MQLONG* reason) {
+  RunOn(hconn, compCode, reason, [&](Connection& connection) { return AskStatus(connection, type, status); });
+}
 
 LOCALMQ_EXPORT void MQSUB(MQHCONN, void*, MQHOBJ*, MQHOBJ*, MQLONG* compCode, MQLONG* reason) {
   Refuse(compCode, reason);
@@ -158,4 +160,5 @@ LOCALMQ_EXPORT void MQMHBUF(MQHCONN, MQHMSG, void*, MQCHARV*, MQMD*, MQLONG, voi
 static_assert(std::is_same_v<decltype(MQCONNX), MqConnxCall> && std::is_same_v<decltype(MQOPEN), MqOpenCall> &&
               std::is_same_v<decltype(MQGET), MqGetCall> && std::is_same_v<decltype(MQPUT), MqPutCall> &&
               std::is_same_v<decltype(MQPUT1), MqPut1Call> && std::is_same_v<decltype(MQINQ), MqInqCall> &&
-              std::is_same_v<decltype(MQCB), MqCbCall> && std::is_same_v<decltype(MQCTL), MqCtlCall>);
+              std::is_same_v<decltype(MQCB), MqCbCall> && std::is_same_v<decltype(MQCTL), MqCtlCall> &&
+              std::is_same_v<decltype(MQSTAT), MqStatCall>);

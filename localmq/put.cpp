@@ -93,17 +93,18 @@ MQLONG CheckQueue(Connection& connection, const OpenObject& object, const Destin
   return depth >= maxDepth ? MQRC_Q_FULL : MQRC_NONE;
 }
 
-// Fills what the queue decides: priority and persistence by default, and a place for the message.
+// Fills what the queue decides: priority and persistence by default (also for a put that is refused), and a place for
+// the message.
 MQLONG Prepare(Connection& connection, const OpenObject& object, const Destination& destination, const MQMD& descriptor,
                std::span<const std::uint8_t> data, PendingPut& put) {
   Queue queue;
-  if (const MQLONG reason = CheckQueue(connection, object, destination, data.size(), queue); reason != MQRC_NONE)
-    return reason;
+  const MQLONG refusal = CheckQueue(connection, object, destination, data.size(), queue);
   put.QueueId = queue.Id;
   put.Descriptor = descriptor;
   MQMD& stored = put.Descriptor;
   if (stored.Priority == MQPRI_PRIORITY_AS_Q_DEF) stored.Priority = queue.Attributes.DefPriority;
   if (stored.Persistence == MQPER_PERSISTENCE_AS_Q_DEF) stored.Persistence = queue.Attributes.DefPersistence;
+  if (refusal != MQRC_NONE) return refusal;
   if (stored.Persistence == MQPER_PERSISTENT && queue.Attributes.DefinitionType == MQQDT_TEMPORARY_DYNAMIC)
     return MQRC_PERSISTENT_NOT_ALLOWED;
   put.Expires = stored.Expiry == MQEI_UNLIMITED ? 0 : NowMilliseconds() + std::int64_t{stored.Expiry} * 100;
@@ -194,15 +195,30 @@ Outcome PutToQueue(Connection& connection, const OpenObject& object, MQMD& compl
                    std::span<const std::uint8_t> data) {
   std::vector<PendingPut> puts(1);
   const Destination& destination = object.Destinations.front();
-  if (const MQLONG reason = Prepare(connection, object, destination, complete, data, puts.front()); reason != MQRC_NONE)
-    return Failed(reason);
+  const MQLONG refusal = Prepare(connection, object, destination, complete, data, puts.front());
   complete.Priority = puts.front().Descriptor.Priority;
   complete.Persistence = puts.front().Descriptor.Persistence;
+  if (refusal != MQRC_NONE) return Failed(refusal);
   if (const MQLONG reason = HandOver(connection, options->Options, puts); reason != MQRC_NONE) return Failed(reason);
   options->KnownDestCount = destination.Remote ? 0 : 1;
   options->UnknownDestCount = destination.Remote ? 1 : 0;
   options->InvalidDestCount = 0;
   return Done();
+}
+
+// Keeps how an asynchronous put ended for whoever asks: the counts, and the first failure with its object.
+void RecordAsyncPut(Connection& connection, const OpenObject& object, const Outcome& outcome) {
+  MQSTS& status = connection.AsyncPuts;
+  ++(outcome.Ok() ? status.PutSuccessCount : status.PutFailureCount);
+  if (outcome.Ok() || status.CompCode == MQCC_FAILED) return;
+  status.CompCode = outcome.CompCode;
+  status.Reason = outcome.Reason;
+  const Destination& destination = object.Destinations.front();
+  const std::string& named = object.Named.Attributes.Name;
+  SetField(status.ObjectName, sizeof status.ObjectName, named.empty() ? destination.Name : named);
+  SetField(status.ObjectQMgrName, sizeof status.ObjectQMgrName, named.empty() ? destination.QueueManagerName : "");
+  SetField(status.ResolvedObjectName, sizeof status.ResolvedObjectName, destination.Name);
+  SetField(status.ResolvedQMgrName, sizeof status.ResolvedQMgrName, destination.QueueManagerName);
 }
 
 // A put to an object that is open, after the options have been checked.
@@ -225,6 +241,12 @@ Outcome PutTo(Connection& connection, const OpenObject& object, MQMD* descriptor
     outcome = PutToList(connection, object, *descriptor, complete, options, data);
   } else {
     outcome = PutToQueue(connection, object, complete, options, data);
+    if ((options->Options & MQPMO_ASYNC_RESPONSE) != 0) {
+      RecordAsyncPut(connection, object, outcome);
+      const bool inUnit = (options->Options & MQPMO_SYNCPOINT) != 0;
+      if (!outcome.Ok() && inUnit && complete.Persistence == MQPER_PERSISTENT) connection.Unit.Doomed = true;
+      outcome = Done();
+    }
     if (outcome.Ok()) ReturnDescriptor(complete, descriptor);
   }
   if (!outcome.Ok()) return outcome;
@@ -266,6 +288,18 @@ Outcome PutOne(Connection& connection, MQOD* objectDescriptor, MQMD* descriptor,
   const Outcome opened = OpenObjectFor(connection, *objectDescriptor, openOptions, object);
   if (!opened.Ok()) return opened;
   return PutTo(connection, object, descriptor, options, data);
+}
+
+Outcome AskStatus(Connection& connection, MQLONG type, MQSTS* status) {
+  if (status == nullptr || std::memcmp(status->StrucId, MQSTS_STRUC_ID, sizeof status->StrucId) != 0 ||
+      status->Version < MQSTS_VERSION_1 || status->Version > MQSTS_VERSION_2)
+    return Failed(MQRC_STS_ERROR);
+  // No connection is made again by itself here, so there is nothing to tell of that.
+  if (type != MQSTAT_TYPE_ASYNC_ERROR) return Failed(MQRC_STAT_TYPE_ERROR);
+  connection.AsyncPuts.Version = status->Version;
+  *status = connection.AsyncPuts;
+  connection.AsyncPuts = {};
+  return Done();
 }
 
 }  // namespace localmq

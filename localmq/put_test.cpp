@@ -170,5 +170,41 @@ TEST_F(PutTest, WhatTheQueueManagerFills) {
   EXPECT_EQ(std::memcmp(&descriptor.MsgId, &app_->Descriptor.MsgId, 48), 0);
 }
 
+TEST_F(PutTest, AsynchronousPutsThatFailAreToldWhenAsked) {
+  Define("FULL", [](QueueAttributes& queue) { queue.MaxDepth = 0; });
+  Define("SHUT", [](QueueAttributes& queue) { queue.InhibitPut = MQQA_PUT_INHIBITED; });
+  Define("SMALL", [](QueueAttributes& queue) { queue.MaxMsgLength = 1; });
+  const auto ask = [&] {
+    MQSTS status;
+    MQSTAT(app_->Handle, MQSTAT_TYPE_ASYNC_ERROR, &status, &app_->CompCode, &app_->Reason);
+    EXPECT_EQ(app_->Reason, MQRC_NONE);
+    return status;
+  };
+  const MQHOBJ good = app_->Opened("Q1", MQOO_OUTPUT);
+  constexpr MQLONG kAsync = MQPMO_ASYNC_RESPONSE | MQPMO_SYNCPOINT;
+  for (const auto& [name, reason] :
+       {std::pair{"FULL", MQRC_Q_FULL}, {"SHUT", MQRC_PUT_INHIBITED}, {"SMALL", MQRC_MSG_TOO_BIG_FOR_Q}}) {
+    SCOPED_TRACE(name);
+    const MQHOBJ bad = app_->Opened(name, MQOO_OUTPUT);
+    for (const MQLONG persistence : {MQPER_NOT_PERSISTENT, MQPER_PERSISTENT}) {
+      MQMD descriptor;
+      descriptor.Persistence = persistence;
+      for (const MQHOBJ queue : {good, bad, bad}) {
+        EXPECT_EQ(app_->Put(queue, "text", kAsync, descriptor), MQRC_NONE);
+      }
+      const MQSTS status = ask();
+      EXPECT_EQ(status.PutSuccessCount, 1);
+      EXPECT_EQ(status.PutFailureCount, 2);
+      EXPECT_EQ(status.CompCode, MQCC_FAILED);
+      EXPECT_EQ(status.Reason, reason);
+      EXPECT_EQ(Field(status.ObjectName, sizeof status.ObjectName), name);
+      EXPECT_EQ(ask().PutFailureCount, 0);
+      // A unit of work without one of its persistent messages is none.
+      EXPECT_EQ(app_->Commit(), persistence == MQPER_PERSISTENT ? MQRC_BACKED_OUT : MQRC_NONE);
+    }
+  }
+  EXPECT_EQ(app_->Depth("Q1"), 3);
+}
+
 }  // namespace
 }  // namespace localmq

@@ -30,6 +30,7 @@ MqCmitCall MQCMIT;
 MqBackCall MQBACK;
 MqCbCall MQCB;
 MqCtlCall MQCTL;
+MqStatCall MQSTAT;
 MqSubCall MQSUB;
 }
 

@@ -172,14 +172,14 @@ Outcome Commit(Connection& connection) {
   std::vector<PendingPut> answered;
   const std::span<PendingPut> puts = WithAnswers(connection, unit.Puts, answered);
   MQLONG reason = MQRC_NONE;
-  {
+  if (!unit.Doomed) {
     Transaction transaction(connection.Data(), DurabilityOf(puts, unit.Gets));
     reason = transaction.Reason();
     if (reason == MQRC_NONE) reason = WriteMessages(connection, puts);
     if (reason == MQRC_NONE) reason = RemoveHeld(connection);
     if (reason == MQRC_NONE) reason = transaction.Commit();
   }
-  if (reason == MQRC_Q_DELETED) {
+  if (reason == MQRC_Q_DELETED || unit.Doomed) {
     // The unit can never be committed, so it ends the other way.
     reason = ReturnUnit(connection);
     return reason == MQRC_NONE ? Warning(MQRC_BACKED_OUT) : Failed(reason);

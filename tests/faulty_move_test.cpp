@@ -191,13 +191,51 @@ TEST_F(FaultyMove, OlderQueueManagersAreServedWithOlderStructures) {
   const auto retried = TarvoWithFaults("MQCONNX:1=2139", {"-mQM1", "-IQ1", "-oQ2"});
   EXPECT_EQ(retried.Exit, 0) << retried.Err;
   EXPECT_EQ(Occurrences(ReadText("trace.txt"), "MQCONNX #2"), 1);
-  Fill();
-  environment()["LOCALMQ_NO_ASYNC"] = "1";
-  const auto synchronous = TarvoWithFaults("", {"-mQM1", "-IQ1", "-oQ2", "-Oa"});
-  EXPECT_EQ(synchronous.Exit, 0) << synchronous.Err;
-  EXPECT_EQ(Queues("QM1").Depth("Q2"), kMessages);
-  const std::string trace = ReadText("trace.txt");
-  EXPECT_EQ(Occurrences(trace, "MQPUT #"), kMessages + 1);
+}
+
+TEST_F(FaultyMove, AsynchronousPutsAreAskedFor) {
+  const char* const none = "";
+  const struct {
+    std::string Options;
+    const char* Script;
+    const char* Target;  // what is altered of Q2
+    MQLONG Reason;
+    int Moved, Left;
+  } cases[] = {
+      {"-I", none, none, 0, 7, 0},
+      {"-I", none, "MAXDEPTH(4)", MQRC_Q_FULL, 3, 4},
+      {"-i", none, "MAXDEPTH(4)", MQRC_Q_FULL, 3, 7},
+      {"-i -t0", none, "MAXDEPTH(4)", MQRC_Q_FULL, 4, 7},
+      {"-I -t-1", none, "PUT(DISABLED)", MQRC_PUT_INHIBITED, 0, 7},
+      {"-I", "MQSTAT:3=async:2053", none, MQRC_Q_FULL, 3, 4},
+      {"-I", "MQSTAT:2=2009", none, MQRC_CONNECTION_BROKEN, 0, 7},
+      // Nobody tells what became of them, or the queue manager knows no such puts.
+      {"-I", "MQSTAT:*=2298", "MAXDEPTH(4)", MQRC_Q_FULL, 3, 4},
+      {"-I", "LOCALMQ_NO_ASYNC", none, 0, 7, 0},
+      // The source would be empty before a failure shows.
+      {"-I -t0", none, "MAXDEPTH(4)", MQRC_Q_FULL, 4, 2},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.Options + " " + c.Script + " " + c.Target);
+    Fill();
+    LocalMq({"QM1"}, std::string("ALTER QLOCAL(Q2) MAXDEPTH(5000) PUT(ENABLED) ") + c.Target + "\n");
+    const bool refused = c.Script[0] == 'L';
+    environment()["LOCALMQ_NO_ASYNC"] = refused ? "1" : "0";
+    const std::string unit = c.Options.size() > 2 ? c.Options.substr(3) : kUnitOption;
+    const auto outcome = TarvoWithFaults(refused ? none : c.Script,
+                                         {"-mQM1", c.Options.substr(0, 2) + "Q1", "-oQ2", "-Oa", unit, "-vd"});
+    EXPECT_EQ(outcome.Exit, ExitStatus(c.Reason)) << outcome.Err;
+    EXPECT_EQ(Queues("QM1").Depth("Q2"), c.Moved);
+    EXPECT_EQ(Queues("QM1").Depth("Q1"), c.Left);
+    const std::string queue = *c.Target == '\0' ? "FAULTMQ" : "Q2";
+    const std::string told = "MQPUT(" + queue + ") failed RC(" + std::to_string(c.Reason) + ") ";
+    EXPECT_EQ(Occurrences(outcome.Err, told), c.Reason != 0 && c.Reason != MQRC_CONNECTION_BROKEN) << outcome.Err;
+    EXPECT_EQ(Occurrences(outcome.Err, "Written - Files:   0  Messages:      " + std::to_string(c.Moved)), 1)
+        << outcome.Err;
+    const bool normal = c.Options == "-I -t0" || std::string_view(c.Script) == "MQSTAT:*=2298";
+    EXPECT_EQ(Occurrences(outcome.Err, "Messages are not put asynchronously"), normal);
+    EXPECT_TRUE(!refused || Occurrences(ReadText("trace.txt"), "MQPUT #") == kMessages + 1);
+  }
 }
 
 }  // namespace

@@ -172,3 +172,9 @@ NULLMQ_ENTRY MQPUT1(MQHCONN, MQOD*, MQMD*, MQPMO*, MQLONG, const void*, MQLONG* 
 NULLMQ_ENTRY MQCMIT(MQHCONN, MQLONG* compCode, MQLONG* reason) { Finish(compCode, reason); }
 
 NULLMQ_ENTRY MQBACK(MQHCONN, MQLONG* compCode, MQLONG* reason) { Finish(compCode, reason); }
+
+NULLMQ_ENTRY MQSTAT(MQHCONN, MQLONG, MQSTS* status, MQLONG* compCode, MQLONG* reason) {
+  status->CompCode = status->Reason = 0;
+  status->PutSuccessCount = status->PutWarningCount = status->PutFailureCount = 0;
+  Finish(compCode, reason);
+}

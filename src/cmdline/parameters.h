@@ -183,6 +183,7 @@ struct Parameters {
   std::int64_t MsgsRead = 0, BytesRead = 0, MsgsWritten = 0, BytesWritten = 0;
   std::int64_t UowMsgsRead = 0, UowBytesRead = 0, UowMsgsWritten = 0, UowBytesWritten = 0;
   PutState Put;
+  AsyncPuts Async;
   bool LimitsActive = false;
   int LimitMsgs = 1;           // messages per output file
   std::int64_t LimitSize = 0;  // bytes; 0: none

@@ -129,6 +129,7 @@ MQLONG QueueIsEmpty(Parameters& run, QueueElement& queue) {
     if (const MQLONG reason = FlushOutputFile(run, false); reason != 0) return reason;
     run.Writer.MsgsSinceFlush = 0;
   }
+  if (const MQLONG reason = CheckAsyncPuts(run); reason != 0) return reason;
   if (run.Uow.UowCount != 0 && list.QueuesActive == 0 && run.TransactionLimit != -1) return CommitAll(run);
   return 0;
 }

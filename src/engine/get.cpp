@@ -45,6 +45,7 @@ MQLONG AddWait(Parameters& run, MQGMO& options) {
 }
 
 MQLONG FinishPendingWork(Parameters& run) {
+  if (const MQLONG reason = CheckAsyncPuts(run); reason != 0) return reason;
   if (UnitPending(run)) {
     if (const MQLONG reason = CommitAll(run); reason != 0) return reason;
   }

@@ -40,7 +40,41 @@ struct Destination {
   std::string Name() const { return DestinationText(QMgr, Queue); }
 };
 
-MQPMO PutOptions(const Parameters& run, const QueueElement* queue) {
+// Asks the queue manager of the output for the outcomes that it has collected. Returns the reason of a failure.
+MQLONG AskAsyncPuts(Parameters& run, MQSTS& status) {
+  const QMgrConn& conn = OutputConn(run);
+  MQLONG compCode = MQCC_FAILED;
+  MQLONG reason = MQRC_NONE;
+  conn.Api.MQSTAT(conn.Hconn, MQSTAT_TYPE_ASYNC_ERROR, &status, &compCode, &reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQSTAT", conn.QMgrName, {}, reason);
+  if (compCode != MQCC_FAILED) return 0;
+  return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
+}
+
+void TellNormalPuts(Parameters& run, const std::string& why) {
+  if ((run.Verbose & VERBOSE_DESTINATIONS) == 0) return;
+  PrintDiagnostic(run, "Messages are not put asynchronously: %s\n\n", why.c_str());
+}
+
+// Asynchronous puts need somebody who tells what became of them, and a place where their messages still are.
+bool DecideAsync(Parameters& run) {
+  if (run.Has(FLAG_GET) && run.TransactionLimit == 0) {
+    TellNormalPuts(run, "without units of work a message whose put fails would be lost");
+    return false;
+  }
+  MQSTS earlier;
+  const MQLONG reason = AskAsyncPuts(run, earlier);
+  if (reason != 0) TellNormalPuts(run, FormatText("MQSTAT failed RC(%d) %s", reason, ReasonText(reason)));
+  return reason == 0;
+}
+
+bool PutsAsynchronously(Parameters& run) {
+  if (!run.Has2(FLAG2_ASYNC_PUT)) return false;
+  if (!run.Async.Decided) run.Async = {.Decided = true, .InUse = DecideAsync(run)};
+  return run.Async.InUse;
+}
+
+MQPMO PutOptions(Parameters& run, const QueueElement* queue) {
   MQPMO options;
   options.Options = run.TransactionLimit != 0 ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT;
   for (const ContextOption& context : kContextOptions) {
@@ -49,7 +83,7 @@ MQPMO PutOptions(const Parameters& run, const QueueElement* queue) {
       break;
     }
   }
-  if (run.Has2(FLAG2_ASYNC_PUT)) options.Options |= MQPMO_ASYNC_RESPONSE;
+  if (PutsAsynchronously(run)) options.Options |= MQPMO_ASYNC_RESPONSE;
   options.Context = queue != nullptr ? queue->Hobj : MQHO_UNUSABLE_HOBJ;
   return options;
 }
@@ -122,9 +156,13 @@ PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& op
     if ((run.Verbose & VERBOSE_APIS) != 0) {
       ReportMqCall(run, "MQPUT", conn.QMgrName, destination.Name(), outcome.Reason);
     }
-    if (outcome.CompCode != MQCC_FAILED) return outcome;
-    if (outcome.Reason == MQRC_OPTIONS_ERROR && run.Has2(FLAG2_ASYNC_PUT)) {
-      run.Flags2 &= ~FLAG2_ASYNC_PUT;
+    const bool async = (options.Options & MQPMO_ASYNC_RESPONSE) != 0;
+    if (outcome.CompCode != MQCC_FAILED) {
+      run.Async.Outstanding = run.Async.Outstanding || async;
+      return outcome;
+    }
+    if (outcome.Reason == MQRC_OPTIONS_ERROR && async) {
+      run.Async.InUse = false;
       options.Options &= ~MQPMO_ASYNC_RESPONSE;
       continue;
     }
@@ -224,4 +262,30 @@ MQLONG PutMessage(Parameters& run, const QueueElement* queue) {
   run.BytesWritten += run.Put.PutBytes;
   run.UowBytesWritten += run.Put.PutBytes;
   return failure;
+}
+
+MQLONG CheckAsyncPuts(Parameters& run) {
+  if (!run.Async.Outstanding) return 0;
+  run.Async.Outstanding = false;
+  MQSTS status;
+  const bool textFree = run.MessageText.empty();
+  if (const MQLONG reason = AskAsyncPuts(run, status); reason != 0) {
+    if (textFree) {
+      SetMessageText(run, "MQSTAT(%s) failed RC(%d) %s", OutputConn(run).QMgrName.c_str(), reason, ReasonText(reason));
+    }
+    return reason;
+  }
+  // Some destination of a distribution list failed when a warning speaks of several reasons.
+  const bool failed = status.CompCode == MQCC_FAILED || status.PutFailureCount > 0;
+  if (!failed && status.Reason != MQRC_MULTIPLE_REASONS) return 0;
+  if (textFree) {
+    const std::string qmgr(NameInField(status.ObjectQMgrName, sizeof status.ObjectQMgrName));
+    const std::string queue(NameInField(status.ObjectName, sizeof status.ObjectName));
+    SetMessageText(run, "MQPUT(%s) failed RC(%d) %s (asynchronous puts that failed: %d)",
+                   DestinationText(qmgr.c_str(), queue.c_str()).c_str(), status.Reason, ReasonText(status.Reason),
+                   status.PutFailureCount);
+  }
+  // Outside units of work the others stay where they are. What the failed ones measured is not known.
+  if (!run.Uow.SyncpointActive) run.MsgsWritten -= std::min<std::int64_t>(status.PutFailureCount, run.MsgsWritten);
+  return status.Reason != 0 ? status.Reason : MQRC_UNEXPECTED_ERROR;
 }

@@ -81,6 +81,7 @@ MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
 
 // Commits what a good run has done, or backs out the open unit of a failed one, so that no disconnect decides it.
 MQLONG EndUnit(Parameters& run, MQLONG result) {
+  if (const MQLONG failure = CheckAsyncPuts(run); result == 0) result = failure;
   if (!run.Uow.SyncpointActive) return result;
   const bool open = run.Uow.UowCount != 0 || InputConn(run).UnitOpen || OutputConn(run).UnitOpen;
   if (result == 0 && open) result = CommitAll(run);

@@ -34,6 +34,7 @@ MQLONG Backout(Parameters& run, QMgrConn& conn) {
 }
 
 MQLONG CommitAll(Parameters& run) {
+  if (const MQLONG reason = CheckAsyncPuts(run); reason != 0) return reason;
   if (!run.Uow.SyncpointActive) return 0;
   // The messages leave their queue with the commit: from then on the file is the only place that has them.
   if (run.Has(FLAG_GET) && run.Writer.Out.is_open()) {

@@ -19,9 +19,10 @@ struct UnitOfWork {
 MQLONG Commit(Parameters& run, QMgrConn& conn);
 // MQBACK on one queue manager. Returns the reason of a failure; a message that MessageText already holds is kept.
 MQLONG Backout(Parameters& run, QMgrConn& conn);
-// Flushes the output file to disk when the unit removed messages, commits the open unit on the output queue manager
-// and, where it is another one and messages are removed, on the input queue manager; resets the uncommitted counters.
-// Returns 0 (also when the run has no units of work), or the reason of the first step that failed.
+// Asks what became of asynchronous puts, flushes the output file to disk when the unit removed messages, commits the
+// open unit on the output queue manager and, where it is another one and messages are removed, on the input queue
+// manager; resets the uncommitted counters. Returns 0 (also when the run has no units of work), or the reason of the
+// first step that failed.
 MQLONG CommitAll(Parameters& run);
 // Backs out every open unit of a failed run, each whatever became of the other, and sets RolledBack.
 void BackOutRun(Parameters& run);

@@ -258,6 +258,21 @@ struct MQCTLO {
   MQPTR ConnectionArea{};
 };
 
+struct MQSTS {
+  MQCHAR4 StrucId{'S', 'T', 'A', 'T'};
+  MQLONG Version{1};
+  MQLONG CompCode{0};
+  MQLONG Reason{0};
+  MQLONG PutSuccessCount{0};
+  MQLONG PutWarningCount{0};
+  MQLONG PutFailureCount{0};
+  MQLONG ObjectType{1};
+  MQCHAR48 ObjectName{};
+  MQCHAR48 ObjectQMgrName{};
+  MQCHAR48 ResolvedObjectName{};
+  MQCHAR48 ResolvedQMgrName{};
+};
+
 struct MQDLH {
   MQCHAR4 StrucId{'D', 'L', 'H', ' '};
   MQLONG Version{1};

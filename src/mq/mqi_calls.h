@@ -37,7 +37,7 @@ using MqBufmhCall = void(MQHCONN, MQHMSG, void* options, MQMD*, MQLONG bufferLen
                          MQLONG*, MQLONG*);
 using MqMhbufCall = void(MQHCONN, MQHMSG, void* options, MQCHARV* name, MQMD*, MQLONG bufferLength, void* buffer,
                          MQLONG* dataLength, MQLONG*, MQLONG*);
-using MqStatCall = void(MQHCONN, MQLONG type, void* status, MQLONG*, MQLONG*);
+using MqStatCall = void(MQHCONN, MQLONG type, MQSTS* status, MQLONG*, MQLONG*);
 
 // The function that a queue manager calls for a message or an event (MQCBD.CallbackFunction).
 using MqConsumerFunction = void(MQHCONN, MQMD*, MQGMO*, void* buffer, MQCBC*);

@@ -645,6 +645,15 @@ inline constexpr MQLONG MQRO_PASS_DISCARD_AND_EXPIRY = 16384;
 inline constexpr MQLONG MQRO_PASS_MSG_ID = 128;
 inline constexpr MQLONG MQRO_REJECT_UNSUP_MASK = 270270464;
 
+inline constexpr MQLONG MQSTAT_TYPE_ASYNC_ERROR = 0;
+inline constexpr MQLONG MQSTAT_TYPE_RECONNECTION = 1;
+inline constexpr MQLONG MQSTAT_TYPE_RECONNECTION_ERROR = 2;
+
+inline constexpr MQLONG MQSTS_LENGTH_1 = 224;
+inline constexpr char MQSTS_STRUC_ID[] = "STAT";
+inline constexpr MQLONG MQSTS_VERSION_1 = 1;
+inline constexpr MQLONG MQSTS_VERSION_2 = 2;
+
 inline constexpr MQLONG MQVS_NULL_TERMINATED = -1;
 
 inline constexpr MQLONG MQWI_UNLIMITED = -1;

@@ -25,7 +25,8 @@ std::FILE* OpenTemporaryForWrite(const std::string& path);
 int ExitStatus(std::int32_t code);
 
 // A write to a closed pipe becomes an error of that write instead of the end of the process, and so does the use of a
-// standard stream that the caller has closed; a bad argument to the C library returns to its caller (and is shown on standard output where the library tells what it was).
+// standard stream that the caller has closed; a bad argument to the C library returns to its caller (and is shown on
+// standard output where the library tells what it was).
 void PrepareProcess();
 
 // Lets the system's list of processes show the arguments of this process as they stand in `argv` now, where strings may

@@ -19,6 +19,7 @@
 //           kill        the process dies before the call is forwarded, as by SIGKILL
 //           after:kill  it dies when the call is done
 //           until:go    the call's trace line is written, then it waits until there is a file "go", and is forwarded
+//           async:2053  (MQSTAT only) the answer tells of one more asynchronous put that failed, with this reason
 //           event:2009  (CALLBACK only) before this call the function gets an event call with this reason
 //
 // All rules count; of those that apply to a call the first one acts. For CALLBACK, a reason and warn:REASON change the
@@ -64,7 +65,7 @@ constexpr int kScriptError = 97;
 constexpr std::string_view kUntilPrefix = "until:";
 
 struct Fault {
-  enum class Kind { kFail, kFailAfter, kWarn, kKill, kKillAfter, kUntil, kEvent };
+  enum class Kind { kFail, kFailAfter, kWarn, kKill, kKillAfter, kUntil, kEvent, kAsync };
   Kind Type;
   int Number;  // the reason
   std::string Text;
@@ -102,7 +103,8 @@ Fault ParseFault(std::string_view text, std::string_view rule) {
     std::string_view Prefix;
     Kind Type;
   };
-  constexpr Form kForms[] = {{"after:", Kind::kFailAfter}, {"warn:", Kind::kWarn}, {"event:", Kind::kEvent}};
+  constexpr Form kForms[] = {
+      {"after:", Kind::kFailAfter}, {"warn:", Kind::kWarn}, {"event:", Kind::kEvent}, {"async:", Kind::kAsync}};
   if (text.starts_with(kUntilPrefix)) return {Kind::kUntil, 0, std::string(text)};
   if (text == "kill") return {Kind::kKill, 0, "kill"};
   if (text == "after:kill") return {Kind::kKillAfter, 0, "after:kill"};
@@ -124,6 +126,7 @@ Rule ParseRule(std::string_view text) {
   if (at != std::string_view::npos) rule.Object = subject.substr(at + 1);
   if (rule.Call != "*" && rule.Call != "CALLBACK" && !rule.Call.starts_with("MQ")) Refuse(text);
   if (rule.Action.Type == Fault::Kind::kEvent && rule.Call != "CALLBACK") Refuse(text);
+  if (rule.Action.Type == Fault::Kind::kAsync && rule.Call != "MQSTAT") Refuse(text);
   const std::size_t dash = when.find('-');
   if (when == "*") {
     rule.Last = 0;
@@ -575,10 +578,21 @@ FAULTMQ_ENTRY MQCTL(MQHCONN hconn, MQLONG operation, MQCTLO* ctlo, MQLONG* compC
   passage.Forward(Api().MQCTL, compCode, reason, kNoResults, hconn, operation, ctlo);
 }
 
-FAULTMQ_ENTRY MQSTAT(MQHCONN hconn, MQLONG type, void* status, MQLONG* compCode, MQLONG* reason) {
-  OnConnection("MQSTAT", hconn)
-      .Add("type", type)
-      .Forward(Api().MQSTAT, compCode, reason, kNoResults, hconn, type, status);
+FAULTMQ_ENTRY MQSTAT(MQHCONN hconn, MQLONG type, MQSTS* status, MQLONG* compCode, MQLONG* reason) {
+  Passage passage = OnConnection("MQSTAT", hconn);
+  passage.Add("type", type).Version("sts", status);
+  const auto results = [&] {
+    if (*compCode == MQCC_FAILED) return;
+    const std::optional<Fault>& fault = passage.Planned();
+    if (fault && fault->Type == Fault::Kind::kAsync) {
+      status->CompCode = MQCC_FAILED;
+      status->Reason = fault->Number;
+      ++status->PutFailureCount;
+      std::strncpy(status->ObjectName, "FAULTMQ", sizeof status->ObjectName);
+    }
+    passage.Add("failures", status->PutFailureCount);
+  };
+  passage.Forward(Api().MQSTAT, compCode, reason, results, hconn, type, status);
 }
 
 FAULTMQ_ENTRY MQSUB(MQHCONN hconn, void* sd, MQHOBJ* hobj, MQHOBJ* hsub, MQLONG* compCode, MQLONG* reason) {
