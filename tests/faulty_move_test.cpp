@@ -98,7 +98,7 @@ TEST_F(FaultyMove, IntoAFileNothingLeavesTheQueueThatIsNotInTheFile) {
   // Commits by count, when the queue is empty, at a range's end, and behind files that a limit has closed.
   for (const std::vector<std::string>& more :
        {std::vector<std::string>{kUnitOption}, {"-r1..5"}, {kUnitOption, "-Lm2"}}) {
-    const auto arguments = Joined({"-mQM1", "-IQ1", "-Fout%n.tvo", "-dt", "-Lm100"}, more);
+    const auto arguments = Joined({"-mQM1", "-IQ1", "-Fout%n.tvo", "-dp", "-Lm100"}, more);
     const auto calls = CallsOfCleanRun(arguments);
     for (const char* call : {"MQGET", "MQCMIT", "MQDISC"}) {
       for (int n = 1; n <= calls.at(call); ++n) {
@@ -111,7 +111,7 @@ TEST_F(FaultyMove, IntoAFileNothingLeavesTheQueueThatIsNotInTheFile) {
           std::vector<std::string> written;
           for (int file = 1; std::filesystem::exists(FileOf(file)); ++file) {
             for (const auto& line : Lines(ReadText(FileOf(file).filename().string()))) {
-              if (line.starts_with("T ")) written.push_back(line.substr(2));
+              if (line.starts_with("S \"")) written.push_back(line.substr(3, line.size() - 4));
             }
           }
           EXPECT_EQ(CountTexts({Queues("QM1").Texts("Q1"), written}).size(), static_cast<std::size_t>(kMessages));

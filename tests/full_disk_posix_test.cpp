@@ -26,10 +26,10 @@ TEST_F(FullDisk, AFullDiskNeverEmptiesTheQueue) {
                {"Q1", "-t1", flushing},
                {"Q1", "-dA", writing},
                {"Q1", "-drN", flushing},
-               {"Q1", "-dt", writing},
+               {"Q1", "-dp", writing},
                {"Q2", "-dA", writing + " RC(28)\n"},
                {"Q2", "-dr", writing + " RC(28)\n"},
-               {"Q2", "-dt", writing + " RC(28)\n"}};
+               {"Q2", "-dp", writing + " RC(28)\n"}};
   for (const auto& c : cases) {
     const auto outcome = Tarvo({"-mQM1", std::string("-I") + c.Queue, "-F/dev/full", c.Option});
     EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;

@@ -198,7 +198,9 @@ TEST_F(Naming, ASetEndsAtAMissingFileAndNotAtABrokenOne) {
   ExpectFileError({"-mQM1", "-fin%n", "-oQ2"}, "Can not open input file 'in2'\n");
   EXPECT_EQ(Queues("QM1").Depth("Q2"), 0);
   ExpectFileError({"-fnone%n", "-dk"}, "Can not open input file 'none1'\n");
-  ExpectFileError({"-fnone%n", "-dk", "-ab"}, "Can not open input file 'none1'(rb)\n");
+  for (const char* mode : {"-ab", "-arb", "-awb"}) {
+    ExpectFileError({"-fnone%n", "-dk", mode}, "Can not open input file 'none1'(rb)\n");
+  }
 }
 
 TEST_F(Naming, DumpsAreReadAsASetToo) {
@@ -215,7 +217,7 @@ TEST_F(Naming, DumpsAreReadAsASetToo) {
 
 TEST_F(Naming, WhatCannotBeOpenedIsNamed) {
   ExpectFileError({"-mQM1", "-iQ1", "-fno/out"}, "Can not open output file 'no/out'\n");
-  ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-ab"}, "Can not open output file 'no/out'(wb)\n");
+  ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-awb"}, "Can not open output file 'no/out'(wb)\n");
   ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-aa"}, "Can not open output file 'no/out'(a)\n");
 }
 

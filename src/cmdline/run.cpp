@@ -136,8 +136,7 @@ MQLONG Transfer(Parameters& run, QueueElement* queue) {
 MQLONG CloseFiles(Parameters& run, MQLONG result) {
   EndProgressLine(run, true);
   CloseInputFile(run);
-  const MQLONG reason = CloseOutputFile(run);
-  return result != 0 ? result : reason;
+  return FinishOutput(run, result);
 }
 
 // Makes the run forget the messages and files of the counting pass.

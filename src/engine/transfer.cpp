@@ -1,9 +1,12 @@
 #include "engine/transfer.h"
 
+#include <string>
+
 #include "cmdline/parameters.h"
 #include "common/clock.h"
 #include "engine/consumer.h"
 #include "engine/get.h"
+#include "files/hex.h"
 #include "files/reader.h"
 
 namespace {
@@ -35,6 +38,11 @@ MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
   }
   if (run.OutputFileName.empty() && (run.Has(kDisplayFlags) || run.Has2(kDisplayFlags2))) {
     SetMessageText(run, "Display options require an output file");
+    return MQRC_OPTIONS_ERROR;
+  }
+  const bool writesFile = !run.OutputFileName.empty() && !run.NullOutput;
+  if (queue != nullptr && run.Has(FLAG_GET) && run.TransactionLimit == 0 && writesFile && MayLoseBytes(run)) {
+    SetMessageText(run, "Without units of work (-t0) no message can be kept from a layout that loses some of it");
     return MQRC_OPTIONS_ERROR;
   }
   return 0;
@@ -89,13 +97,38 @@ MQLONG EndUnit(Parameters& run, MQLONG result) {
   return result;
 }
 
+// A message that a failure has left in hand, and that is on no queue any more.
+MQLONG TellInHand(Parameters& run, MQLONG reason) {
+  std::string text(run.MessageText.view());
+  while (text.ends_with('\n')) text.pop_back();
+  std::string id(2 * sizeof(MQBYTE24), '0');
+  EncodeHex(id.data(), run.Message.Descriptor.MsgId, sizeof run.Message.Descriptor.MsgId);
+  text += (text.empty() ? "The message with MsgId " : "; the message with MsgId ") + id + " has left its queue";
+  if (const std::string file = LeaveOutput(run); !file.empty()) text += ", what was written is in '" + file + '\'';
+  run.MessageText.Assign(text);
+  return reason;
+}
+
+// The target's part for a message that is the run's to deliver.
+MQLONG HandOn(Parameters& run, QueueElement* queue, bool leavesAtOnce) {
+  ++run.SelectedCount;
+  run.Put = {};
+  MQLONG reason = HandleMessage(run, queue);
+  if (reason == 0 && leavesAtOnce) reason = HandOverOutput(run);
+  if (reason == 0 && run.Has(FLAG_OUTPUT_INSERTS)) reason = RollOverAfterMessage(run);
+  return reason;
+}
+
 // What happens to a message that passed selection.
 MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
   if (run.Source != nullptr && run.Source->Check != nullptr) {
     if (const MQLONG reason = run.Source->Check(run); reason != 0) return reason;
   }
+  // Without units of work a message is gone from its queue as soon as it is got.
+  const bool leavesAtOnce = queue != nullptr && run.Has(FLAG_GET) && run.TransactionLimit == 0;
   if (!run.OutputFileName.empty() && !run.Has2(FLAG2_COUNT)) {
-    if (const MQLONG reason = CheckFileLimits(run, run.Message.Length, queue, terminal); reason != 0) return reason;
+    const MQLONG reason = CheckFileLimits(run, run.Message.Length, queue, terminal);
+    if (reason != 0) return leavesAtOnce && !run.Has(FLAG_SELECTING) ? TellInHand(run, reason) : reason;
   }
   if (queue != nullptr && run.Has(FLAG_SELECTING) && run.Has(FLAG_GET)) {
     // The message was only browsed so far. Somebody else may have taken it meanwhile.
@@ -103,10 +136,8 @@ MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
     if (reason == MQRC_NO_MSG_UNDER_CURSOR) return 0;
     if (reason != 0 || run.Finished) return reason;
   }
-  ++run.SelectedCount;
-  run.Put = {};
-  if (const MQLONG reason = HandleMessage(run, queue); reason != 0) return reason;
-  return run.Has(FLAG_OUTPUT_INSERTS) ? RollOverAfterMessage(run) : 0;
+  const MQLONG reason = HandOn(run, queue, leavesAtOnce);
+  return reason != 0 && leavesAtOnce ? TellInHand(run, reason) : reason;
 }
 
 }  // namespace

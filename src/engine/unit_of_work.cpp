@@ -3,6 +3,27 @@
 #include "cmdline/parameters.h"
 #include "mq/reasons.h"
 
+namespace {
+
+// Whether nothing of the unit can have been committed, so that its messages are on their queue again. A commit that
+// failed for most reasons, a lost connection above all, may have been made all the same.
+bool CertainlyBackedOut(MQLONG commitFailure, bool backedOut) {
+  switch (commitFailure) {
+    case MQRC_NONE:  // none was tried
+    case MQRC_BACKED_OUT:
+      return true;
+    case MQRC_CALL_IN_PROGRESS:
+    case MQRC_HCONN_ERROR:
+    case MQRC_RESOURCE_PROBLEM:
+    case MQRC_STORAGE_NOT_AVAILABLE:
+      return backedOut;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
 MQLONG Commit(Parameters& run, QMgrConn& conn) {
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
@@ -10,6 +31,7 @@ MQLONG Commit(Parameters& run, QMgrConn& conn) {
   if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQCMIT", conn.QMgrName, {}, reason);
   // A commit that ends with a warning was backed out, or left its outcome open.
   if (compCode != MQCC_OK) {
+    run.Uow.CommitFailure = reason != MQRC_NONE ? reason : MQRC_UNEXPECTED_ERROR;
     SetMessageText(run, "MQCMIT(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
     run.Finished = true;
     return reason;
@@ -37,9 +59,9 @@ MQLONG CommitAll(Parameters& run) {
   if (const MQLONG reason = CheckAsyncPuts(run); reason != 0) return reason;
   if (!run.Uow.SyncpointActive) return 0;
   // The messages leave their queue with the commit: from then on the file is the only place that has them.
-  if (run.Has(FLAG_GET) && run.Writer.Out.is_open()) {
+  if (run.Has(FLAG_GET)) {
     if (const MQLONG reason = FlushOutputFile(run, true); reason != 0) return reason;
-    run.Writer.MsgsSinceFlush = 0;
+    if (const MQLONG reason = PlaceOutput(run); reason != 0) return reason;
   }
   if (const MQLONG reason = Commit(run, OutputConn(run)); reason != 0) return reason;
   run.UowMsgsWritten = 0;
@@ -47,6 +69,7 @@ MQLONG CommitAll(Parameters& run) {
   if (run.InputQMgr != run.OutputQMgr && run.Has(FLAG_GET)) {
     if (const MQLONG reason = Commit(run, InputConn(run)); reason != 0) return reason;
   }
+  if (run.Has(FLAG_GET)) KeepOutput(run);
   run.UowMsgsRead = 0;
   run.UowBytesRead = 0;
   run.Uow.UowCount = 0;
@@ -62,4 +85,10 @@ void BackOutRun(Parameters& run) {
   if (output.UnitOpen) clean = Backout(run, output) == 0;
   if (&input != &output && input.UnitOpen) clean = Backout(run, input) == 0 && clean;
   if (clean) run.Uow.UowCount = 0;
+  if (CertainlyBackedOut(run.Uow.CommitFailure, clean)) return TakeBackOutput(run);
+  if (!run.Writer.Changes.Files.empty()) {
+    PrintDiagnosticText(run,
+                        "It is not known whether the last unit of work was committed: its messages stay in the file\n");
+  }
+  KeepOutput(run);
 }

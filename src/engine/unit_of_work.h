@@ -13,6 +13,7 @@ struct QMgrConn;
 struct UnitOfWork {
   bool SyncpointActive = false;  // the transfer works in units of work
   int UowCount = 0;              // messages handled in the open unit
+  MQLONG CommitFailure = 0;      // the reason of a commit that has failed
 };
 
 // MQCMIT on one queue manager. Anything but MQCC_OK is a failure: MessageText, Finished, and the reason.
@@ -24,5 +25,6 @@ MQLONG Backout(Parameters& run, QMgrConn& conn);
 // manager; resets the uncommitted counters. Returns 0 (also when the run has no units of work), or the reason of the
 // first step that failed.
 MQLONG CommitAll(Parameters& run);
-// Backs out every open unit of a failed run, each whatever became of the other, and sets RolledBack.
+// Backs out every open unit of a failed run, each whatever became of the other, takes back what they wrote into files,
+// and sets RolledBack. After a commit of unknown outcome the file may be the only place that has its messages: they stay.
 void BackOutRun(Parameters& run);

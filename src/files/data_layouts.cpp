@@ -192,15 +192,18 @@ bool WriteRuns(OutputFile& out, DataBytes data, DataLayout layout, LineForm form
   return true;
 }
 
-bool WriteTextLines(OutputFile& out, DataBytes data, LineForm form) {
+bool WriteTextLines(OutputFile& out, DataBytes data, LineForm form, bool& exact) {
   const auto isLineEnd = [](MQBYTE byte) { return byte == '\n' || byte == '\r'; };
   bool first = true;
+  exact = true;
   do {
     const DataBytes text = Head(data, RunLength<true>(data, kPrintable));
     const bool wanted = !text.empty() || first || isLineEnd(data.front());
     if (wanted && !AppendTextLine(out, text)) return false;
     first = false;
     data = data.subspan(text.size());
+    const bool lineFeed = !data.empty() && data.front() == '\n' && (data.size() == 1 || data[1] != '\r');
+    exact = exact && (!wanted || lineFeed);
     if (data.empty()) return true;
     if (isLineEnd(data.front())) {
       const MQBYTE other = data.front() == '\n' ? '\r' : '\n';

@@ -24,8 +24,9 @@ bool WriteHexLines(OutputFile& out, DataBytes data, LineForm form);
 bool WriteStringLines(OutputFile& out, DataBytes data, std::size_t width);
 // Runs of plain (AsciiLines) or printable characters as string lines, what is between them as hex lines.
 bool WriteRuns(OutputFile& out, DataBytes data, DataLayout layout, LineForm form);
-// Text lines split at line ends; other bytes that are not printable as hex lines.
-bool WriteTextLines(OutputFile& out, DataBytes data, LineForm form);
+// Text lines split at line ends; other bytes that are not printable as hex lines. `exact` tells whether a reader, which
+// adds a line feed to each text line, gets the same bytes back.
+bool WriteTextLines(OutputFile& out, DataBytes data, LineForm form, bool& exact);
 
 // Upper bound of the bytes of the data lines.
 std::int64_t LongestData(DataLayout layout, std::int64_t length, LineForm form);

@@ -55,6 +55,10 @@ struct OpenRequest {
 };
 MQLONG OpenFiles(Parameters& run, OpenRequest request);
 
+// Opens a file of a queue in a generic unload. It gets its name when the queue's set is complete; whatever stands there
+// was given up by the user. Returns 0, or errno, then with MessageText.
+int OpenQueueFile(Parameters& run, const std::string& name);
+
 // Closes the input file and counts its bytes as finished (FileBytes moves into FinishedFileBytes). The next one is
 // another file of the set, or, once FilesRead is 0 again, the first.
 void CloseInputFile(Parameters& run);

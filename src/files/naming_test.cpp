@@ -50,22 +50,6 @@ TEST(Template, ExpandsItsInserts) {
   for (const auto& c : cases) EXPECT_EQ(ExpandTemplate(c.Template, c.Values), c.Name) << c.Template;
 }
 
-TEST(OutputFiles, RenamingNeverReplaces) {
-  const TestFolder folder;
-  Parameters run;
-  run.OutputFileName.Assign(folder.Path("Q1.tvo"));
-  run.Flags |= FLAG_OUTPUT_INSERTS | FLAG_QUIET;
-  run.Flags2 |= FLAG2_GENERIC;
-  run.Naming.Directory = folder.Path("");
-  run.Naming.BaseName = "Q1";
-  run.Naming.FileType = ".tvo";
-  run.Writer.FileName.Assign(folder.Write("Q1.tvo", "new"));
-  folder.Write("Q1$1.tvo", "old");
-  EXPECT_EQ(OpenFiles(run, {.MayAsk = true, .Output = true}), MQRC_FILE_SYSTEM_ERROR);
-  EXPECT_EQ(run.MessageText.view().substr(0, 20), "Can not rename file ");
-  EXPECT_EQ(folder.ReadText("Q1.tvo") + folder.ReadText("Q1$1.tvo"), "newold");
-}
-
 class Progress : public testing::Test {
  protected:
   Progress() {

@@ -150,10 +150,7 @@ bool MayOverwrite(Parameters& run, const std::string& name) {
 MQLONG NumberFirstFile(Parameters& run) {
   const std::string first = IndexedName(run.Naming, 1);
   if (first.size() > kNameLimit) return TooLong(run, first);
-  if (RenameNoReplace(run.Writer.FileName.c_str(), first) != 0) {
-    SetMessageText(run, "Can not rename file '%s' to '%s'", run.Writer.FileName.c_str(), first.c_str());
-    return MQRC_FILE_SYSTEM_ERROR;
-  }
+  run.Writer.Changes.Files.back().Path = first;
   run.FilesWritten = 1;
   return 0;
 }
@@ -189,45 +186,65 @@ MQLONG OpenStandardOutput(Parameters& run) {
   return 0;
 }
 
-// Opens the file as it stands, makes sure that it is the one that was checked, and only then takes its content away.
-MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::string& mode) {
+// The file that a link stands for; the name itself when it is none.
+std::string FileBehind(const std::string& name) {
+  std::error_code error;
+  if (!std::filesystem::is_symlink(name, error)) return name;
+  const std::string file = std::filesystem::canonical(name, error).string();
+  return error ? name : file;
+}
+
+OpenedForWriting OpenAsItStands(const std::string& name, bool append, bool binary) {
   std::error_code unknown;
+  if (!std::filesystem::is_directory(name, unknown)) return OpenForWriting(name, append, binary);
   errno = EISDIR;
-  OpenedForWriting opened;
+  return {};
+}
+
+// Opens the file as it stands and makes sure that it is the one that was checked. An old file on a disk is only
+// appended to; else a new one that is to take its place is written beside it.
+MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::string& mode) {
   const bool append = mode[0] == 'a';
-  if (!std::filesystem::is_directory(name, unknown)) {
-    opened = OpenForWriting(name, append, mode.find('b') != std::string::npos);
-  }
+  const bool binary = mode.find('b') != std::string::npos;
+  const OpenedForWriting opened = OpenAsItStands(name, append, binary);
   if (opened.File == nullptr) return CanNotOpen(run, "output", name, mode);
   const RunFiles::Identity file = IdentityOf(opened.File);
-  if (!opened.Created) {
-    MQLONG reason = CheckOutputFile(run, name, file);
-    if (reason == 0 && !append && FileSize(opened.File) > 0 && SetFileSize(opened.File, 0) != 0) {
-      reason = CanNotOpen(run, "output", name, mode);
-    }
-    if (reason != 0) {
-      std::fclose(opened.File);
-      return reason;
-    }
+  const MQLONG reason = opened.Created ? 0 : CheckOutputFile(run, name, file);
+  const bool regular = FileSize(opened.File) >= 0;
+  if (reason != 0 || (regular && !opened.Created && !append)) {
+    std::fclose(opened.File);
+    if (reason != 0) return reason;
+    return OpenBeside(run, FileBehind(name), file, binary) == 0 ? 0 : MQRC_FILE_SYSTEM_ERROR;
   }
   if (run.Writer.Out.Adopt(opened.File, name.c_str()) != 0) return CanNotOpen(run, "output", name, mode);
-  run.Naming.Files.AddOutput(file);
+  if (regular) WatchOutput(run, name, file, !opened.Created);
+  return 0;
+}
+
+void StartOutput(Parameters& run, const std::string& name) {
+  run.Writer.FileName.Assign(name);
+  run.Writer.MsgsInFile = 0;
+  run.Writer.MsgsSinceFlush = 0;
+  run.Naming.OpenTime = static_cast<std::int64_t>(std::time(nullptr));
+}
+
+// The next file of a queue that is unloaded.
+MQLONG OpenNextQueueFile(Parameters& run) {
+  if (run.FilesWritten == 0) {
+    if (const MQLONG reason = NumberFirstFile(run); reason != 0) return reason;
+  }
+  const std::string name = IndexedName(run.Naming, run.FilesWritten + 1);
+  if (OpenQueueFile(run, name) != 0) return MQRC_FILE_SYSTEM_ERROR;
+  ++run.FilesWritten;
   return 0;
 }
 
 MQLONG OpenOutput(Parameters& run, bool mayAsk) {
-  const bool generic = run.Has2(FLAG2_GENERIC);
-  if (generic && run.FilesWritten == 0) {
-    if (const MQLONG reason = NumberFirstFile(run); reason != 0) return reason;
-  }
+  if (run.Has2(FLAG2_GENERIC)) return OpenNextQueueFile(run);
   const int number = run.FilesWritten + 1;
-  const std::string name =
-      generic ? IndexedName(run.Naming, number) : ExpandTemplate(run.OutputFileName.view(), ValuesNow(run, number));
+  const std::string name = ExpandTemplate(run.OutputFileName.view(), ValuesNow(run, number));
   if (name.size() > kNameLimit) return TooLong(run, name);
-  WriterState& writer = run.Writer;
-  writer.FileName.Assign(name);
-  writer.MsgsInFile = 0;
-  writer.MsgsSinceFlush = 0;
+  StartOutput(run, name);
   if (name == "null") {
     run.NullOutput = true;
     return 0;
@@ -238,11 +255,25 @@ MQLONG OpenOutput(Parameters& run, bool mayAsk) {
   if (run.Has2(FLAG2_COUNT_FIRST)) return 0;
   if (const MQLONG reason = OpenNamedOutput(run, name, mode); reason != 0) return reason;
   run.FilesWritten = number;
-  run.Naming.OpenTime = static_cast<std::int64_t>(std::time(nullptr));
   return 0;
 }
 
 }  // namespace
+
+int OpenQueueFile(Parameters& run, const std::string& name) {
+  if (name.size() > kNameLimit) {
+    TooLong(run, name);
+    return ENAMETOOLONG;
+  }
+  if (RunFiles::IsStandardOutput(IdentityOf(name))) {
+    AlreadyExists(run, name);
+    return EEXIST;
+  }
+  const bool binary = AccessMode(run, 'w').find('b') != std::string::npos;
+  if (const int error = OpenBeside(run, name, {}, binary); error != 0) return error;
+  StartOutput(run, name);
+  return 0;
+}
 
 MQLONG OpenFiles(Parameters& run, OpenRequest request) {
   MQLONG reason = 0;

@@ -122,4 +122,23 @@ TEST_F(RoundTrip, StringFields) {
   Check({"hex", kCharacters}, {message});
 }
 
+// As text a message leaves its queue only if it comes back as it was: every data of a few bytes is tried.
+TEST_F(RoundTrip, TextIsExactOrRefused) {
+  const std::string_view bytes("a\n\r\x01", 4);
+  for (int number = 0; number < 5 * 5 * 5; ++number) {
+    TestMessage message{DefaultDescriptor(), {}};
+    for (int left = number; left != 0; left /= 5) {
+      if (left % 5 != 0) message.Data += bytes[static_cast<std::size_t>(left % 5 - 1)];
+    }
+    Parameters run;
+    run.Flags2 |= FLAG2_TEXT_LINES;
+    const auto back = MessagesOf("* TARVO\n\n" + FileOf(run, message));
+    ASSERT_EQ(back.size(), 1U);
+    run.Flags |= FLAG_GET;
+    run.Writer.FileName.Assign(folder.Path("out"));
+    ASSERT_EQ(run.Writer.Out.Open(run.Writer.FileName.c_str(), "wb"), 0);
+    EXPECT_EQ(WriteMessage(run, message) == 0, back[0].Data == message.Data) << testing::PrintToString(message.Data);
+  }
+}
+
 }  // namespace

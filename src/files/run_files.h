@@ -14,6 +14,10 @@ class RunFiles {
 
   void AddInput(Identity file) { Add(inputs_, file); }
   void AddOutput(Identity file) { Add(outputs_, file); }
+  // The file has gone, and what it was called by may be another one's soon.
+  void ForgetOutput(Identity file) {
+    if (file) outputs_.erase(*file);
+  }
   // Whether this run reads the file, has read it or will, perhaps as its standard input.
   bool IsInput(Identity file) const { return Has(inputs_, file) || (file && file == IdentityOf(stdin)); }
   // Whether this run has written the file or is writing it.

@@ -50,7 +50,7 @@ OutputFile::~OutputFile() { Close(false); }
 void OutputFile::Begin(std::FILE* file) {
   file_ = file;
   used_ = 0;
-  written_ = 0;
+  written_ = offered_ = 0;
   error_ = 0;
   entryOnDisk_ = true;
 }
@@ -59,16 +59,7 @@ int OutputFile::Open(const char* name, const char* mode) {
   Close(false);
   if (IsDirectory(name)) return EISDIR;
   errno = 0;
-  const bool append = mode[0] == 'a';
-  const OpenedForWriting opened = OpenForWriting(name, append, std::strchr(mode, 'b') != nullptr);
-  if (opened.File == nullptr) return LastError();
-  if (!append && FileSize(opened.File) > 0) {
-    if (const int failure = SetFileSize(opened.File, 0); failure != 0) {
-      std::fclose(opened.File);
-      return failure;
-    }
-  }
-  return Adopt(opened.File, name);
+  return Adopt(std::fopen(name, mode), name);
 }
 
 int OutputFile::Adopt(std::FILE* file, const char* name) {
@@ -79,6 +70,8 @@ int OutputFile::Adopt(std::FILE* file, const char* name) {
     std::fclose(file);
     return ENOMEM;
   }
+  // The block is all the buffer there is: what could not be written must not be tried again behind our back.
+  std::setvbuf(file, nullptr, _IONBF, 0);
   Begin(file);
   if (name == nullptr) return 0;
   if (std::fseek(file_, 0, SEEK_END) == 0) written_ = std::max(FilePosition(file_), std::int64_t{0});
@@ -107,6 +100,7 @@ bool OutputFile::Write(const char* data, std::size_t bytes) {
   }
   if (bytes == 0) return true;
   errno = 0;
+  offered_ += static_cast<std::int64_t>(bytes);
   // Nothing stays behind in the C library, so that a failure shows now and written() is what the system has taken.
   const bool taken = file_ == stdout ? WriteStandardOutput({data, bytes}) : std::fwrite(data, 1, bytes, file_) == bytes;
   if (!taken || std::fflush(file_) != 0) {
@@ -142,6 +136,12 @@ int OutputFile::Flush(bool toDisk) {
     entryOnDisk_ = true;
   }
   return error_;
+}
+
+int OutputFile::CutBack(std::int64_t bytes) {
+  used_ = 0;
+  error_ = 0;
+  return SetFileSize(file_, bytes);
 }
 
 int OutputFile::Close(bool toDisk) {
@@ -191,8 +191,8 @@ void InputFile::Close() {
 
 std::int64_t InputFile::Size() const { return file_ != nullptr ? FileSize(file_) : -1; }
 
-int InputFile::Rewind() {
-  if (const int failure = SeekFile(file_, 0); failure != 0) return failure;
+int InputFile::Seek(std::int64_t position) {
+  if (const int failure = SeekFile(file_, position); failure != 0) return failure;
   std::clearerr(file_);
   begin_ = end_ = 0;
   ended_ = false;

@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/files.h"
+
 inline constexpr std::size_t kStreamBlock = 256 * 1024;
 
 class OutputFile {
@@ -45,6 +47,10 @@ class OutputFile {
   std::int64_t position() const { return written_ + static_cast<std::int64_t>(used_); }
   // The part of position() that the system has taken.
   std::int64_t written() const { return written_; }
+  // What the system was given since the stream was opened, also what it has not taken, or not known to.
+  std::int64_t offered() const { return offered_; }
+  // Size of the file in bytes, -1 when it has none (a pipe).
+  std::int64_t Size() const { return file_ != nullptr ? FileSize(file_) : -1; }
 
   // Hands everything to the operating system; with `toDisk` also forces it onto the disk, the file's directory entry
   // included. Returns 0, or errno. An error stays: every later call fails with it too.
@@ -52,8 +58,8 @@ class OutputFile {
   // Flushes and closes. Returns 0, or errno of the first failure since the file was opened.
   int Close(bool toDisk);
   int error() const { return error_; }
-  // For one of many new files in a directory: the caller brings their entries to the disk together, by SyncEntries.
-  void LeaveEntry() { entryOnDisk_ = true; }
+  // Forgets what is not written yet, and any failure, and cuts the file. Returns 0, or errno; to be closed then.
+  int CutBack(std::int64_t bytes);
 
  private:
   bool WriteBlock();
@@ -64,6 +70,7 @@ class OutputFile {
   std::unique_ptr<char[]> block_;
   std::size_t used_ = 0;
   std::int64_t written_ = 0;
+  std::int64_t offered_ = 0;
   int error_ = 0;
   std::string newEntryIn_;  // the directory whose entry for this file may not be on the disk yet
   bool entryOnDisk_ = true;
@@ -87,8 +94,9 @@ class InputFile {
 
   // Size in bytes, -1 when it has none (a pipe).
   std::int64_t Size() const;
-  // Back to the first byte. Returns 0, or errno.
-  int Rewind();
+  // Goes on reading at a byte. Returns 0, or errno.
+  int Seek(std::int64_t position);
+  int Rewind() { return Seek(0); }
 
   // Takes the read block, which otherwise the first read does. Null when memory cannot be had, else its address.
   const void* AllocateBlock();

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstring>
 #include <ctime>
+#include <utility>
 
 #include "cmdline/parameters.h"
 #include "common/units.h"
@@ -127,6 +128,21 @@ MQLONG WriteDescriptor(Parameters& run) {
   return 0;
 }
 
+// A message that leaves its queue must be in the file byte for byte.
+MQLONG LosesBytes(Parameters& run) {
+  const MQMD& descriptor = run.Message.Descriptor;
+  std::string id(2 * sizeof descriptor.MsgId, '0');
+  EncodeHex(id.data(), descriptor.MsgId, sizeof descriptor.MsgId);
+  SetMessageText(run, "Message %d (MsgId %s) can not be written as text without loss", run.MessageIndex, id.c_str());
+  return MQRC_FILE_SYSTEM_ERROR;
+}
+
+MQLONG WriteText(Parameters& run, DataBytes data, LineForm form) {
+  bool exact = false;
+  if (!WriteTextLines(run.Writer.Out, data, form, exact)) return CanNotWriteWithCode(run);
+  return exact || !run.Has(FLAG_GET) ? 0 : LosesBytes(run);
+}
+
 MQLONG WriteMessageData(Parameters& run) {
   OutputFile& file = run.Writer.Out;
   const CurrentMessage& message = run.Message;
@@ -143,7 +159,7 @@ MQLONG WriteMessageData(Parameters& run) {
     case DataLayout::Raw:
       return file.Append({reinterpret_cast<const char*>(data.data()), data.size()}) ? 0 : CanNotWriteWithCode(run);
     case DataLayout::Text:
-      return WriteTextLines(file, data, form) ? 0 : CanNotWriteWithCode(run);
+      return WriteText(run, data, form);
     default:
       return WriteRuns(file, data, layout, form) ? 0 : CanNotWriteWithCode(run);
   }
@@ -261,6 +277,13 @@ MQLONG WriteFileMessage(Parameters& run) {
   return reason;
 }
 
+bool MayLoseBytes(const Parameters& run) { return LayoutOf(run) == DataLayout::Text; }
+
+bool WritesMessageFile(const Parameters& run) {
+  if (MayLoseBytes(run) || run.Has2(FLAG2_RAW) || run.Has(FLAG_SHOW_TIME_ON_QUEUE)) return false;
+  return !run.Has2(FLAG2_NO_MQMD) || !run.Has2(FLAG2_NO_FILE_HEADER);
+}
+
 std::int64_t WorstCaseSize(const Parameters& run, MQLONG messageLength) {
   if (run.NullOutput || run.Has2(FLAG2_COUNT)) return 0;
   if (run.Has(FLAG_SHOW_TIME_ON_QUEUE)) return kLongestTimeOnQueue;
@@ -280,9 +303,11 @@ MQLONG FlushOutputFile(Parameters& run, bool toDisk) {
 MQLONG CloseOutputFile(Parameters& run) {
   WriterState& writer = run.Writer;
   if (!writer.Out.is_open()) return 0;
-  // Messages of a queue are reported as written once they are on the disk; a file that is rewritten still stands as it
-  // was.
-  const bool toDisk = run.InputFileName.empty();
+  const bool known = std::exchange(writer.Changes.LastIsOpen, false);
+  const bool replaces = known && !writer.Changes.Files.back().Temporary.empty();
+  // Messages of a queue are reported as written once they are on the disk, and an old file goes only when the new one
+  // is; a file that is rewritten under another name still stands as it was.
+  const bool toDisk = run.InputFileName.empty() || replaces;
   if (const int error = writer.Out.Close(toDisk); error != 0) return FlushFailed(run, error);
   NothingHeld(writer);
   return 0;

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "common/text.h"
+#include "files/output_changes.h"
 #include "files/streams.h"
 #include "mq/mqi.h"
 
@@ -14,6 +15,7 @@ struct QueueElement;
 
 struct WriterState {
   OutputFile Out;
+  OutputChanges Changes;
   Text<255> FileName;        // the expanded name of the output file
   Text<32> CreationTime;     // taken once per run, at the first header
   int MsgsInFile = 0;        // messages in the current file
@@ -36,6 +38,12 @@ MQLONG WriteFileHeader(Parameters& run, const QueueElement* source);
 // the counters. Returns 0, MQRC_RESOURCE_PROBLEM with MessageText, or MQRC_FILE_SYSTEM_ERROR for standard output and
 // for a time-on-queue entry.
 MQLONG WriteFileMessage(Parameters& run);
+
+// Whether the layout in force does not keep every message byte for byte. A message that it changes, and that is to
+// leave its queue, is a failure of WriteFileMessage.
+bool MayLoseBytes(const Parameters& run);
+// Whether what is written can be read back as messages, and so must not run into other messages of the same file.
+bool WritesMessageFile(const Parameters& run);
 
 // Upper bound of the bytes that a message of that length takes in the file, for the layout in force.
 std::int64_t WorstCaseSize(const Parameters& run, MQLONG messageLength);

@@ -127,8 +127,8 @@ bool CheckAccess(Parameters& run) {
   return !failed || Confirm(run, "\nError accessing these queues.\nAre you sure you want to continue? ");
 }
 
-// Everything that is asked or checked before the first file is touched, then the deletions that were agreed to.
-MQLONG PrepareDirectory(Parameters& run) {
+// Everything that is asked or checked before the first file is touched.
+MQLONG PrepareDirectory(Parameters& run, bool& deleteForeign) {
   if (const MQLONG reason = CheckNames(run); reason != 0) return reason;
   if (!run.Has(FLAG_FORCE) && HasListed(run, true)) {
     ShowExisting(run, true);
@@ -138,10 +138,14 @@ MQLONG PrepareDirectory(Parameters& run) {
   }
   const ForeignFiles foreign = AskAboutForeignFiles(run);
   if (foreign == ForeignFiles::Quit || !CheckAccess(run)) return MQRC_OBJECT_ALREADY_EXISTS;
+  deleteForeign = foreign == ForeignFiles::Delete;
+  return 0;
+}
+
+MQLONG DeleteForeignFiles(Parameters& run) {
   for (const auto& [key, file] : run.Generic.ExistingFiles) {
-    if (!file.QueueListed && foreign == ForeignFiles::Keep) continue;
     std::error_code error;
-    std::filesystem::remove(file.FilePath, error);
+    if (!file.QueueListed) std::filesystem::remove(file.FilePath, error);
     if (error) {
       const std::string text = FormatText("Attempt to delete file '%s' failed.\n", file.FilePath.c_str());
       PrintDiagnosticText(run, WithCause(text, error));
@@ -151,13 +155,31 @@ MQLONG PrepareDirectory(Parameters& run) {
   return 0;
 }
 
+// The old set of a queue goes when its new one is complete. A single file takes the place of a single one at once; else
+// the old files go first, so that no set is ever taken for a whole one that is half old and half new.
+MQLONG SetOldFilesAside(Parameters& run, const GenericQueueEntry& queue) {
+  const auto& written = run.Writer.Changes.Files;
+  std::vector<std::string> old;
+  for (const auto& [key, file] : run.Generic.ExistingFiles) {
+    if (file.QueueName != queue.QueueName) continue;
+    // Where case does not count, it may be the new file of another queue by now.
+    if (!run.Naming.Files.IsOutput(IdentityOf(file.FilePath))) old.push_back(file.FilePath);
+  }
+  if (written.size() == 1 && old.size() == 1 && old.front() == written.front().Path) return 0;
+  for (const std::string& name : old) {
+    if (const MQLONG reason = SetAside(run, name); reason != 0) return reason;
+  }
+  return 0;
+}
+
 MQLONG TransferQueue(Parameters& run, const GenericQueueEntry& queue, MQHOBJ hobj) {
   QueueElement element;
   element.Hobj = hobj;
   element.QueueName.Assign(queue.QueueName);
   MQLONG result = TransferMessages(run, &element, run.Screen.StdinIsTerminal);
-  const MQLONG closed = CloseOutputFile(run);
-  if (result == 0) result = closed;
+  if (result == 0) result = CloseOutputFile(run);
+  if (result == 0) result = SetOldFilesAside(run, queue);
+  result = FinishOutput(run, result);
   EndProgressLine(run, false);
   return result;
 }
@@ -173,19 +195,13 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
   const MQLONG opened = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Selector.get());
   if (opened != 0) return ReportQueueFailure(opened, firstFailure);
   run.Naming.BaseName = queue.BaseName;
-  int fileError = ENAMETOOLONG;
-  if (run.OutputFileName.Assign(queue.FilePath)) {
-    run.Writer.FileName.Assign(queue.FilePath);
-    fileError = run.Writer.Out.Open(queue.FilePath.c_str(), "w");
-    run.Writer.Out.LeaveEntry();
-    run.Naming.Files.AddOutput(IdentityOf(queue.FilePath));
-  }
-  if (fileError != 0) {
-    WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", fileError), fileError));
+  run.OutputFileName.Assign(queue.FilePath);
+  if (const int error = OpenQueueFile(run, queue.FilePath); error != 0) {
+    WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", error), error));
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
-    return CloseQueue(conn, hobj);
+    CloseQueue(conn, hobj);
+    return ShowMessageText(run);
   }
-  run.Naming.OpenTime = static_cast<std::int64_t>(std::time(nullptr));
   if (ShowsProgress(run)) StartProgressLine(run, queue.Depth, nullptr);
   const MQLONG result = TransferQueue(run, queue, hobj);
 
@@ -223,13 +239,15 @@ MQLONG GenericUnload(Parameters& run) {
   }
   run.InputList.reset();
   result = FindExistingFiles(run);
-  if (result == 0) result = PrepareDirectory(run);
+  bool deleteForeign = false;
+  if (result == 0) result = PrepareDirectory(run, deleteForeign);
   if (result != 0) return result;
 
   Totals users;
   Totals systems;
   MQLONG firstFailure = 0;
   for (const auto& [key, queue] : run.Generic.Queues) UnloadQueue(run, queue, users, systems, firstFailure);
+  if (deleteForeign && firstFailure == 0) firstFailure = DeleteForeignFiles(run);
   // Nothing has left a queue, so it is soon enough when the new files' names reach the disk with the last of them.
   if (const int error = SyncEntries(run.Naming.Directory); error != 0) {
     const char* const directory = run.Naming.Directory.c_str();

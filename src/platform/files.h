@@ -26,6 +26,9 @@ struct OpenedForWriting {
 // Opens for writing at the start or, with `append`, at the end, and leaves what the file holds as it is; makes the file
 // where there is none. `binary`: line ends are written as they are.
 OpenedForWriting OpenForWriting(const std::string& name, bool append, bool binary);
+// Makes a file for writing, with the permissions and, where possible, the owner of `like` when there is such a file.
+// Null with EEXIST in errno when `name` exists.
+std::FILE* CreateLike(const std::string& name, const std::string& like, bool binary);
 // Cuts a file to `bytes` bytes (or fills it up with zeros). Returns 0, or errno.
 int SetFileSize(std::FILE* file, std::int64_t bytes);
 
@@ -40,8 +43,8 @@ int SeekFile(std::FILE* file, std::int64_t position);
 // Size of the file behind the stream in bytes; -1 where it has none (a pipe) or cannot be told.
 std::int64_t FileSize(std::FILE* file);
 
-// Renames without ever replacing an existing file. Returns 0, or errno (EEXIST when `to` exists).
-int RenameNoReplace(const std::string& from, const std::string& to);
+// Renames; a file that is there is replaced at once. Returns 0, or errno.
+int RenameReplacing(const std::string& from, const std::string& to);
 
 // Whether somebody else than its owner and the system's administrators may read the file, as far as the system tells:
 // on POSIX its group or others, on Windows everybody, every user or every authenticated user.

@@ -30,14 +30,23 @@ class PlatformFiles : public testing::Test {
   TestFolder folder_;
 };
 
-TEST_F(PlatformFiles, RenameNeverReplaces) {
-  Write(Path("a"), "first");
-  Write(Path("b"), "second");
-  EXPECT_EQ(RenameNoReplace(Path("a"), Path("b")), EEXIST);
-  EXPECT_EQ(Content(Path("b")), "second");
-  EXPECT_EQ(RenameNoReplace(Path("a"), Path("c")), 0);
-  EXPECT_EQ(Content(Path("c")), "first");
-  EXPECT_EQ(RenameNoReplace(Path("a"), Path("d")), ENOENT);
+TEST_F(PlatformFiles, AFileTakesThePlaceOfAnotherWhileItIsWritten) {
+  Write(Path("old"), "old");
+  fs::create_hard_link(Path("old"), Path("link"));
+  EXPECT_EQ(IdentityOf(Path("old")), IdentityOf(Path("link")));
+  std::FILE* const file = CreateLike(Path("new"), Path("old"), true);
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(CreateLike(Path("new"), Path("old"), true), nullptr);
+  EXPECT_EQ(errno, EEXIST);
+  EXPECT_EQ(RenameReplacing(Path("new"), Path("old")), 0);
+  EXPECT_EQ(IdentityOf(file), IdentityOf(Path("old")));
+  EXPECT_NE(IdentityOf(file), IdentityOf(Path("link")));
+  std::fputs("new content", file);
+  std::fflush(file);
+  EXPECT_EQ(SetFileSize(file, 3), 0);
+  std::fclose(file);
+  EXPECT_EQ(Content(Path("old")) + Content(Path("link")), "newold");
+  EXPECT_EQ(RenameReplacing(Path("none"), Path("old")), ENOENT);
 }
 
 TEST(Arguments, CloseUpBehindOneThatHasBecomeShorter) {

@@ -8,6 +8,8 @@
 
 namespace {
 
+constexpr mode_t kAnybody = 0666;  // less what the user's mask takes
+
 std::optional<FileIdentity> IdentityIn(const struct stat& status) {
   if (!S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode)) return std::nullopt;
   return FileIdentity{status.st_dev, status.st_ino};
@@ -25,8 +27,26 @@ std::optional<FileIdentity> IdentityOf(const std::string& name) {
   return stat(name.c_str(), &status) == 0 ? IdentityIn(status) : std::nullopt;
 }
 
+std::FILE* CreateLike(const std::string& name, const std::string& like, bool) {
+  struct stat old;
+  const bool known = stat(like.c_str(), &old) == 0 && S_ISREG(old.st_mode);
+  const int fd = open(name.c_str(), O_WRONLY | O_CLOEXEC | O_CREAT | O_EXCL, known ? S_IRUSR | S_IWUSR : kAnybody);
+  if (fd < 0) return nullptr;
+  if (known) {
+    constexpr mode_t kGroup = S_IRWXG;
+    mode_t mode = old.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO);
+    const bool sameGroup =
+        fchown(fd, old.st_uid, old.st_gid) == 0 || fchown(fd, static_cast<uid_t>(-1), old.st_gid) == 0;
+    // Another group than the old one may do what anybody may.
+    if (!sameGroup) mode = (mode & ~kGroup) | ((mode & S_IRWXO) << 3);
+    static_cast<void>(fchmod(fd, mode));  // where there are no permissions nothing is lost
+  }
+  std::FILE* const file = fdopen(fd, "w");
+  if (file == nullptr) close(fd);
+  return file;
+}
+
 OpenedForWriting OpenForWriting(const std::string& name, bool append, bool) {
-  constexpr mode_t kAnybody = 0666;  // less what the user's mask takes
   const int flags = O_WRONLY | O_CLOEXEC | (append ? O_APPEND : 0);
   OpenedForWriting opened;
   int fd = open(name.c_str(), flags | O_CREAT | O_EXCL, kAnybody);
@@ -60,12 +80,8 @@ std::int64_t FileSize(std::FILE* file) {
   return status.st_size;
 }
 
-int RenameNoReplace(const std::string& from, const std::string& to) {
-  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL && errno != ENOSYS) return errno;
-  // A file system without that operation: a second name is made only where none exists, then the first one goes.
-  if (link(from.c_str(), to.c_str()) != 0) return errno;
-  return unlink(from.c_str()) == 0 ? 0 : errno;
+int RenameReplacing(const std::string& from, const std::string& to) {
+  return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
 bool OthersMayRead(std::FILE* file) {

@@ -68,6 +68,11 @@ std::optional<FileIdentity> IdentityOf(const std::string& name) {
   return identity;
 }
 
+// A new file has the permissions of its directory.
+std::FILE* CreateLike(const std::string& name, const std::string&, bool binary) {
+  return OpenStream(name, CREATE_NEW, false, binary);
+}
+
 OpenedForWriting OpenForWriting(const std::string& name, bool append, bool binary) {
   OpenedForWriting opened;
   opened.File = OpenStream(name, OPEN_EXISTING, append, binary);
@@ -95,8 +100,9 @@ std::int64_t FileSize(std::FILE* file) {
   return status.st_size;
 }
 
-int RenameNoReplace(const std::string& from, const std::string& to) {
-  return MoveFileExA(from.c_str(), to.c_str(), 0) ? 0 : ErrnoOf(GetLastError());
+int RenameReplacing(const std::string& from, const std::string& to) {
+  const DWORD flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+  return MoveFileExA(from.c_str(), to.c_str(), flags) ? 0 : ErrnoOf(GetLastError());
 }
 
 namespace {
