@@ -26,5 +26,6 @@ MQLONG Backout(Parameters& run, QMgrConn& conn);
 // first step that failed.
 MQLONG CommitAll(Parameters& run);
 // Backs out every open unit of a failed run, each whatever became of the other, takes back what they wrote into files,
-// and sets RolledBack. After a commit of unknown outcome the file may be the only place that has its messages: they stay.
+// and sets RolledBack. After a commit of unknown outcome the file may be the only place that has its messages: they
+// stay.
 void BackOutRun(Parameters& run);

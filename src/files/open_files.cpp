@@ -7,6 +7,7 @@
 
 #include "cmdline/parameters.h"
 #include "common/console.h"
+#include "files/append.h"
 #include "files/naming.h"
 #include "files/progress.h"
 #include "platform/files.h"
@@ -209,8 +210,10 @@ MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::stri
   const OpenedForWriting opened = OpenAsItStands(name, append, binary);
   if (opened.File == nullptr) return CanNotOpen(run, "output", name, mode);
   const RunFiles::Identity file = IdentityOf(opened.File);
-  const MQLONG reason = opened.Created ? 0 : CheckOutputFile(run, name, file);
+  MQLONG reason = opened.Created ? 0 : CheckOutputFile(run, name, file);
   const bool regular = FileSize(opened.File) >= 0;
+  std::string lineEnds;
+  if (reason == 0 && regular && append && WritesMessageFile(run)) reason = LookAtEnd(run, name, lineEnds);
   if (reason != 0 || (regular && !opened.Created && !append)) {
     std::fclose(opened.File);
     if (reason != 0) return reason;
@@ -218,7 +221,7 @@ MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::stri
   }
   if (run.Writer.Out.Adopt(opened.File, name.c_str()) != 0) return CanNotOpen(run, "output", name, mode);
   if (regular) WatchOutput(run, name, file, !opened.Created);
-  return 0;
+  return run.Writer.Out.Append(lineEnds) ? 0 : CanNotOpen(run, "output", name, mode);
 }
 
 void StartOutput(Parameters& run, const std::string& name) {

@@ -159,6 +159,10 @@ MQLONG ReadDataLines(Parameters& run) {
 
 }  // namespace
 
+bool IsMessageFileMark(std::string_view line) {
+  return line.starts_with(kFileMarks[0]) || line.starts_with(kFileMarks[1]);
+}
+
 MQLONG CheckInputFormat(Parameters& run, FormatCheck& check) {
   check = {};
   run.Flags &= ~FLAG_INPUT_BROWSE_FORMAT;
@@ -169,7 +173,7 @@ MQLONG CheckInputFormat(Parameters& run, FormatCheck& check) {
   } while (line.find_first_not_of("\t\r\n ") == std::string_view::npos);
   if (line.starts_with(kDumpMark)) {
     run.Flags |= FLAG_INPUT_BROWSE_FORMAT;
-  } else if (!line.starts_with(kFileMarks[0]) && !line.starts_with(kFileMarks[1])) {
+  } else if (!IsMessageFileMark(line)) {
     SetMessageText(run, "File '%s' does not appear to be a TARVO file", run.Naming.InputName.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }

@@ -14,6 +14,9 @@ struct Parameters;
 MQLONG CreateLineBuffer(Parameters& run);
 void ReleaseLineBuffer(Parameters& run);
 
+// Whether a file whose first line that is not blank begins so is a message file.
+bool IsMessageFileMark(std::string_view line);
+
 // Looks at the first non-blank line of the first input file: a dump, a message file, or (2208 with MessageText)
 // neither. Leaves the line behind it current. `ended` is set when the file has no non-blank line, or ends right behind
 // its mark.
