@@ -71,15 +71,15 @@ part_tsan() {
   build/tsan/bin/whole_program_tests --gtest_filter='SeveralInputs*' --gtest_brief=1
 }
 
-# Nothing may depend on how fast the machine is. The loops end with the shell that started them, however that ends.
+# Nothing may depend on how fast the machine is. The loops end with this part and with this script, however that ends.
 part_repeat() {
   step "Building, about 5 minutes"
   configure release -DTARVO_TESTS=ON
   build release
   step "Every test 20 times, about 35 minutes"
-  local shell=$BASHPID core
+  local part=$BASHPID core
   for core in $(seq "$(nproc)"); do
-    while kill -0 "$shell" 2>/dev/null; do for ((i = 0; i < 100000; ++i)); do :; done; done &
+    while kill -0 "$part" && kill -0 $$; do for ((i = 0; i < 10000; ++i)); do :; done; done 2>/dev/null &
   done
   with_progress build/repeat.log run_tests release --repeat until-fail:20 ||
     { grep -vE ' Passed | Start ' build/repeat.log | tail -n 100; return 1; }
