@@ -15,6 +15,7 @@ with_progress() {
 newest_line() {
   local line newest='' start=$SECONDS shown=$SECONDS width=$((${COLUMNS:-80} - 1))
   while IFS= read -r -t 10 line || [ $? -gt 128 ]; do
+    line=${line##*$'\r'}
     [ -z "$line" ] || newest=${line//[^[:print:]]/}
     if [ -t 1 ]; then
       # Without news nothing is drawn: sudo may be asking for a password.
