@@ -126,6 +126,10 @@ TEST_F(RecoveryLog, WhatIsBrokenIsToldWithItsLineAndKeepsWhatStandsBeforeIt) {
     std::string Text;
     std::size_t Messages = 1;
   } cases[] = {
+      {"no dump", "* TARVO\nN\nX 00\n\n", MQRC_FILE_SYSTEM_ERROR,
+       "Line No. 4: No MQ log records found.\nLine No. 4: " + kAgain, 0},
+      {"no digit", replaced("04 00 00 00", "04 00 g0 00"), MQRC_INCOMPLETE_MSG,
+       broken + std::to_string(lines + lineOf("00000:")) + " of the dump\n"},
       {"nothing", "", MQRC_HEADER_ERROR, "No MQ log records found.\n" + kAgain, 0},
       {"no bracket", replaced("<0:0:7:1>", "0:0:7:1"), MQRC_INCOMPLETE_MSG,
        "Line No. " + std::to_string(lines + 2) + ": Line " + std::to_string(lines + 2) +
@@ -176,7 +180,7 @@ TEST_F(RecoveryLog, CommittedUnitsStayPutAndTheOpenOneIsBackedOut) {
   EXPECT_NE(outcome.Err.find("rolled back"), std::string::npos) << outcome.Err;
 }
 
-TEST_F(RecoveryLog, DiagnosticsStandOnLinesOfTheirOwnBelowTheProgress) {
+TEST_F(RecoveryLog, WithoutATerminalOnlyTheLastFiguresAreShown) {
   DumpText dump;
   for (int i = 1; i <= 60; ++i) dump.Whole(i, "Q1", Plain("m"));
   dump.Text += "AMQ7702: not shown\nAMQ8101: shown %s\n";
@@ -185,7 +189,7 @@ TEST_F(RecoveryLog, DiagnosticsStandOnLinesOfTheirOwnBelowTheProgress) {
   EXPECT_EQ(outcome.Err.find("AMQ77"), std::string::npos);
   const std::string figures =
       "Line:" + std::to_string(Occurrences(dump.Text, "\n")) + " Records:60 Messages (60, 60, 60)\n";
-  EXPECT_NE(outcome.Err.find(figures + "Line No. "), std::string::npos) << outcome.Err;
+  EXPECT_EQ(Occurrences(outcome.Err, "DMPMQLOG"), 1) << outcome.Err;
   EXPECT_NE(outcome.Err.find(": AMQ8101: shown %s\nDMPMQLOG Records : " + figures), std::string::npos) << outcome.Err;
   // Quiet leaves the reader's own lines, and only them.
   const auto quiet = Recover(dump.Text, {"-Fout.tvo", "-q"});

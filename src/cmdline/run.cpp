@@ -36,6 +36,7 @@ void SetUpConsole(Console& screen) {
   const int height = ConsoleHeight();
   screen.PageLength = !StdoutIsTerminal() ? kPageWithoutTerminal : height > 0 ? height : kPageOfUnknownTerminal;
   screen.StdinIsTerminal = StdinIsTerminal();
+  screen.StderrIsTerminal = StderrIsTerminal();
 }
 
 void TakeStartTime(Parameters& run) {

@@ -15,9 +15,10 @@ struct Parameters;
 
 struct Console {
   bool Quiet = false;            // no banner (set with FLAG_QUIET)
-  bool StdinIsTerminal = false;  // decided once at start
-  int PageLength = 24;           // rows of a help page
-  int LinesShown = 0;            // lines since the last pause
+  bool StdinIsTerminal = false;  // decided once at start, like the next
+  bool StderrIsTerminal = false;
+  int PageLength = 24;  // rows of a help page
+  int LinesShown = 0;   // lines since the last pause
   bool BannerShown = false;
   std::size_t InPlaceShown = 0;  // characters of the progress line that stands on the terminal now
   // Draws the progress line again with its latest figures; called before a diagnostic ends that line. May be null.

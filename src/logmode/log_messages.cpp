@@ -29,9 +29,8 @@ MQLONG PropertyBlockLength(const MQBYTE* data, std::size_t bytes) {
   return std::max(length, 0);
 }
 
-// Whether these are the first bytes of what may become the header of a property block.
+// Whether a property block may begin with these bytes and what follows them.
 bool MayBeginProperties(const MQBYTE* data, std::size_t bytes) {
-  if (bytes >= kPropertyHeader) return false;
   return bytes == 0 || std::memcmp(data, kPropertyMark, std::min(bytes, sizeof kPropertyMark)) == 0;
 }
 
@@ -78,49 +77,68 @@ std::pair<const MQBYTE*, std::size_t> Content(const LogPiece& piece) {
   return {piece.Data.data() + skipped, piece.Data.size() - skipped};
 }
 
-// The pieces of one message that its put record refers to, the newest first.
-using Chain = std::vector<LogPiece>;
+struct ChainedPiece {
+  std::string Lsn;
+  LogPiece Piece;
+};
+// Pieces that a put record leads to, the newest first.
+using Chain = std::vector<ChainedPiece>;
 
-// How long the message is with its property block, whose header may itself lie in several pieces.
-std::size_t WholeLength(const CurrentMessage& message, const Chain& chain) {
+// The length of the property block at the front of a message that is put together from the chain; 0 when it has none.
+// The block's header may itself lie in several pieces.
+std::size_t PropertiesInFront(const CurrentMessage& message, const Chain& chain) {
   MQBYTE front[kPropertyHeader];
   std::size_t bytes = std::min(static_cast<std::size_t>(message.Length), kPropertyHeader);
   if (bytes != 0) std::memcpy(front, message.Buffer.data(), bytes);
-  for (auto piece = chain.rbegin(); piece != chain.rend() && bytes < kPropertyHeader; ++piece) {
-    const auto [data, length] = Content(*piece);
+  for (auto link = chain.rbegin(); link != chain.rend() && bytes < kPropertyHeader; ++link) {
+    const auto [data, length] = Content(link->Piece);
     const std::size_t taken = std::min(length, kPropertyHeader - bytes);
     if (taken != 0) std::memcpy(front + bytes, data, taken);
     bytes += taken;
   }
-  return static_cast<std::size_t>(std::max(message.ExpectedLength, 0)) +
-         static_cast<std::size_t>(PropertyBlockLength(front, bytes));
+  return static_cast<std::size_t>(PropertyBlockLength(front, bytes));
 }
 
-// Follows the chain from the put record back until the message is whole and appends its pieces, the oldest first. The
-// put record of a transaction refers to a record before it even when its own data is whole, so a first record that is
-// not held is none of the message's pieces. While the message's first bytes are not known, neither is its length with
-// the properties: the chain is then followed as far as pieces are held. A piece is taken once: a chain that leads in a
-// circle ends as broken.
+// Takes the pieces of the message that the put record in hand ends, following the chain back from `lsn`. The chain may
+// lead on to pieces of other messages of the same unit of work, so the message is whole as soon as its length fits.
+// Only one that may begin with a property block, which is not counted in that length, is looked at further: the block
+// may show when more pieces are there. What is not the message's is given back. A piece is taken once, so that a chain
+// that leads in a circle ends.
+MQLONG TakeChain(Parameters& run, std::string lsn, Chain& chain) {
+  LogPieces& pieces = run.Log.Reader->Pieces;
+  const CurrentMessage& message = run.Message;
+  const auto expected = static_cast<std::size_t>(std::max(message.ExpectedLength, 0));
+  const bool mayHaveProperties = MayBeginProperties(message.Buffer.data(), static_cast<std::size_t>(message.Length));
+  std::optional<std::size_t> wholeWith;  // pieces
+  for (auto length = static_cast<std::size_t>(message.Length);;) {
+    const std::size_t properties = mayHaveProperties ? PropertiesInFront(message, chain) : 0;
+    const bool wholeBehindProperties = properties != 0 && length == expected + properties;
+    if (wholeBehindProperties || (length == expected && !wholeWith)) wholeWith = chain.size();
+    if (wholeBehindProperties || (wholeWith && !mayHaveProperties) || lsn.empty()) break;
+    std::optional<LogPiece> piece = pieces.Take(lsn);
+    if (!piece) break;
+    length += Content(*piece).second;
+    std::string previous = piece->PrevLsn;
+    chain.push_back({std::exchange(lsn, std::move(previous)), std::move(*piece)});
+  }
+  if (!wholeWith && !chain.empty() && !lsn.empty()) {
+    PrintDiagnostic(run, "Can not construct message %d, LSN '%s' missing.\n",
+                    static_cast<int>(run.Log.Reader->PutRecords), lsn.c_str());
+    return MQRC_INCOMPLETE_MSG;
+  }
+  for (; wholeWith && chain.size() > *wholeWith; chain.pop_back()) {
+    pieces.GiveBack(chain.back().Lsn, std::move(chain.back().Piece));
+  }
+  return 0;
+}
+
+// Appends the message's other pieces to the one in its put record, the oldest first.
 MQLONG AppendPieces(Parameters& run, std::string lsn) {
-  LogReader& log = *run.Log.Reader;
   CurrentMessage& message = run.Message;
   Chain chain;
-  auto length = static_cast<std::size_t>(message.Length);
-  const bool lengthUnknown = MayBeginProperties(message.Buffer.data(), length);
-  while (!lsn.empty() && (lengthUnknown || length != WholeLength(message, chain))) {
-    std::optional<LogPiece> piece = log.Pieces.Take(lsn);
-    if (!piece && (chain.empty() || length == WholeLength(message, chain))) break;
-    if (!piece) {
-      PrintDiagnostic(run, "Can not construct message %d, LSN '%s' missing.\n", static_cast<int>(log.PutRecords),
-                      lsn.c_str());
-      return MQRC_INCOMPLETE_MSG;
-    }
-    length += Content(*piece).second;
-    lsn = piece->PrevLsn;
-    chain.push_back(std::move(*piece));
-  }
-  for (auto piece = chain.rbegin(); piece != chain.rend(); ++piece) {
-    const auto [data, bytes] = Content(*piece);
+  if (const MQLONG reason = TakeChain(run, std::move(lsn), chain); reason != 0) return reason;
+  for (auto link = chain.rbegin(); link != chain.rend(); ++link) {
+    const auto [data, bytes] = Content(link->Piece);
     if (const MQLONG reason = MakeRoom(run, bytes); reason != 0) return reason;
     if (bytes != 0) std::memcpy(message.Buffer.data() + message.Length, data, bytes);
     message.Length += static_cast<MQLONG>(bytes);
@@ -166,6 +184,19 @@ MQLONG ParsePutPart(Parameters& run) {
   return 0;
 }
 
+// What the end of the dump's lines adds to the result: they could not be read, or not all of them were printed.
+MQLONG EndOfLines(Parameters& run, MQLONG result) {
+  LogLines& lines = run.Log.Reader->Lines;
+  if (const int error = lines.error(); error != 0) {
+    SetMessageText(run, "%s", WithCause(FormatText("Error reading from input file RC(%d)\n", error), error).c_str());
+    result = MQRC_FILE_SYSTEM_ERROR;
+  }
+  if (const int code = lines.FormatterExitCode(); code != 0) {
+    PrintDiagnostic(run, "The log formatter ended with code %d: its output may not be complete.\n", code);
+  }
+  return result;
+}
+
 // Parts of several messages may stand between each other, so only the end of the log shows which of them no message has
 // used.
 MQLONG EndOfLog(Parameters& run, MQLONG result) {
@@ -174,16 +205,8 @@ MQLONG EndOfLog(Parameters& run, MQLONG result) {
   for (const std::uint32_t message : log.Pieces.UnusedAfter(log.PutRecords)) {
     PrintDiagnostic(run, "Extra message parts for message %d unused.\n", static_cast<int>(message));
   }
-  if (log.Lines.error() != 0) {
-    const int error = log.Lines.error();
-    SetMessageText(run, "%s", WithCause(FormatText("Error reading from input file RC(%d)\n", error), error).c_str());
-    result = MQRC_FILE_SYSTEM_ERROR;
-  } else if (log.Truncated) {
-    result = BrokenDump(run, MQRC_INCOMPLETE_MSG);
-  }
-  if (const int code = log.Lines.FormatterExitCode(); code != 0) {
-    PrintDiagnostic(run, "The log formatter ended with code %d: its output may not be complete.\n", code);
-  }
+  if (log.Truncated) result = BrokenDump(run, MQRC_INCOMPLETE_MSG);
+  result = EndOfLines(run, result);
   EndLogReading(run);
   return result;
 }
@@ -215,23 +238,20 @@ MQLONG ReadLogMessage(Parameters& run) {
 
 MQLONG PrepareLog(Parameters& run, bool& empty) {
   empty = false;
-  bool anyLine = false;
-  MQLONG result = 0;
+  MQLONG result = MQRC_HEADER_ERROR;  // no line at all
+  bool found = false;
   std::string_view line;
-  while (ReadLogLine(run, line)) {
-    anyLine = true;
-    if (!IsLogRecordLine(line)) continue;
-    result = TakeRecordLsn(run, line);
-    break;
+  while (!found && ReadLogLine(run, line)) {
+    found = IsLogRecordLine(line);
+    result = found ? TakeRecordLsn(run, line) : MQRC_FILE_SYSTEM_ERROR;
   }
-  if (!anyLine) result = MQRC_HEADER_ERROR;
   if (result != 0) {
     PrintDiagnostic(run, "No MQ log records found.\n");
     if (run.Log.ReadingDumpFile) {
       PrintDiagnostic(run, "Are you sure file '%s' is the output from DMPMQLOG ?\n", run.Log.LogFile.c_str());
     }
   }
-  return result;
+  return found ? result : EndOfLines(run, result);
 }
 
 MQLONG ReadFromLog(Parameters& run, QueueElement*) {
@@ -248,6 +268,7 @@ MQLONG ReadFromLog(Parameters& run, QueueElement*) {
 // Takes the properties off a message and makes sure that all of it was found.
 MQLONG CheckLogMessage(Parameters& run) {
   CurrentMessage& message = run.Message;
+  if (message.Length == message.ExpectedLength) return 0;  // what looks like properties is the message's own
   const MQLONG properties = PropertyBlockLength(message.Data, static_cast<std::size_t>(message.Length));
   if (properties <= message.Length) {
     message.Data += properties;

@@ -16,6 +16,10 @@ std::optional<LogPiece> LogPieces::Take(std::string_view lsn) {
   return piece;
 }
 
+void LogPieces::GiveBack(const std::string& lsn, LogPiece piece) {
+  pieces_.emplace_hint(pieces_.lower_bound(lsn), lsn, std::move(piece));
+}
+
 std::vector<std::uint32_t> LogPieces::UnusedAfter(std::uint32_t last) const {
   std::vector<std::uint32_t> after;
   for (const auto& [lsn, piece] : pieces_)

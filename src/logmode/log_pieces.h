@@ -25,6 +25,8 @@ class LogPieces {
   void Add(const std::string& lsn, LogPiece piece);
   // Hands out the piece that was added first with this LSN; it is held no longer.
   std::optional<LogPiece> Take(std::string_view lsn);
+  // Holds a piece again that was taken, in front of others with this LSN.
+  void GiveBack(const std::string& lsn, LogPiece piece);
   bool empty() const { return pieces_.empty(); }
 
   // A message was put together: the pieces held now were there and it had no use for them.

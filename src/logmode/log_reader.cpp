@@ -20,13 +20,13 @@ constexpr std::size_t kBytesBehindColon = 3;
 constexpr std::size_t kBytesPerLine = 16;
 constexpr std::size_t kColumnsPerByte = 3;
 
-// Hex digits by their character. What is no digit counts as 0, but a blank stands where the bytes have ended.
-constexpr unsigned kEnded = 0x100;
+// Hex digits by their character.
+constexpr unsigned kNoDigit = 0x100;
 constexpr std::array<std::uint16_t, 256> MakeDigits() {
   std::array<std::uint16_t, 256> digits{};
+  digits.fill(kNoDigit);
   for (unsigned i = 0; i < 10; ++i) digits['0' + i] = static_cast<std::uint16_t>(i);
-  for (unsigned i = 0; i < 6; ++i) digits['A' + i] = static_cast<std::uint16_t>(10 + i);
-  digits[' '] = kEnded;
+  for (unsigned i = 0; i < 6; ++i) digits['A' + i] = digits['a' + i] = static_cast<std::uint16_t>(10 + i);
   return digits;
 }
 constexpr std::array<std::uint16_t, 256> kDigits = MakeDigits();
@@ -41,7 +41,7 @@ bool HasColon(std::string_view line, std::size_t column) { return line.size() > 
 // Whether a line behind the data goes on with it. Six characters and a colon may also be a text.
 bool ContinuesDump(std::string_view line) {
   if (HasColon(line, kShortColon)) return true;
-  const auto isHex = [](char c) { return kDigits[static_cast<unsigned char>(c)] % kEnded != 0 || c == '0'; };
+  const auto isHex = [](char c) { return kDigits[static_cast<unsigned char>(c)] != kNoDigit; };
   return HasColon(line, kLongColon) && std::all_of(line.begin(), line.begin() + kLongColon, isHex);
 }
 
@@ -93,6 +93,7 @@ MQLONG TakeRecordLsn(Parameters& run, std::string_view line) {
 void ShowLogProgress(Parameters& run) {
   LogReader& log = *run.Log.Reader;
   log.UntilProgress = kLinesPerProgress;
+  if (!run.Screen.StderrIsTerminal && !log.Ended) return;
   ShowInPlace(run, FormatText("DMPMQLOG Records : Line:%u Records:%u Messages (%u, %u, %" PRId64 ")",
                               run.Log.DumpLineNumber, log.Records, log.PutRecords, log.WantedPuts, run.MsgsWritten));
 }
@@ -140,7 +141,7 @@ bool HexDump::Read(void* to, std::size_t bytes) {
       seen |= high | low;
       out[i] = static_cast<MQBYTE>(high << 4 | low);
     }
-    if ((seen & kEnded) != 0) return false;
+    if ((seen & kNoDigit) != 0) return false;
     out += here;
     used_ += here;
     bytes -= here;

@@ -24,6 +24,7 @@ struct LogTest : testing::Test {
   TestFolder folder;
   std::vector<Rebuilt> messages;
   std::string printed;  // on standard error
+  bool terminal = false;
 
   Parameters& NewRun() {
     owner = std::make_unique<Parameters>();
@@ -47,6 +48,7 @@ struct LogTest : testing::Test {
   }
   MQLONG ReadDump(const std::string& text, const std::string& queue = "Q1") {
     Parameters& run = NewRun();
+    run.Screen.StderrIsTerminal = terminal;
     EXPECT_TRUE(ParseLogParameter(run, folder.Write("dump.txt", text)));
     testing::internal::CaptureStderr();
     const MQLONG result = ReadAll(run, queue);
@@ -174,7 +176,7 @@ TEST_F(LogTest, EveryFlawHasItsResultAndText) {
   const std::vector<Case> cases = {
       {"empty", "", MQRC_HEADER_ERROR, "No MQ log records found.\nAre you sure file '", 0},
       {"only the formatter's lines", "AMQ7702: done\n", MQRC_HEADER_ERROR, "No MQ log records found.\n", 0},
-      {"no record", "some text\n", 0, "Records : Line:1 Records:0 Messages (0, 0, 0)\n", 0},
+      {"no record", "some text\n", MQRC_FILE_SYSTEM_ERROR, "No MQ log records found.\nLine No. 1: Are you sure", 0},
       {"no bracket", replaced("<0:0:7:1>", "0:0:7:1"), MQRC_INCOMPLETE_MSG,
        "Line No. 2: Line 2, LSN format unrecognised.\nLine No. 2: No MQ log records found.\n", 0},
       {"nothing in brackets", replaced("<0:0:7:1>", "<>"), MQRC_INCOMPLETE_MSG, "Line 2, LSN missing.\n", 0},
@@ -240,6 +242,8 @@ TEST_F(LogTest, EveryFlawHasItsResultAndText) {
       {"too few bytes", replaced(": 452\n", ": 453\n"), MQRC_INCOMPLETE_MSG, "", 0},
       {"a length that no dump has", replaced(": 452\n", ": 2147483647\n"), MQRC_INCOMPLETE_MSG, "", 0},
       {"a length out of range", replaced(": 452\n", ": 99999999999999999999\n"), MQRC_INCOMPLETE_MSG, "", 0},
+      {"lower-case digits", replaced("50 55 54 4D", "50 55 54 4d"), 0, "", 1},
+      {"no digit", replaced("50 55 54 4D", "50 55 54 4G"), MQRC_INCOMPLETE_MSG, "", 0},
       {"a line without colon", replaced("00010:", "00010 "), MQRC_INCOMPLETE_MSG, "", 0},
       {"the file ends in the data", good.substr(0, good.find("00100:") + 20), MQRC_INCOMPLETE_MSG, "", 0},
       {"no colon in front of the length", replaced(": 452", "= 452"), 0, "", 0},
@@ -288,11 +292,37 @@ TEST_F(LogTest, WhatTheFormatterSaysIsShownBelowTheProgress) {
   DumpText dump;
   for (int i = 0; i < 30; ++i) dump.Whole(i + 1, "Q1", Simple("message"));
   dump.Text += "AMQ8101: Something %s is wrong.\r\nAMQ7714: dropped\n";
+  terminal = true;
   ASSERT_EQ(ReadDump(dump.Text), 0);
   EXPECT_FALSE(Printed("AMQ77"));
   EXPECT_TRUE(Printed(" Records:30 Messages (30, 30, 0)\nLine No. ")) << printed;
   EXPECT_TRUE(Printed(": AMQ8101: Something %s is wrong.\nDMPMQLOG Records : Line:")) << printed;
   EXPECT_TRUE(printed.ends_with(" Records:30 Messages (30, 30, 0)\n")) << printed;
+  terminal = false;  // the last figures only
+  ASSERT_EQ(ReadDump(dump.Text), 0);
+  EXPECT_TRUE(Printed(": AMQ8101: Something %s is wrong.\nDMPMQLOG Records : Line:")) << printed;
+  EXPECT_EQ(printed.find("DMPMQLOG"), printed.rfind("DMPMQLOG")) << printed;
+  EXPECT_FALSE(Printed("\b"));
+}
+
+// Of pieces that another message of the same unit of work has left in the log, or waits for.
+TEST_F(LogTest, AMessageTakesNoPieceOfAnother) {
+  const std::string block = DumpText::PropertyBlock(20);
+  const struct {
+    std::string InPut, InPart;  // the message's bytes
+  } cases[] = {{"", ""}, {"ZRFP", ""}, {block + "own", ""}, {"ZR", "FP own"}, {"", "own"}};
+  const LoggedMessage waiting = Simple("waiting for its end");
+  for (const auto& c : cases) {
+    const LoggedMessage own = Simple(c.InPut + c.InPart);
+    DumpText dump;
+    dump.Part(1, 0, "Q1", waiting.Data.substr(5));
+    if (!c.InPart.empty()) dump.Part(2, 1, "Q1", c.InPart);
+    dump.Put(3, c.InPart.empty() ? 1 : 2, "Q1", own, c.InPut);
+    dump.Put(4, 1, "Q1", waiting, waiting.Data.substr(0, 5));
+    EXPECT_EQ(ReadDump(dump.Text), 0) << own.Data << printed;
+    ASSERT_EQ(messages.size(), 2U) << own.Data;
+    EXPECT_TRUE(Same(messages[0], own) && Same(messages[1], waiting)) << own.Data;
+  }
 }
 
 TEST(LogParameter, BecomesTheFormattersCommand) {

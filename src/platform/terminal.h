@@ -6,6 +6,7 @@
 
 bool StdinIsTerminal();
 bool StdoutIsTerminal();
+bool StderrIsTerminal();
 // Rows of the console behind standard output (its screen buffer on Windows); 0 when it cannot be told.
 int ConsoleHeight();
 

@@ -9,6 +9,7 @@
 
 bool StdinIsTerminal() { return isatty(STDIN_FILENO) != 0; }
 bool StdoutIsTerminal() { return isatty(STDOUT_FILENO) != 0; }
+bool StderrIsTerminal() { return isatty(STDERR_FILENO) != 0; }
 
 int ConsoleHeight() {
   winsize size{};

@@ -17,6 +17,7 @@ bool IsConsole(std::FILE* file) {
 
 bool StdinIsTerminal() { return IsConsole(stdin); }
 bool StdoutIsTerminal() { return IsConsole(stdout); }
+bool StderrIsTerminal() { return IsConsole(stderr); }
 
 int ConsoleHeight() {
   CONSOLE_SCREEN_BUFFER_INFO information;
