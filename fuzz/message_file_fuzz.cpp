@@ -28,10 +28,10 @@ std::vector<Message> ReadAll(const char* name, bool& whole) {
   Parameters& run = *owner;
   std::vector<Message> messages;
   run.InputFileName.Assign(name);
-  FormatCheck check;
+  bool end = false;
   MQLONG reason = OpenFiles(run, {.Input = true});
   if (reason == 0) reason = CreateLineBuffer(run);
-  if (reason == 0) reason = CheckInputFormat(run, check);
+  if (reason == 0) reason = CheckInputFormat(run, end);
   while (reason == 0 && !run.Finished) {
     reason = ReadNextFileMessage(run);
     if (reason == 0 && !run.Finished) messages.push_back({run.Message.Descriptor, DataInHand(run)});

@@ -1,6 +1,8 @@
 // Message files that are broken, outputs that cannot be written: each ends with its text and its code, and loses
 // nothing.
 
+#include <algorithm>
+
 #include "harness.h"
 
 namespace {
@@ -28,6 +30,10 @@ TEST_F(BadInput, BrokenMessageFilesNameTheLineAndPutNothing) {
       {"half a byte", good + "A PRI 4\nX 0A0\n", "Badly formed HEX string on line 7 of file 'bad.tvo'\n"},
       {"bad digit", good + "A MSI 0G\n", "Badly formed HEX string on line 6 of file 'bad.tvo'\n"},
       {"lone tilde", good + "A PRI 4\nS \"a~b\"\n", "Unexpected escape sequence on line 7 of file 'bad.tvo'\n"},
+      {"no number", good + "A PRI high\nX 00\n", "Invalid number on line 6 of file 'bad.tvo'\n"},
+      {"text behind a number", good + "A PRI 4 \"x\"\nX 00\n", "Invalid number on line 6 of file 'bad.tvo'\n"},
+      {"text behind a string", good + "A PRI 4\nS \"a\"b\"\n",
+       "Unexpected text behind the closing \" symbol on line 7 of file 'bad.tvo'\n"},
       {"open string", good + "A PRI 4\nS \"abc\n",
        "Invalid string line - no terminating \" symbol on line 7 of file 'bad.tvo'\n"},
   };
@@ -38,7 +44,7 @@ TEST_F(BadInput, BrokenMessageFilesNameTheLineAndPutNothing) {
     EXPECT_NE(outcome.Err.find(c.Text), std::string::npos) << c.Name << ": " << outcome.Err;
     EXPECT_EQ(Queues("QM1").Depth("Q1"), 0) << c.Name;
   }
-  WriteText("bad.tvo", good + "A PRI");
+  WriteText("bad.tvo", good + "A PRI\n");
   const auto first = Tarvo({"-mQM1", "-fbad.tvo", "-oQ1", "-t1"});
   EXPECT_EQ(first.Exit, kFileError);
   EXPECT_EQ(Queues("QM1").Texts("Q1"), std::vector<std::string>{"first"});
@@ -63,20 +69,55 @@ TEST_F(BadInput, EmptyFilesAreNoErrorAndMissingOnesAre) {
   EXPECT_NE(folder.Err.find("Can not open input file 'home'\n"), std::string::npos) << folder.Err;
 }
 
-TEST_F(BadInput, AFileThatEndsAnywherePutsNoHalfMessage) {
+TEST_F(BadInput, AFileThatEndsInsideALinePutsTheWholeMessagesBeforeIt) {
+  const std::vector<std::string> all = {"a message of some length", "the last, \"quoted\" message"};
   Queues queues("QM1");
-  queues.PutText("Q1", "the only message, of some length");
-  ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-Fwhole.tvo"}).Exit, 0);
-  const std::string whole = ReadText("whole.tvo");
-  for (std::size_t cut = 1; cut < whole.size(); cut += 37) {
-    WriteText("cut.tvo", whole.substr(0, cut));
-    const auto outcome = Tarvo({"-q", "-mQM1", "-fcut.tvo", "-oQ2"});
-    if (outcome.Exit != 0) {
-      EXPECT_EQ(queues.Depth("Q2"), 0) << cut;
-      EXPECT_NE(outcome.Err, "") << cut;
+  for (const std::string& text : all) queues.PutText("Q1", text);
+  for (const char* layout : {"-dA", "-da", "-dp", "-dt"}) {
+    ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-Fwhole.tvo", layout}).Exit, 0);
+    const std::string whole = ReadText("whole.tvo");
+    std::vector<std::size_t> ends = {0};  // of the messages: the empty lines behind the one that ends the header
+    for (std::size_t at = whole.find("\n\n") + 2; (at = whole.find("\n\n", at)) != std::string::npos;) {
+      ends.push_back(at += 2);
     }
-    ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
+    ASSERT_EQ(ends.size(), 3U);
+    for (std::size_t cut = 1; cut < whole.size(); cut += 97) {
+      if (whole[cut - 1] == '\n') ++cut;
+      WriteText("cut.tvo", whole.substr(0, cut));
+      const std::size_t before = cut < ends[1] ? 0 : 1;
+      const auto outcome = Tarvo({"-q", "-mQM1", "-fcut.tvo", "-oQ2"});
+      EXPECT_EQ(outcome.Exit, kFileError) << layout << cut << outcome.Err;
+      EXPECT_EQ(queues.Depth("Q2"), static_cast<int>(before)) << layout << cut;
+      const bool noMark = cut < std::string_view("* TARVO").size();
+      const std::string place = "end at byte " + std::to_string(ends[before]) + ", nothing behind is taken\n";
+      EXPECT_NE(outcome.Err.find(noMark ? "does not appear" : place), std::string::npos) << outcome.Err;
+      ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
+    }
   }
+}
+
+TEST_F(BadInput, EveryFileOfASetIsReadToItsEndByItsOwnKind) {
+  const std::string dump =
+      "AMQSBCG0\n****Message descriptor****\n  Priority : 1\n****\n length - 1 of 1\n0: 41\n MQDISC\n";
+  const std::string mark = "* TARVO\n", files[] = {"",
+                                                   " \n\n\t",
+                                                   mark + "N\nS \"B\"\n\nN\nS \"lost",
+                                                   dump,
+                                                   mark,
+                                                   "\n" + mark + "N\nS \"C\"\n\n",
+                                                   "N\nS \"D\"\n\n"};
+  int number = 0;
+  for (const std::string& content : files) WriteText("in" + std::to_string(++number), content);
+  const auto outcome = Tarvo({"-mQM1", "-fin%n", "-oQ1"});
+  EXPECT_EQ(outcome.Exit, kFileError) << outcome.Err;
+  EXPECT_NE(outcome.Err.find("File 'in3' has been cut off inside line 6: its whole messages end at byte 17,"),
+            std::string::npos)
+      << outcome.Err;
+  EXPECT_NE(outcome.Err.find("Read    - Files:   7  Messages:      4"), std::string::npos) << outcome.Err;
+  EXPECT_EQ(outcome.Err.find("rolled back"), std::string::npos) << outcome.Err;
+  std::vector<std::string> texts = Queues("QM1").Texts("Q1");
+  std::sort(texts.begin(), texts.end());
+  EXPECT_EQ(texts, (std::vector<std::string>{"A", "B", "C", "D"}));
 }
 
 TEST_F(BadInput, ExistingFilesAreKeptUnlessForced) {

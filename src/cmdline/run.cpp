@@ -160,7 +160,7 @@ MQLONG CountAndAsk(Parameters& run, bool& goOn) {
   if (reason != 0) return reason;
   if (run.MsgsRead == 0) {
     PrintDiagnostic(run, "No messages were found in the file with those delimiters.\n");
-    return 0;
+    return run.Reader.Loss;
   }
   PrintDiagnostic(run, "Do you want to continue? (y/n)\n");
   std::string answer;
@@ -212,7 +212,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   outcome.ReportEnabled = true;
   const MQLONG reason = CloseFiles(run, Transfer(run, FirstInput(run)));
   if (reason != 0 && run.MessageIndex < 0) outcome.ReportEnabled = false;
-  return reason;
+  return reason != 0 ? reason : run.Reader.Loss;
 }
 
 // Results that went to standard output have arrived only when their last byte has.

@@ -26,9 +26,10 @@ MQLONG PreparePlain(Parameters& run, bool& empty) {
 MQLONG ReadPlain(Parameters& run, QueueElement*) { return ReadPlainMessage(run); }
 
 MQLONG PrepareMessageFile(Parameters& run, bool& empty) {
-  FormatCheck check;
-  if (const MQLONG reason = CheckInputFormat(run, check); reason != 0) return reason;
-  empty = check.Empty || (check.OnlyMark && !run.Has(FLAG_INPUT_INSERTS));
+  bool end = false;
+  if (const MQLONG reason = CheckInputFormat(run, end); reason != 0) return reason;
+  // Later files of a set may hold messages all the same, and a file that was cut off is not empty.
+  empty = end && run.Reader.CutLine.empty() && !run.Has(FLAG_INPUT_INSERTS);
   return 0;
 }
 

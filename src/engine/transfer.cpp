@@ -145,6 +145,7 @@ MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
 MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal) {
   if (queue == nullptr && ReadsSeveralQueues(run)) queue = &run.InputList->Elements.front();
   run.Uow = {};
+  run.Reader.Loss = 0;
   MQLONG result = CheckOptions(run, queue);
   if (result == 0) {
     result = EndUnit(run, Transfer(run, queue, terminal));

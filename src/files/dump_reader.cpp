@@ -65,18 +65,21 @@ MQLONG StoreDumpValue(Parameters& run, const DescriptorField& field, std::string
   return StoreFieldValue(run, {&field, field.Kind}, value);
 }
 
-MQLONG UnexpectedEnd(Parameters& run) {
+// Inside a descriptor: the file was cut off there, or it is broken.
+MQLONG UnexpectedEnd(Parameters& run, bool& end) {
+  end = true;
+  if (!run.Reader.CutLine.empty()) return 0;
   run.Finished = true;
   return RefuseLine(run, "Unexpected end of file on");
 }
 
-MQLONG ReadDescriptorSection(Parameters& run) {
+MQLONG ReadDescriptorSection(Parameters& run, bool& end) {
   run.Reader.TokenEnd = 0;
   for (;;) {
     Token kind{};
     std::string_view text;
     if (const MQLONG reason = NextDumpToken(run, kind, text); reason != 0) return reason;
-    if (kind == Token::EndOfFile) return UnexpectedEnd(run);
+    if (kind == Token::EndOfFile) return UnexpectedEnd(run, end);
     if (kind == Token::EndOfSection) return 0;
     const DescriptorField* const field = FindByLongName(text);
     if (field == nullptr) {
@@ -86,7 +89,7 @@ MQLONG ReadDescriptorSection(Parameters& run) {
       return MQRC_FILE_SYSTEM_ERROR;
     }
     if (const MQLONG reason = NextDumpToken(run, kind, text); reason != 0) return reason;
-    if (kind == Token::EndOfFile) return UnexpectedEnd(run);
+    if (kind == Token::EndOfFile) return UnexpectedEnd(run, end);
     if (kind == Token::EndOfSection) return RefuseLine(run, "Unexpected end of section on");
     if (const MQLONG reason = StoreDumpValue(run, *field, text); reason != 0) return reason;
   }
@@ -129,12 +132,12 @@ std::int64_t AnnouncedLength(std::string_view line) {
   }
 }
 
-MQLONG ReadDataSection(Parameters& run) {
+MQLONG ReadDataSection(Parameters& run, bool& end) {
   std::int64_t announced = -1;
   std::int64_t announcedAt = 0;
   for (;;) {
-    bool end = false;
     if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
+    if (end && !run.Reader.CutLine.empty()) return 0;
     if (end || run.Reader.Line.starts_with(kDataEnd)) break;
     if (const std::int64_t length = AnnouncedLength(run.Reader.Line); length >= 0) {
       announced = length;
@@ -147,6 +150,7 @@ MQLONG ReadDataSection(Parameters& run) {
         run, "Line %" PRId64 " of file '%s' announces %" PRId64 " bytes of message data, but only %d bytes follow\n",
         announcedAt, run.Naming.InputName.c_str(), announced, run.Message.Length);
   }
+  end = false;
   return 0;
 }
 
@@ -161,9 +165,8 @@ MQLONG ReadDumpMessage(Parameters& run, bool& end) {
     if (const MQLONG reason = ReadFileLine(run, advance, end); reason != 0 || end) return reason;
     advance = true;
   } while (!run.Reader.Line.starts_with(kDescriptorMark));
-  bool cut = false;
-  if (const MQLONG reason = ReadFileLine(run, true, cut); reason != 0) return reason;
-  if (cut) return UnexpectedEnd(run);
-  if (const MQLONG reason = ReadDescriptorSection(run); reason != 0) return reason;
-  return ReadDataSection(run);
+  if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
+  if (end) return UnexpectedEnd(run, end);
+  if (const MQLONG reason = ReadDescriptorSection(run, end); reason != 0 || end) return reason;
+  return ReadDataSection(run, end);
 }

@@ -10,16 +10,19 @@
 
 namespace {
 
-MQLONG ToInteger(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return 0;
-  text.remove_prefix(first);
-  const bool negative = text.front() == '-';
-  if (text.front() == '+' && text.substr(1, 1) != "-") text.remove_prefix(1);
-  MQLONG value = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (result.ec != std::errc::result_out_of_range) return value;
-  return negative ? INT32_MIN : INT32_MAX;
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+std::string_view WithoutBlanks(std::string_view text) {
+  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+bool ReadNumber(std::string_view text, MQLONG& number) {
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+  const char* const end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, number);
+  return result.ec == std::errc() && result.ptr == end;
 }
 
 }  // namespace
@@ -34,7 +37,10 @@ MQLONG StoreFieldValue(Parameters& run, TaggedField target, std::string_view val
   const std::size_t length = target.Field->Length;
   switch (target.Kind) {
     case FieldKind::Integer: {
-      const MQLONG number = ToInteger(value);
+      const std::string_view digits = WithoutBlanks(value);
+      MQLONG number = 0;
+      if (digits.empty()) return 0;
+      if (!ReadNumber(digits, number)) return RefuseLine(run, "Invalid number on");
       std::memcpy(place, &number, sizeof number);
       return 0;
     }
@@ -42,8 +48,9 @@ MQLONG StoreFieldValue(Parameters& run, TaggedField target, std::string_view val
       FillField(place, length, value);
       return 0;
     case FieldKind::Hex: {
-      const std::size_t room = std::min(length, value.size() / 2);
-      return DecodeHex(reinterpret_cast<MQBYTE*>(place), room, value).Bad ? RefuseLine(run, kBadHex) : 0;
+      const std::string_view digits = WithoutBlanks(value);
+      const std::size_t bytes = DecodeHex(reinterpret_cast<MQBYTE*>(place), length, digits).Bytes;
+      return 2 * bytes == digits.size() ? 0 : RefuseLine(run, kBadHex);
     }
     case FieldKind::End:
       break;

@@ -10,9 +10,10 @@
 
 struct Parameters;
 
-// Stores a value as it stands in a file: a decimal number (one that does not fit becomes the nearest that does), the
-// characters of a string (blanks fill the rest), or hex digits (bytes that none reaches keep what they were). Returns
-// 0, MQRC_FILE_SYSTEM_ERROR or MQRC_UNEXPECTED_ERROR with MessageText.
+// Stores a value as it stands in a file: a decimal number, the characters of a string (blanks fill the rest), or hex
+// digits (bytes that none reaches keep what they were). Blanks around a number and around digits mean nothing; without
+// anything else the field keeps its value. What else stands there, or does not fit, is refused. Returns 0,
+// MQRC_FILE_SYSTEM_ERROR or MQRC_UNEXPECTED_ERROR with MessageText.
 MQLONG StoreFieldValue(Parameters& run, TaggedField target, std::string_view value);
 
 // "<what> line <number of the current line> of file '<name>'" as MessageText, and MQRC_FILE_SYSTEM_ERROR.

@@ -43,7 +43,6 @@ MQLONG ReadFailed(Parameters& run) {
 }
 
 std::string_view WithoutLineEnd(std::string_view line) {
-  if (line.back() != '\n') return line;
   line.remove_suffix(1);
   if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
   return line;
@@ -70,11 +69,12 @@ void ReleaseLineBuffer(Parameters& run) {
   reader.In.ReleaseBlock();
 }
 
-MQLONG ReadFileLine(Parameters& run, bool advance, bool& end, bool raw) {
+MQLONG ReadFileLine(Parameters& run, bool advance, bool& end) {
   ReaderState& reader = run.Reader;
   end = false;
   if (!advance && !reader.Line.empty()) return 0;
   reader.PassedEmptyLine = false;
+  reader.BehindLine = reader.FileBytes;
   const bool commentsCount = run.Has(FLAG_INPUT_BROWSE_FORMAT);
   for (;;) {
     std::string_view line = reader.In.NextLine();
@@ -87,14 +87,19 @@ MQLONG ReadFileLine(Parameters& run, bool advance, bool& end, bool raw) {
     reader.FileBytes += static_cast<std::int64_t>(line.size());
     ++reader.LineNumber;
     if (line.size() + 2 > reader.LineCapacity) GrantLine(run, line);
-    if (!raw) {
-      line = WithoutLineEnd(line);
-      if (line.empty()) {
-        reader.PassedEmptyLine = true;
-        continue;
-      }
-      if (line.front() == '*' && !commentsCount) continue;
+    if (line.back() != '\n') {
+      reader.CutLine = line;
+      reader.Line = {};
+      end = true;
+      return 0;
     }
+    line = WithoutLineEnd(line);
+    if (line.empty()) {
+      if (!reader.PassedEmptyLine) reader.BehindLine = reader.FileBytes;
+      reader.PassedEmptyLine = true;
+      continue;
+    }
+    if (line.front() == '*' && !commentsCount) continue;
     reader.Line = line;
     return 0;
   }

@@ -20,4 +20,10 @@ struct ReaderState {
   std::int64_t FinishedFileBytes = 0;  // bytes of the input files already finished
   std::size_t TokenEnd = 0;            // dump tokenizer: where the next token is looked for in the current line
   bool PassedEmptyLine = false;        // the last read went over an empty line, which ends a message
+  std::int64_t BehindLine = 0;  // the last read began at this byte, or behind the first empty line that it went over
+  std::int64_t WholeUpTo = 0;   // where the last whole message of the current file ends
+  // The current file ends inside this line, which is never made current. Valid until the file is closed.
+  std::string_view CutLine;
+  // The result of a run whose input has lost bytes: what was whole is delivered and committed all the same.
+  MQLONG Loss = 0;
 };

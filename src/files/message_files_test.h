@@ -59,9 +59,9 @@ class MessageFiles : public testing::Test {
 
   // Every message of a file up to its end or a failure, whose reason goes to `reason`.
   std::vector<TestMessage> Messages(Parameters& run, MQLONG& reason) {
-    FormatCheck check;
+    bool end = false;
     std::vector<TestMessage> messages;
-    reason = CheckInputFormat(run, check);
+    reason = CheckInputFormat(run, end);
     while (reason == 0 && !run.Finished) {
       reason = ReadNextFileMessage(run);
       if (reason != 0 || run.Finished) break;

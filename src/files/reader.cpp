@@ -13,6 +13,8 @@ namespace {
 constexpr char kDumpMark[] = "AMQSBCG0";
 constexpr std::string_view kFileMarks[] = {"* TARVO", "* KORVANEL"};
 
+bool IsBlank(std::string_view text) { return text.find_first_not_of("\t\r ") == std::string_view::npos; }
+
 bool IsDataLine(std::string_view line) {
   return !line.empty() && (line.front() == 'X' || line.front() == 'S' || line.front() == 'T');
 }
@@ -66,7 +68,9 @@ MQLONG AppendQuoted(Parameters& run, std::string_view text, MQBYTE* out, std::si
     if (plain == std::string_view::npos) return RefuseLine(run, "Invalid string line - no terminating \" symbol on");
     std::memcpy(out + bytes, text.data(), plain);
     bytes += plain;
-    if (text[plain] == '"') return 0;
+    if (text[plain] == '"') {
+      return IsBlank(text.substr(plain + 1)) ? 0 : RefuseLine(run, "Unexpected text behind the closing \" symbol on");
+    }
     const char escaped = plain + 1 < text.size() ? text[plain + 1] : '\0';
     if (escaped != '~' && escaped != '"') return RefuseLine(run, "Unexpected escape sequence on");
     out[bytes++] = static_cast<MQBYTE>(escaped);
@@ -95,8 +99,7 @@ MQLONG AppendDataLine(Parameters& run) {
   return reason;
 }
 
-MQLONG ReadDescriptorLines(Parameters& run) {
-  bool end = false;
+MQLONG ReadDescriptorLines(Parameters& run, bool& end) {
   const char kind = run.Reader.Line.front();
   if (kind != 'A' && kind != 'N') {
     SetMessageText(run, "Expected message attribute at line % " PRId64 " of file '%s'", run.Reader.LineNumber,
@@ -111,7 +114,8 @@ MQLONG ReadDescriptorLines(Parameters& run) {
     if (const MQLONG reason = ParseAttributeLine(run, field); reason != 0) return reason;
     if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
   }
-  return IsDataLine(run.Reader.Line) ? 0 : RefuseLine(run, "Expected message at");
+  const bool cut = end && !run.Reader.CutLine.empty();
+  return cut || IsDataLine(run.Reader.Line) ? 0 : RefuseLine(run, "Expected message at");
 }
 
 // A full hex line is mostly followed by more of its length. Takes those that stand in the block and are digits
@@ -133,28 +137,45 @@ MQLONG AppendLinesAlike(Parameters& run, std::size_t lineLength) {
   }
 }
 
-MQLONG ReadDataLines(Parameters& run) {
-  bool end = false;
-  while (IsDataLine(run.Reader.Line)) {
+MQLONG ReadDataLines(Parameters& run, bool& end) {
+  const ReaderState& reader = run.Reader;
+  while (IsDataLine(reader.Line)) {
     const MQLONG before = run.Message.Length;
     if (const MQLONG reason = AppendDataLine(run); reason != 0) return reason;
-    const std::size_t lineLength = run.Reader.Line.size();
+    const std::size_t lineLength = reader.Line.size();
     const auto digits = 2 * static_cast<std::size_t>(run.Message.Length - before);
-    if (run.Reader.Line.front() == 'X' && digits != 0 && lineLength == digits + 2) {
+    if (reader.Line.front() == 'X' && digits != 0 && lineLength == digits + 2) {
       if (const MQLONG reason = AppendLinesAlike(run, lineLength); reason != 0) return reason;
     }
     if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) {
       // Behind an empty line the message is whole. The failure stays with the file, so that the next read meets it.
-      if (!run.Reader.PassedEmptyLine) return reason;
+      if (!reader.PassedEmptyLine) return reason;
       run.MessageText.clear();
     }
   }
+  if (!end) return 0;
+  if (!reader.CutLine.empty()) {
+    end = !reader.PassedEmptyLine || IsDataLine(reader.CutLine);
+    return 0;
+  }
   // A file that is cut off between two data lines reads like a shorter message.
-  if (end && !run.Reader.PassedEmptyLine && !run.Has(FLAG_QUIET)) {
+  if (!reader.PassedEmptyLine) {
     PrintDiagnostic(run, "File '%s' ends without an empty line behind its last message and may have been cut off\n",
                     run.Naming.InputName.c_str());
   }
+  end = false;
   return 0;
+}
+
+// A file that ends inside a line has lost that line's rest, and with it the message that the line belongs to.
+void TellIfCut(Parameters& run) {
+  ReaderState& reader = run.Reader;
+  if (reader.CutLine.empty()) return;
+  reader.Loss = MQRC_FILE_SYSTEM_ERROR;
+  PrintDiagnostic(run,
+                  "File '%s' has been cut off inside line %" PRId64 ": its whole messages end at byte %" PRId64
+                  ", nothing behind is taken\n",
+                  run.Naming.InputName.c_str(), reader.LineNumber, reader.WholeUpTo);
 }
 
 }  // namespace
@@ -163,48 +184,62 @@ bool IsMessageFileMark(std::string_view line) {
   return line.starts_with(kFileMarks[0]) || line.starts_with(kFileMarks[1]);
 }
 
-MQLONG CheckInputFormat(Parameters& run, FormatCheck& check) {
-  check = {};
-  run.Flags &= ~FLAG_INPUT_BROWSE_FORMAT;
-  std::string_view& line = run.Reader.Line;
+MQLONG CheckInputFormat(Parameters& run, bool& end) {
+  ReaderState& reader = run.Reader;
+  reader.In.KeepCarriageReturns();  // lines are read with either line end, and places are told in the file's own bytes
+  reader.CutLine = {};
+  reader.WholeUpTo = 0;
+  reader.TokenEnd = 0;
+  const bool later = run.FilesRead > 1;
+  bool dump = later && run.Has(FLAG_INPUT_BROWSE_FORMAT);
+  run.Flags |= FLAG_INPUT_BROWSE_FORMAT;  // until the kind is known, a line with an asterisk is no comment
+  std::string_view line;
   do {
-    if (const MQLONG reason = ReadFileLine(run, true, check.Empty, true); reason != 0) return reason;
-    if (check.Empty) return 0;
-  } while (line.find_first_not_of("\t\r\n ") == std::string_view::npos);
-  if (line.starts_with(kDumpMark)) {
-    run.Flags |= FLAG_INPUT_BROWSE_FORMAT;
-  } else if (!IsMessageFileMark(line)) {
+    if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
+    line = end ? reader.CutLine : reader.Line;
+  } while (!end && IsBlank(line));
+  const bool dumpMark = line.starts_with(kDumpMark);
+  const bool fileMark = IsMessageFileMark(line);
+  if (dumpMark || fileMark) dump = dumpMark;
+  if (!dump) run.Flags &= ~FLAG_INPUT_BROWSE_FORMAT;
+  if (IsBlank(line)) {
+    reader.CutLine = {};
+    return 0;
+  }
+  if (!dumpMark && !fileMark && !later) {
     SetMessageText(run, "File '%s' does not appear to be a TARVO file", run.Naming.InputName.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
-  return ReadFileLine(run, true, check.OnlyMark);
+  const bool comment = !dump && line.front() == '*';
+  return !end && (dumpMark || comment) ? ReadFileLine(run, true, end) : 0;
 }
 
 MQLONG ReadFileMessage(Parameters& run, bool& end) {
   run.Message.Descriptor = DefaultDescriptor();
   run.Message.Length = 0;
   if (const MQLONG reason = ReadFileLine(run, false, end); reason != 0 || end) return reason;
-  if (const MQLONG reason = ReadDescriptorLines(run); reason != 0) return reason;
-  return ReadDataLines(run);
+  if (const MQLONG reason = ReadDescriptorLines(run, end); reason != 0 || end) return reason;
+  return ReadDataLines(run, end);
 }
 
 MQLONG ReadNextFileMessage(Parameters& run) {
   for (;;) {
     bool end = false;
     const bool dump = run.Has(FLAG_INPUT_BROWSE_FORMAT);
-    const MQLONG reason = dump ? ReadDumpMessage(run, end) : ReadFileMessage(run, end);
-    if (reason != 0) return reason;
+    if (const MQLONG reason = dump ? ReadDumpMessage(run, end) : ReadFileMessage(run, end); reason != 0) return reason;
     if (!end) {
+      run.Reader.WholeUpTo = run.Reader.BehindLine;
       run.Message.Data = run.Message.Buffer.data();
       run.Message.Delivered = run.Message.Length;
       return 0;
     }
+    TellIfCut(run);
     if (run.Has(FLAG_INPUT_INSERTS)) {
       CloseInputFile(run);
-      run.Reader.TokenEnd = 0;
-      const MQLONG opened = OpenFiles(run, {.Input = true});
-      if (opened == 0) continue;
-      if (!run.MessageText.empty()) return opened;  // without a text the set has come to its end
+      MQLONG reason = OpenFiles(run, {.Input = true});
+      if (reason == 0) reason = CheckInputFormat(run, end);
+      if (reason == 0) continue;
+      if (!run.MessageText.empty()) return reason;  // without a text the set has come to its end
     }
     run.Finished = true;
     return 0;

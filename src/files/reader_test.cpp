@@ -39,6 +39,14 @@ TEST_F(Reader, RefusedLines) {
       {kMark + "N\nX " + std::string(63, 'A') + "x\n", "0 Badly formed HEX string on line 3 of file 'F'"},
       {kMark + "N\nS \"\n", "0 Invalid string line - no terminating \" symbol on line 3 of file 'F'"},
       {kMark + "N\nS \"abc~\"\n", "0 Invalid string line - no terminating \" symbol on line 3 of file 'F'"},
+      {kMark + "N\nS \"a\"b\"\n", "0 Unexpected text behind the closing \" symbol on line 3 of file 'F'"},
+      {kMark + "A PRI high\nX 00\n", "0 Invalid number on line 2 of file 'F'"},
+      {kMark + "A PRI 4 5\nX 00\n", "0 Invalid number on line 2 of file 'F'"},
+      {kMark + "A PRI +-4\nX 00\n", "0 Invalid number on line 2 of file 'F'"},
+      {kMark + "A EXP 2147483648\nX 00\n", "0 Invalid number on line 2 of file 'F'"},
+      {kMark + "A COI 01z\nX 00\n", "0 Badly formed HEX string on line 2 of file 'F'"},
+      {kMark + "A COI 010\nX 00\n", "0 Badly formed HEX string on line 2 of file 'F'"},
+      {kMark + "A AOX 0102030405\nX 00\n", "0 Badly formed HEX string on line 2 of file 'F'"},
       {kMark + "N\nX 00\n\nQ\n", "1 Expected message attribute at line  5 of file 'F'"}};
   for (const auto& [content, text] : cases) EXPECT_EQ(Failure(content), text) << content;
 }
@@ -47,12 +55,11 @@ TEST_F(Reader, DataLines) {
   const std::pair<const char*, std::string> cases[] = {
       {"S Hello  \n", "Hello"},
       {"S   \n", ""},
-      {"S   \"a~~b~\"c\" and so on\n", "a~b\"c"},
+      {"S   \"a~~b~\"c\" \t\r\r\n", "a~b\"c"},
       {"X 0A G1\n", "\n"},
       {"X 41424344454647484950  <ABCDEFGHIP>\nX    4b\n", "ABCDEFGHIPK"},
       {"T\n", "\n"},
-      {"T  two\nTxone\n* comment\n\nT", " two\none\n\n"},
-      {"X 4142", "AB"},
+      {"T  two\nTxone\n* comment\n\nT\n", " two\none\n\n"},
       {"X 4142\r\nS \"C\"\r\nT D\r\n", "ABCD\n"},
       {"X \nS \n", ""}};
   for (const auto& [lines, data] : cases) EXPECT_EQ(DataOf(lines), data) << lines;
@@ -60,9 +67,9 @@ TEST_F(Reader, DataLines) {
 
 TEST_F(Reader, AttributeLines) {
   const auto messages = MessagesOf(
-      "\n \t\n* KORVANEL\nA PRI\nA PRI \nA MSI 0102\nA FMT ABC\nA ENC   +12x\nA EXP 99999999999\n"
-      "A FDB -99999999999\nA CCS none\nA AID text\nA RTQ first\nA RTQ second, and a text of more "
-      "than 48 characters in all\nA COI 01z\nA VER 1\nS a\n\nN\nA PER 1\nS b\n");
+      "\n \t\n* KORVANEL\nA PRI\nA PRI \nA MSI 0102\nA FMT ABC\nA ENC   +12 \t\nA EXP 2147483647\n"
+      "A FDB -2147483648\nA CCS 037\r\r\nA AID text\nA RTQ first\nA RTQ second, and a text of more "
+      "than 48 characters in all\nA COI  01 \nA PER  \nA VER 1\nS a\n\nN\nA PER 1\nS b\n");
   ASSERT_EQ(messages.size(), 2U);
   MQMD md = DefaultDescriptor();
   md.MsgId[0] = 1;
@@ -71,7 +78,7 @@ TEST_F(Reader, AttributeLines) {
   md.Encoding = 12;
   md.Expiry = INT32_MAX;
   md.Feedback = INT32_MIN;
-  md.CodedCharSetId = 0;
+  md.CodedCharSetId = 37;
   md.Version = 1;
   FillField(md.Format, 8, "ABC");
   FillField(md.ApplIdentityData, 32, "text");
@@ -105,8 +112,8 @@ TEST_F(Reader, WholeMessagesAreDeliveredBeforeAReadErrorIs) {
     while (block.size() < kStreamBlock) block += "* comment behind the message\n";
     Parameters run;
     OpenFile(run, block.substr(0, kStreamBlock));
-    FormatCheck check;
-    ASSERT_EQ(CheckInputFormat(run, check), 0);
+    bool end = false;
+    ASSERT_EQ(CheckInputFormat(run, end), 0);
     ASSERT_NE(std::freopen("/proc/self/mem", "r", run.Reader.In.stream()), nullptr);  // cannot be read at its start
     if (whole) {
       EXPECT_EQ(ReadNextFileMessage(run), 0);
@@ -185,12 +192,52 @@ TEST_F(Reader, Dump) {
   EXPECT_EQ(messages[1].Data, "A");
 }
 
-TEST_F(Reader, TellsWhenTheLastMessageMayBeCutOff) {
-  for (const auto& [end, told] :
-       {std::pair{"", true}, {"\n", false}, {"* comment\n\n", false}, {"* comment\n", true}}) {
+TEST_F(Reader, WhatTheEndOfAFileTells) {
+  const std::string start = "* TARVO\n\nA PRI 1\nX 00\n\n";  // 23 bytes
+  const std::string dump =
+      "AMQSBCG0\n****Message descriptor****\n  Priority : 1\n****\n0: 41\n MQGET\n";  // its message: 62 bytes
+  const auto cut = [](int line, int byte) {
+    return FormatText("has been cut off inside line %d: its whole messages end at byte %d,", line, byte);
+  };
+  const std::string nearly = "ends without an empty line behind its last message";
+  const struct {
+    std::string Content;
+    std::size_t Messages;
+    std::string Told;  // empty: nothing
+  } cases[] = {
+      {start, 1, ""},
+      {start + "A PRI 2\nX 01\n* comment\n\n", 2, ""},
+      {start + "A PRI 2\nX 01\n", 2, nearly},
+      {start + "A PRI 2\nX 01\n* comment\n", 2, nearly},
+      {start + "A PRI 2\nX 01", 1, cut(7, 23)},  // nothing but the line end is lost
+      {start + "A PRI 2\nX 01\r", 1, cut(7, 23)},
+      {start + "A PRI 2\nX 01\n* comm", 1, cut(8, 23)},
+      {start + "A PRI 2\nX 0", 1, cut(7, 23)},
+      {start + "A PRI 2\nA MS", 1, cut(7, 23)},
+      {start + "A P", 1, cut(6, 23)},
+      {start + "* Ind", 1, cut(6, 23)},
+      {start + "X 0", 0, cut(6, 0)},  // goes on with the message behind the empty line
+      {"* TARVO\nN\nT a\nN\nT b", 1, cut(5, 14)},
+      {"* TARVO\r\n\r\nN\r\nS \"a\"\r\n\r\nN", 1, cut(6, 23)},
+      {"* TARVO", 0, cut(1, 0)},
+      {" \n\t", 0, ""},
+      {dump, 1, ""},
+      {dump + " MQDI", 1, cut(7, 62)},
+      {dump + "****Message descriptor****\n  Prio", 1, cut(8, 62)},
+      {dump + "****Message descriptor****\n  Priority : 2\n****\n0: 4", 1, cut(10, 62)},
+  };
+  for (const auto& c : cases) {
+    Parameters run;
+    run.Flags |= FLAG_QUIET;
+    OpenFile(run, c.Content);
+    MQLONG reason = 0;
     testing::internal::CaptureStderr();
-    EXPECT_EQ(MessagesOf(std::string("* TARVO\n\nA PRI 1\nX 00\n\nA PRI 2\nX 01\n") + end).size(), 2U);
-    EXPECT_EQ(testing::internal::GetCapturedStderr().find("may have been cut off\n") != std::string::npos, told) << end;
+    EXPECT_EQ(Messages(run, reason).size(), c.Messages) << c.Content;
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(reason, 0) << c.Content << run.MessageText.c_str();
+    EXPECT_EQ(told.empty(), c.Told.empty()) << c.Content << told;
+    EXPECT_NE(told.find(c.Told), std::string::npos) << c.Content << told;
+    EXPECT_EQ(run.Reader.Loss != 0, told.find("has been cut off") != std::string::npos) << c.Content;
   }
 }
 

@@ -91,6 +91,8 @@ class InputFile {
   void Close();
   bool is_open() const { return file_ != nullptr; }
   std::FILE* stream() { return file_; }
+  // From here on every byte is handed out as it stands, also where Open's mode would translate line ends.
+  void KeepCarriageReturns() { translates_ = false; }
 
   // Size in bytes, -1 when it has none (a pipe).
   std::int64_t Size() const;

@@ -158,7 +158,8 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
   }
   run.Flags = start.HasIndex ? run.Flags | FLAG_INPUT_INSERTS : run.Flags & ~FLAG_INPUT_INSERTS;
   if (ShowsProgress(run)) StartProgressLine(run, TotalSize(run.Naming.InputPaths), nullptr);
-  const MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
+  MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
+  if (result == 0) result = run.Reader.Loss;
   CloseInputFile(run);
   EndProgressLine(run, false);
 
