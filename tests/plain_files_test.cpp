@@ -45,19 +45,20 @@ TEST_F(PlainFiles, AreCutAsTheDelimitersSay) {
        "a\n{\n",
        {"a"},
        "2 bytes at the end of file 'in', from line 2 on, not taken: no end of message found\n"},
+      {{"-ne:;"}, "a;b;\n\n", {"a", "b"}},
   };
   for (const auto& c : cases) {
     WriteText("in", c.File);
     Texts options = c.Options;
     options.emplace_back("-Cd");
     const auto outcome = Load(options);
-    EXPECT_EQ(outcome.Exit, 0) << c.File << outcome.Err;
+    EXPECT_EQ(outcome.Exit, c.Told != nullptr ? ExitStatus(MQRC_FILE_SYSTEM_ERROR) : 0) << c.File << outcome.Err;
     EXPECT_EQ(Taken(), c.Messages) << c.File;
     EXPECT_EQ(outcome.Err.find("not taken") != std::string::npos, c.Told != nullptr) << outcome.Err;
     if (c.Told == nullptr) continue;
     EXPECT_NE(outcome.Err.find(c.Told), std::string::npos) << outcome.Err;
     options.emplace_back("-q");
-    EXPECT_EQ(Load(options).Err, "");
+    EXPECT_EQ(Load(options).Err, c.Told);
     EXPECT_EQ(Taken(), c.Messages);
   }
 }

@@ -48,21 +48,7 @@ void HandOver(Parameters& run, const char (&format)[9], char* data, std::size_t 
   message.Delivered = message.Length;
 }
 
-// Text that no message starts in is skipped without a word, but a start delimiter in it that the brackets around it
-// keep from counting makes the rest of the file a lost tail.
-MQLONG SkipRest(Parameters& run, const DelimiterScan& scan, ScanResult result) {
-  PlainInput& input = run.Plain.Input;
-  input.TailAt = scan.FirstRejected;
-  if (input.TailAt < 0 && result == ScanResult::Hopeless) {
-    const DelimiterRule bare = MakeDelimiterRule(scan.Rule.Bytes, false);
-    DelimiterScan search(bare, ScanMode::Start, scan.At, run.Plain.Brackets);
-    if (const MQLONG reason = RunScan(run, search, -1, result); reason != 0) return reason;
-    if (result == ScanResult::Found) input.TailAt = search.Found;
-  }
-  return DropTail(run);
-}
-
-// Where the next message starts; sets Finished when none does.
+// Where the next message starts; sets Finished when none does. Text in front of it is skipped without a word.
 MQLONG FindStart(Parameters& run, MessageCut& cut) {
   PlainFileState& plain = run.Plain;
   PlainInput& input = plain.Input;
@@ -80,7 +66,7 @@ MQLONG FindStart(Parameters& run, MessageCut& cut) {
   const std::int64_t keep = plain.StartPropertyRule.Bytes.empty() ? -1 : input.Position;
   ScanResult result;
   if (const MQLONG reason = RunScan(run, scan, keep, result); reason != 0) return reason;
-  if (result != ScanResult::Found) return SkipRest(run, scan, result);
+  if (result != ScanResult::Found) return DropTail(run);
   cut.Outer.From = scan.Found;
   cut.Inner.From = scan.Found + LengthOf(rule);
   return 0;
@@ -123,7 +109,6 @@ MQLONG FindEnd(Parameters& run, MessageCut& cut) {
   const std::int64_t from = cut.HasProperties ? cut.OuterProperties.From : cut.Outer.From;
   DelimiterScan scan(rule, ScanMode::End, cut.Inner.From, plain.Brackets);
   ScanResult result;
-  input.TailAt = from;
   if (const MQLONG reason = RunScan(run, scan, from, result); reason != 0) return reason;
   if (result == ScanResult::Found) {
     cut.Inner.To = scan.Found;
@@ -138,8 +123,6 @@ MQLONG FindEnd(Parameters& run, MessageCut& cut) {
   return 0;
 }
 
-bool IsSpace(char c) { return c == '\t' || c == '\n' || c == '\r' || c == ' '; }
-
 // Copies property text without the white space around tags; quoted text and what is inside a tag stay as they are.
 // Returns the end of the copy.
 char* CompactProperties(std::string_view text, char* out) {
@@ -148,13 +131,13 @@ char* CompactProperties(std::string_view text, char* out) {
   while (!text.empty()) {
     const char c = text[0];
     std::size_t taken = 1;
-    if (skipping && IsSpace(c)) {
+    if (skipping && IsBlank(c)) {
       text.remove_prefix(1);
       continue;
     }
     skipping = false;
     if (c == '<') {
-      while (out != first && IsSpace(out[-1])) --out;
+      while (out != first && IsBlank(out[-1])) --out;
       taken = text.find('>');
       skipping = taken != std::string_view::npos;
       taken = skipping ? taken + 1 : text.size();

@@ -162,16 +162,18 @@ TEST_F(PlainFiles, AreCutAtTheirDelimiters) {
       {{""}, "ok\n{\n\n", {"ok"}, "3,2"},       // a brace that never closes keeps every line end
       {{""}, "ok\n{)\nmore\n", {"ok"}, "8,2"},  // a bracket out of place too
       {{""}, "ok\n(]", {"ok"}, "2,2"},
-      {{"is:<msg>", "e:</msg>"}, "x<msg>a</msg> y <msg>b\n</msg>z\n", {"<msg>a</msg>", "<msg>b\n</msg>"}},
+      {{"is:<msg>", "e:</msg>"}, "x<msg>a</msg> y <msg>b\n</msg>z\n", {"<msg>a</msg>", "<msg>b\n</msg>"}, "2,2"},
       {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n\n<msg>b", {"a"}, "6,3"},
       {{"s:<msg>", "e:</msg>"}, "(<msg>a</msg>)<msg>b</msg>", {"b"}},  // the first start stands inside a bracket
-      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n(\n<msg>b</msg>", {"a"}, "12,3"},
-      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n)\n<msg>b</msg>", {"a"}, "12,3"},
-      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n)\n(", {"a"}},
+      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n(\n<msg>b</msg>", {"a"}, "14,2"},
+      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n)\n<msg>b</msg>", {"a"}, "14,2"},
+      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n<ms", {"a"}, "3,2"},
+      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg> \t\r\n", {"a"}},
       {{"s:{", "e:}"}, "{a}{b}", {}, "6,1"},  // what is looked at begins behind the start delimiter
       {{"Bs:{", "e:}"}, "{a}{b}", {"a", "b"}},
       {{"e:END"}, "aENENDbEND", {"aEN", "b"}},
       {{"e:END"}, "aENDbEN", {"a"}, "3,1"},
+      {{"e:END"}, "aEND\n \n", {"a"}},
       {{"e:\\13\\9"}, "a\nb\r\tc\r\t", {"a\nb", "c"}},
       {{"e:\\0"}, "a\0b\0"s, {"a", "b"}},
       {{"!d:%%"}, "%a%%b%", {"a", "b"}},
@@ -191,6 +193,7 @@ TEST_F(PlainFiles, AreCutAtTheirDelimiters) {
       EXPECT_NE(plain.shown.find(folder.Path("in.txt")), std::string::npos);
     }
     EXPECT_EQ(tail, c.Tail) << plain.shown;
+    EXPECT_EQ(plain.run.Reader.Loss, tail.empty() ? 0 : MQRC_FILE_SYSTEM_ERROR);
   }
 }
 

@@ -27,12 +27,20 @@ std::int64_t CountLines(const PlainInput& input, std::int64_t from, std::int64_t
   return lines;
 }
 
+// Looks among the bytes held before `to` for the first one behind the last message that is no blank.
+void LookForTail(PlainInput& input, std::int64_t to) {
+  if (input.TailAt >= 0) return;
+  std::int64_t at = std::max(input.Base, input.Position);
+  while (at < to && IsBlank(*input.At(at))) ++at;
+  if (at >= to) return;
+  input.TailAt = at;
+  input.TailLine = input.LinesBefore + CountLines(input, input.Base, at) + 1;
+}
+
 // Gives up the bytes before `keep`.
 void Discard(PlainInput& input, std::int64_t keep) {
   if (keep <= input.Base) return;
-  if (input.TailAt >= input.Base && input.TailAt < keep) {
-    input.TailLine = input.LinesBefore + CountLines(input, input.Base, input.TailAt) + 1;
-  }
+  LookForTail(input, keep);
   input.LinesBefore += CountLines(input, input.Base, keep);
   const auto kept = static_cast<std::size_t>(input.End() - keep);
   std::memmove(input.Block.data(), input.At(keep), kept);
@@ -58,6 +66,8 @@ void TrackedBlock::Release() {
   data_ = nullptr;
   size_ = 0;
 }
+
+bool IsBlank(char c) { return c == '\t' || c == '\n' || c == '\r' || c == ' '; }
 
 MQLONG NoMessageStorage(Parameters& run, std::int64_t bytes) {
   SetMessageText(run, "Unable to allocate %" PRId64 " bytes message storage", bytes);
@@ -94,7 +104,6 @@ MQLONG RunScan(Parameters& run, DelimiterScan& scan, std::int64_t keep, ScanResu
   for (;;) {
     result = scan.Continue({input.Block.data(), input.Held}, input.Base, input.Ended);
     if (result == ScanResult::NoMemory) return NoMessageStorage(run, static_cast<std::int64_t>(scan.Brackets.size()));
-    if (keep < 0) input.TailAt = scan.FirstRejected;  // its bytes may be given up now
     if (result != ScanResult::NeedsData || input.Ended) return 0;
     if (const MQLONG reason = FillPlainInput(run, keep >= 0 ? keep : scan.At); reason != 0) return reason;
   }
@@ -105,16 +114,15 @@ MQLONG DropTail(Parameters& run) {
   while (!input.Ended) {
     if (const MQLONG reason = FillPlainInput(run, input.End()); reason != 0) return reason;
   }
-  const bool told = run.Has(FLAG_QUIET) || (run.Has2(FLAG2_COUNTED) && !run.Has2(FLAG2_COUNT_FIRST));
+  LookForTail(input, input.End());
+  if (input.TailAt >= 0) run.Reader.Loss = MQRC_FILE_SYSTEM_ERROR;
+  const bool told = run.Has2(FLAG2_COUNTED) && !run.Has2(FLAG2_COUNT_FIRST);
   if (input.TailAt >= 0 && !told) {
-    const std::int64_t line = input.TailAt >= input.Base
-                                  ? input.LinesBefore + CountLines(input, input.Base, input.TailAt) + 1
-                                  : input.TailLine;
     const std::int64_t lost = input.End() - input.TailAt;
     PrintDiagnostic(run,
                     "%" PRId64 " byte%s at the end of file '%s', from line %" PRId64
                     " on, not taken: no end of message found\n",
-                    lost, lost == 1 ? "" : "s", run.Naming.InputName.c_str(), line);
+                    lost, lost == 1 ? "" : "s", run.Naming.InputName.c_str(), input.TailLine);
   }
   input.TailAt = -1;
   input.Position = input.End();

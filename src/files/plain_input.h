@@ -38,8 +38,8 @@ struct PlainInput {
   std::int64_t Position = 0;     // offset behind the last message
   std::int64_t LinesBefore = 0;  // line ends before Base
   bool Ended = false;            // the file has no byte behind the ones held
-  std::int64_t TailAt = -1;      // where the bytes begin that are lost if no further message follows; -1: none are
-  std::int64_t TailLine = 0;     // the line of TailAt, known once its bytes are no longer held
+  std::int64_t TailAt = -1;      // the first byte behind the last message that is no blank, once it was looked for
+  std::int64_t TailLine = 0;     // its line
 
   std::int64_t End() const { return Base + static_cast<std::int64_t>(Held); }
   // The place of a byte that is held; valid until more is read.
@@ -55,12 +55,15 @@ void ResetPlainInput(PlainInput& input);
 MQLONG FillPlainInput(Parameters& run, std::int64_t keep);
 
 // Goes on with a scan until it has a result; NeedsData then means the end of the file. Keeps the bytes from `keep` on,
-// or, when that is negative, from the scan's place on; a rejected delimiter is then noted in TailAt. Returns as above.
+// or, when that is negative, from the scan's place on. Returns as above.
 MQLONG RunScan(Parameters& run, DelimiterScan& scan, std::int64_t keep, ScanResult& result);
 
-// Ends the current file: what is left of it is skipped, and bytes from TailAt on are reported as not taken (once: not
-// again after a preliminary count). Sets Finished. Returns as above.
+// Ends the current file, in which no further message was found: what is left of it, unless it is blank, is told (once:
+// not again after a preliminary count) and sets ReaderState::Loss. Sets Finished. Returns as above.
 MQLONG DropTail(Parameters& run);
+
+// White space.
+bool IsBlank(char c);
 
 // MessageText and the reason for memory that cannot be had, and for a failed read of the input file.
 MQLONG NoMessageStorage(Parameters& run, std::int64_t bytes);

@@ -108,7 +108,6 @@ ScanResult DelimiterScan::Continue(std::string_view held, std::int64_t base, boo
           Found = At;
           return ScanResult::Found;
         }
-        if (FirstRejected < 0) FirstRejected = At;
       }
     }
     if (Rule.Brackets && (meaning & kBracket) != 0) {

@@ -60,6 +60,5 @@ struct DelimiterScan {
   std::int64_t CandidatesFrom;  // delimiters that begin before are passed over
   std::int64_t Limit = INT64_MAX;
   std::int64_t Found = -1;
-  std::int64_t FirstRejected = -1;  // the first delimiter that the bracket rule kept from counting
   BracketStack& Brackets;
 };
