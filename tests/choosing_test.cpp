@@ -292,6 +292,7 @@ TEST_F(Choosing, TheReportListsEveryCriterion) {
                                               "-sABC",          "-s2",      "-SD",
                                               "-eABC",          "-EX y",    "-x4142",
                                               "-Xfe0"};
+  environment()["TZ"] = "UTC";
   const std::string report =
       "Message selection active:\n"
       "  Message indexes 5 -> 9.\n"

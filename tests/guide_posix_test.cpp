@@ -50,6 +50,7 @@ TEST_F(Guide, CommandsAnswerAsShown) {
   std::filesystem::copy(kTree / "docs" / "guide.md", Path("guide.md"));
   harness::Environment variables = environment();
   variables["PATH"] = harness::ProgramFolder().string() + ":/usr/bin:/bin";
+  variables["TZ"] = "UTC";
   harness::StopClock(variables, kDayOfTheGuide);
   const std::vector<Step> steps = StepsOf(ReadText("guide.md"));
   EXPECT_GT(steps.size(), 20U);

@@ -301,7 +301,6 @@ Sandbox::Sandbox() : folder_(NewFolder()) {
                   {"MQ_INSTALLATION_PATH", ""},
                   {"MQACCESS_DEBUG", ""},
                   {"ORVEX_TARVO_PARMS", ""},
-                  {"TZ", "UTC"},
                   {"LC_ALL", "C"}};
   SetOwnVariable("LOCALMQ_DATA", environment_["LOCALMQ_DATA"]);
 }

@@ -1,7 +1,8 @@
 #pragma once
 
-// What the whole-program tests stand on: an isolated environment (own data folder, own home, fixed time zone and
-// locale), running the built programs in it, and looking at queues through the same library that the program loads.
+// What the whole-program tests stand on: an isolated environment (own data folder, own home, fixed locale; the
+// time zone is the machine's), running the built programs in it, and looking at queues through the same library that
+// the program loads.
 
 #include <gtest/gtest.h>
 
