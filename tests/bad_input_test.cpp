@@ -60,13 +60,13 @@ TEST_F(BadInput, EmptyFilesAreNoErrorAndMissingOnesAre) {
   }
   const auto missing = Tarvo({"-mQM1", "-fnone.tvo", "-oQ1"});
   EXPECT_EQ(missing.Exit, kFileError);
-  EXPECT_NE(missing.Err.find("Can not open input file 'none.tvo'\n"), std::string::npos);
+  EXPECT_NE(missing.Err.find("Can not open input file 'none.tvo': "), std::string::npos);
   WriteText("good", "precious");
   EXPECT_NE(Tarvo({"-fnone.tvo", "-Fgood"}).Err.find("Can not open input file 'none.tvo'"), std::string::npos);
   EXPECT_EQ(ReadText("good"), "precious");
   const auto folder = Tarvo({"-mQM1", "-fhome", "-oQ1"});
   EXPECT_EQ(folder.Exit, kFileError);
-  EXPECT_NE(folder.Err.find("Can not open input file 'home'\n"), std::string::npos) << folder.Err;
+  EXPECT_NE(folder.Err.find("Can not open input file 'home': "), std::string::npos) << folder.Err;
 }
 
 TEST_F(BadInput, AFileThatEndsInsideALinePutsTheWholeMessagesBeforeIt) {

@@ -16,20 +16,20 @@ TEST_F(FullDisk, AFullDiskNeverEmptiesTheQueue) {
   Queues queues("QM1");
   queues.PutNumbered("Q1", 1000, std::string(1000, 'x'));
   queues.PutText("Q2", std::string(300000, 'x'));
-  const std::string flushing = "Error flushing data to file '/dev/full'RC(28)\n";
+  const std::string flushing = "Error flushing data to file '/dev/full'RC(28): No space left on device\n";
   const std::string writing = "Can not write to file '/dev/full'";
   const struct {
     const char* Queue;
     const char* Option;
     std::string Told;
-  } cases[] = {{"Q1", "-b4", writing + "\n"},
+  } cases[] = {{"Q1", "-b4", writing + ": No space left on device\n"},
                {"Q1", "-t1", flushing},
                {"Q1", "-dA", writing},
                {"Q1", "-drN", flushing},
                {"Q1", "-dp", writing},
-               {"Q2", "-dA", writing + " RC(28)\n"},
-               {"Q2", "-dr", writing + " RC(28)\n"},
-               {"Q2", "-dp", writing + " RC(28)\n"}};
+               {"Q2", "-dA", writing + " RC(28): No space left on device\n"},
+               {"Q2", "-dr", writing + " RC(28): No space left on device\n"},
+               {"Q2", "-dp", writing + " RC(28): No space left on device\n"}};
   for (const auto& c : cases) {
     const auto outcome = Tarvo({"-mQM1", std::string("-I") + c.Queue, "-F/dev/full", c.Option});
     EXPECT_EQ(outcome.Exit, kResourceProblem) << outcome.Err;
@@ -97,7 +97,7 @@ TEST_F(FullDisk, NothingLeavesTheQueueBeforeItsFileIsOnTheDisk) {
     environment()["FAILING_SYNC"] = c.Sync;
     const auto outcome = Tarvo(Joined({"-mQM1"}, c.Options));
     EXPECT_EQ(outcome.Exit, kResourceProblem);
-    const std::string told = std::string("Error flushing data to file '") + c.File + "'RC(5)\n";
+    const std::string told = std::string("Error flushing data to file '") + c.File + "'RC(5): Input/output error\n";
     EXPECT_NE(outcome.Err.find(told), std::string::npos) << outcome.Err;
     EXPECT_EQ(queues.Depth("Q1"), c.Left);
   }

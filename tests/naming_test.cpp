@@ -195,11 +195,11 @@ TEST_F(Naming, ASetEndsAtAMissingFileAndNotAtABrokenOne) {
   ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(Q2)\n").Exit, 0);
   std::filesystem::remove(Path("in2"));
   std::filesystem::create_directory(Path("in2"));
-  ExpectFileError({"-mQM1", "-fin%n", "-oQ2"}, "Can not open input file 'in2'\n");
+  ExpectFileError({"-mQM1", "-fin%n", "-oQ2"}, "Can not open input file 'in2': ");
   EXPECT_EQ(Queues("QM1").Depth("Q2"), 0);
-  ExpectFileError({"-fnone%n", "-dk"}, "Can not open input file 'none1'\n");
+  ExpectFileError({"-fnone%n", "-dk"}, "Can not open input file 'none1': ");
   for (const char* mode : {"-ab", "-arb", "-awb"}) {
-    ExpectFileError({"-fnone%n", "-dk", mode}, "Can not open input file 'none1'(rb)\n");
+    ExpectFileError({"-fnone%n", "-dk", mode}, "Can not open input file 'none1'(rb): ");
   }
 }
 
@@ -216,9 +216,9 @@ TEST_F(Naming, DumpsAreReadAsASetToo) {
 }
 
 TEST_F(Naming, WhatCannotBeOpenedIsNamed) {
-  ExpectFileError({"-mQM1", "-iQ1", "-fno/out"}, "Can not open output file 'no/out'\n");
-  ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-awb"}, "Can not open output file 'no/out'(wb)\n");
-  ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-aa"}, "Can not open output file 'no/out'(a)\n");
+  ExpectFileError({"-mQM1", "-iQ1", "-fno/out"}, "Can not open output file 'no/out': ");
+  ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-awb"}, "Can not open output file 'no/out'(wb): ");
+  ExpectFileError({"-mQM1", "-iQ1", "-fno/out", "-aa"}, "Can not open output file 'no/out'(a): ");
 }
 
 TEST_F(Naming, NamesBeyondTheBoundAreRefusedNotCut) {

@@ -85,7 +85,7 @@ void BackOutRun(Parameters& run) {
   if (output.UnitOpen) clean = Backout(run, output) == 0;
   if (&input != &output && input.UnitOpen) clean = Backout(run, input) == 0 && clean;
   if (clean) run.Uow.UowCount = 0;
-  if (CertainlyBackedOut(run.Uow.CommitFailure, clean)) return TakeBackOutput(run);
+  if (CertainlyBackedOut(run.Uow.CommitFailure, clean)) return;
   if (!run.Writer.Changes.Files.empty()) {
     PrintDiagnosticText(run,
                         "It is not known whether the last unit of work was committed: its messages stay in the file\n");

@@ -25,7 +25,7 @@ MQLONG Backout(Parameters& run, QMgrConn& conn);
 // manager; resets the uncommitted counters. Returns 0 (also when the run has no units of work), or the reason of the
 // first step that failed.
 MQLONG CommitAll(Parameters& run);
-// Backs out every open unit of a failed run, each whatever became of the other, takes back what they wrote into files,
-// and sets RolledBack. After a commit of unknown outcome the file may be the only place that has its messages: they
-// stay.
+// Backs out every open unit of a failed run, each whatever became of the other, and sets RolledBack. What they wrote
+// into files goes at the run's end (FinishOutput), but not after a commit of unknown outcome: then the file may be the
+// only place that has the messages.
 void BackOutRun(Parameters& run);

@@ -67,12 +67,10 @@ MQLONG AlreadyExists(Parameters& run, const std::string& name) {
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
-MQLONG CanNotOpen(Parameters& run, const char* side, const std::string& name, const std::string& mode) {
-  if (run.FileAccessMode != nullptr) {
-    SetMessageText(run, "Can not open %s file '%s'(%s)\n", side, name.c_str(), mode.c_str());
-  } else {
-    SetMessageText(run, "Can not open %s file '%s'\n", side, name.c_str());
-  }
+MQLONG CanNotOpen(Parameters& run, const char* side, const std::string& name, const std::string& mode, int error) {
+  const std::string shown = run.FileAccessMode != nullptr ? '(' + mode + ')' : std::string();
+  const std::string text = FormatText("Can not open %s file '%s'%s\n", side, name.c_str(), shown.c_str());
+  run.MessageText.Assign(WithCause(text, error));
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
@@ -108,11 +106,11 @@ MQLONG OpenInput(Parameters& run) {
   run.Reader.FileBytes = 0;
   run.Reader.LineNumber = 0;
   const std::string mode = AccessMode(run, 'r');
-  if (run.Reader.In.Open(name.c_str(), mode.c_str()) != 0) {
-    std::error_code error;
-    const bool missing = std::filesystem::symlink_status(name, error).type() == std::filesystem::file_type::not_found;
+  if (const int error = run.Reader.In.Open(name.c_str(), mode.c_str()); error != 0) {
+    std::error_code unknown;
+    const bool missing = std::filesystem::symlink_status(name, unknown).type() == std::filesystem::file_type::not_found;
     if (later && missing && !listed) return MQRC_FILE_SYSTEM_ERROR;
-    return CanNotOpen(run, "input", name, mode);
+    return CanNotOpen(run, "input", name, mode, error);
   }
   const RunFiles::Identity file = IdentityOf(run.Reader.In.stream());
   if (run.Naming.Files.IsOutput(file)) {
@@ -208,7 +206,7 @@ MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::stri
   const bool append = mode[0] == 'a';
   const bool binary = mode.find('b') != std::string::npos;
   const OpenedForWriting opened = OpenAsItStands(name, append, binary);
-  if (opened.File == nullptr) return CanNotOpen(run, "output", name, mode);
+  if (opened.File == nullptr) return CanNotOpen(run, "output", name, mode, errno);
   const RunFiles::Identity file = IdentityOf(opened.File);
   MQLONG reason = opened.Created ? 0 : CheckOutputFile(run, name, file);
   const bool regular = FileSize(opened.File) >= 0;
@@ -219,9 +217,11 @@ MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::stri
     if (reason != 0) return reason;
     return OpenBeside(run, FileBehind(name), file, binary) == 0 ? 0 : MQRC_FILE_SYSTEM_ERROR;
   }
-  if (run.Writer.Out.Adopt(opened.File, name.c_str()) != 0) return CanNotOpen(run, "output", name, mode);
+  if (const int error = run.Writer.Out.Adopt(opened.File, name.c_str()); error != 0) {
+    return CanNotOpen(run, "output", name, mode, error);
+  }
   if (regular) WatchOutput(run, name, file, !opened.Created);
-  return run.Writer.Out.Append(lineEnds) ? 0 : CanNotOpen(run, "output", name, mode);
+  return run.Writer.Out.Append(lineEnds) ? 0 : CanNotOpen(run, "output", name, mode, run.Writer.Out.error());
 }
 
 void StartOutput(Parameters& run, const std::string& name) {

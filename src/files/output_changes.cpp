@@ -132,6 +132,26 @@ void DropUnplaced(Parameters& run) {
   changes.Files.clear();
 }
 
+// Undoes everything since the last KeepOutput.
+void TakeBack(Parameters& run) {
+  OutputChanges& changes = ChangesOf(run);
+  if (changes.Files.empty()) return;
+  Uncounting counts(run);
+  for (auto file = changes.Files.rbegin(); file != changes.Files.rend(); ++file) {
+    counts.Pass(*file, true);
+    if (std::exchange(changes.LastIsOpen, false)) {
+      CutOpenFile(run, *file);
+    } else if (file->Length != kNewFile) {
+      CutClosedFile(run, *file);
+    }
+    if (file->Length != kNewFile) continue;
+    RemoveNewFile(*file);
+    --run.FilesWritten;
+  }
+  RestoreOldFiles(changes);
+  changes.Files.clear();
+}
+
 void Watch(Parameters& run, ChangedFile file) {
   OutputChanges& changes = ChangesOf(run);
   file.OfferedBefore = run.Writer.Out.offered();
@@ -219,25 +239,6 @@ void KeepOutput(Parameters& run) {
   current.BytesBefore = run.BytesWritten;
 }
 
-void TakeBackOutput(Parameters& run) {
-  OutputChanges& changes = ChangesOf(run);
-  if (changes.Files.empty()) return;
-  Uncounting counts(run);
-  for (auto file = changes.Files.rbegin(); file != changes.Files.rend(); ++file) {
-    counts.Pass(*file, true);
-    if (std::exchange(changes.LastIsOpen, false)) {
-      CutOpenFile(run, *file);
-    } else if (file->Length != kNewFile) {
-      CutClosedFile(run, *file);
-    }
-    if (file->Length != kNewFile) continue;
-    RemoveNewFile(*file);
-    --run.FilesWritten;
-  }
-  RestoreOldFiles(changes);
-  changes.Files.clear();
-}
-
 MQLONG HandOverOutput(Parameters& run) {
   const OutputChanges& changes = ChangesOf(run);
   const bool replaces = changes.LastIsOpen && !changes.Files.back().Temporary.empty();
@@ -257,14 +258,14 @@ std::string LeaveOutput(Parameters& run) {
 
 MQLONG FinishOutput(Parameters& run, MQLONG result) {
   const bool inUnits = run.Has(FLAG_GET) && run.TransactionLimit != 0;
-  if (result != 0 && inUnits) TakeBackOutput(run);
+  if (result != 0 && inUnits) TakeBack(run);
   const MQLONG closed = CloseOutputFile(run);
   if (result == 0) result = closed;
   if (result == 0) result = PlaceOutput(run);
   if (result == 0) {
     KeepOutput(run);
   } else if (inUnits) {
-    TakeBackOutput(run);
+    TakeBack(run);
   } else {
     DropUnplaced(run);
   }

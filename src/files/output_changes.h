@@ -57,9 +57,6 @@ MQLONG SetAside(Parameters& run, const std::string& path);
 MQLONG PlaceOutput(Parameters& run);
 // The unit of work is committed: what was written stays, and old files go.
 void KeepOutput(Parameters& run);
-// The unit of work is backed out: closes the output file and undoes everything since the last KeepOutput.
-void TakeBackOutput(Parameters& run);
-
 // Without units of work a message has left its queue with the get: hands what is written to the system, and a file that
 // holds a message to its place. Returns 0, or a reason with MessageText.
 MQLONG HandOverOutput(Parameters& run);
@@ -67,7 +64,7 @@ MQLONG HandOverOutput(Parameters& run);
 // nothing.
 std::string LeaveOutput(Parameters& run);
 
-// The end of a run, or of a queue in a generic one: closes the output file and lets what was written take its place. A
-// run that has failed leaves old files as they were; what it has copied under names of its own stays. Returns `result`,
-// or what failed here when that is 0.
+// The end of a run, or of a queue in a generic one: closes the output file and lets what was written take its place. Of
+// a run that has failed everything since the last KeepOutput is undone when it works in units of work; what it has
+// copied stays, but for files that were to replace old ones. Returns `result`, or what failed here when that is 0.
 MQLONG FinishOutput(Parameters& run, MQLONG result);

@@ -39,12 +39,15 @@ MQLONG NotWritten(Parameters& run) {
 }
 
 MQLONG CanNotWrite(Parameters& run) {
-  SetMessageText(run, "Can not write to file '%s'", run.Writer.FileName.c_str());
+  const std::string text = FormatText("Can not write to file '%s'", run.Writer.FileName.c_str());
+  run.MessageText.Assign(WithCause(text, run.Writer.Out.error()));
   return NotWritten(run);
 }
 
 MQLONG CanNotWriteWithCode(Parameters& run) {
-  SetMessageText(run, "Can not write to file '%s' RC(%d)", run.Writer.FileName.c_str(), run.Writer.Out.error());
+  const int error = run.Writer.Out.error();
+  const std::string text = FormatText("Can not write to file '%s' RC(%d)", run.Writer.FileName.c_str(), error);
+  run.MessageText.Assign(WithCause(text, error));
   return NotWritten(run);
 }
 
@@ -231,7 +234,8 @@ void CountWritten(Parameters& run) {
 MQLONG FlushFailed(Parameters& run, int error) {
   const MQLONG reason = NotWritten(run);
   if (run.MessageText.empty()) {
-    SetMessageText(run, "Error flushing data to file '%s'RC(%d)", run.Writer.FileName.c_str(), error);
+    const std::string text = FormatText("Error flushing data to file '%s'RC(%d)", run.Writer.FileName.c_str(), error);
+    run.MessageText.Assign(WithCause(text, error));
   }
   return reason;
 }
