@@ -42,6 +42,10 @@ class Process {
   // Ends it at once, as a power cut would.
   void Kill();
   bool Running();
+  // Sends it a signal; where there are signals.
+  void Signal(int number);
+  // What it has written to standard error so far.
+  std::string Errors() const;
   // Waits for its end, at most the command's limit (then kills it).
   Outcome Wait();
 

@@ -115,6 +115,12 @@ void Process::Kill() {
   state_->ended = true;
 }
 
+void Process::Signal(int number) {
+  if (!state_->Poll()) kill(state_->pid, number);
+}
+
+std::string Process::Errors() const { return Slurp(state_->err); }
+
 bool Process::Running() { return !state_->Poll(); }
 
 Outcome Process::Wait() {

@@ -314,14 +314,18 @@ Outcome Sandbox::Tarvo(std::vector<std::string> arguments, std::string_view inpu
   return RunProcess({ProgramFolder() / "tarvo", std::move(arguments), folder_, environment_, std::string(input), {}});
 }
 
-Outcome Sandbox::TarvoWithFaults(const std::string& script, std::vector<std::string> arguments) {
+Environment Sandbox::WithFaults(const std::string& script) const {
   Environment variables = environment_;
   variables["MQM_DLL_PATH"] = LibraryFolder("faultmq").string();
   variables["FAULTMQ_LIBRARY"] = LibraryFile("localmq").string();
   variables["FAULTMQ_SCRIPT"] = script;
   variables["FAULTMQ_TRACE"] = Path("trace.txt").string();
+  return variables;
+}
+
+Outcome Sandbox::TarvoWithFaults(const std::string& script, std::vector<std::string> arguments) {
   std::filesystem::remove(Path("trace.txt"));
-  return RunProcess({ProgramFolder() / "tarvo", std::move(arguments), folder_, variables, {}, {}});
+  return RunProcess({ProgramFolder() / "tarvo", std::move(arguments), folder_, WithFaults(script), {}, {}});
 }
 
 Outcome Sandbox::Shell(const std::string& command) {

@@ -81,6 +81,7 @@ class Sandbox : public testing::Test {
   Outcome Tarvo(std::vector<std::string> arguments, std::string_view input = {});
   // The same with an MQ library that fails as `script` says (tests/faultmq).
   Outcome TarvoWithFaults(const std::string& script, std::vector<std::string> arguments);
+  Environment WithFaults(const std::string& script) const;
   Outcome LocalMq(std::vector<std::string> arguments, std::string_view input = {});
   // A command line of the shell, which reads "tarvo" as the built program.
   Outcome Shell(const std::string& command);

@@ -19,14 +19,14 @@ Pause PauseAtPageEnd(Parameters& run) {
   if (run.Screen.LinesShown < run.Screen.PageLength - 3) return Pause::None;
   PrintDiagnostic(run, "More <Press Enter>...\n");
   std::string answer;
-  ReadAnswer(answer, kPauseAnswer);
+  ReadAnswer(run, answer, kPauseAnswer);
   run.Screen.LinesShown = 0;
   return answer.find('?') == std::string::npos ? Pause::GoOn : Pause::HelpAsked;
 }
 
-// Returns false when the user asked for help instead of the next line.
+// Returns false when the user asked for help instead of the next line, or has enough.
 bool ShowHelpLine(Parameters& run, const HelpLine& line) {
-  if (PauseAtPageEnd(run) == Pause::HelpAsked) return false;
+  if (PauseAtPageEnd(run) == Pause::HelpAsked || run.Screen.AnswerInterrupted) return false;
   PrintDiagnosticText(run, line.Text);
   ++run.Screen.LinesShown;
   return true;
@@ -98,11 +98,13 @@ void HelpPrompt(Parameters& run) {
   ShowBanner(run);
   std::string topic;
   for (;;) {
-    if (PauseAtPageEnd(run) != Pause::HelpAsked) {
+    const Pause pause = PauseAtPageEnd(run);
+    if (run.Screen.AnswerInterrupted) return;
+    if (pause != Pause::HelpAsked) {
       PrintDiagnostic(run, "Help - Enter topic:\n");
       ++run.Screen.LinesShown;
     }
-    if (!ReadAnswer(topic, kTopicAnswer) || topic.empty()) return;
+    if (!ReadAnswer(run, topic, kTopicAnswer) || topic.empty()) return;
     run.Screen.LinesShown = 0;
     ShowHelpTopic(run, topic);
   }

@@ -1,4 +1,3 @@
 #include "cmdline/run.h"
-#include "platform/system.h"
 
-int main(int argc, char** argv) { return ExitStatus(RunTarvo(argc, argv)); }
+int main(int argc, char** argv) { return RunTarvo(argc, argv); }

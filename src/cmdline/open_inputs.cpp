@@ -36,7 +36,7 @@ bool MayEmpty(Parameters& run) {
   }
   PrintDiagnostic(run, "The messages of '%s' will be removed and go nowhere. Continue? (y/n)\n", names.c_str());
   std::string answer;
-  return ReadAnswer(answer, kConfirmationAnswer) && answer.starts_with('y');
+  return ReadAnswer(run, answer, kConfirmationAnswer) && answer.starts_with('y');
 }
 
 MQLONG OpenOptions(const Parameters& run) {

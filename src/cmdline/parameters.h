@@ -123,6 +123,7 @@ struct Parameters {
   std::uint32_t DelimFlags = 0;
   std::uint32_t PcfFlags = 0;
   bool RolledBack = false;  // the last unit of work was backed out
+  bool CutShort = false;    // an interrupt has ended the transfer before its source did
   std::uint32_t Verbose = 0;
   std::uint32_t Debug = 0;
   int StatusEveryMsgs = 1000;

@@ -16,6 +16,7 @@
 #include "cmdline/validate.h"
 #include "common/units.h"
 #include "engine/transfer.h"
+#include "platform/interrupt.h"
 #include "platform/system.h"
 #include "platform/terminal.h"
 
@@ -157,14 +158,14 @@ void ForgetCountingPass(Parameters& run) {
 MQLONG CountAndAsk(Parameters& run, bool& goOn) {
   goOn = false;
   const MQLONG reason = CloseFiles(run, Transfer(run, nullptr));
-  if (reason != 0) return reason;
+  if (reason != 0 || InterruptSignal() != 0) return reason;
   if (run.MsgsRead == 0) {
     PrintDiagnostic(run, "No messages were found in the file with those delimiters.\n");
     return run.Reader.Loss;
   }
   PrintDiagnostic(run, "Do you want to continue? (y/n)\n");
   std::string answer;
-  goOn = ReadAnswer(answer, kConfirmationAnswer) && answer.starts_with('y');
+  goOn = ReadAnswer(run, answer, kConfirmationAnswer) && answer.starts_with('y');
   return 0;
 }
 
@@ -189,6 +190,7 @@ MQLONG OpenRunFiles(Parameters& run, Outcome& outcome, bool& goOn) {
 MQLONG Perform(Parameters& run, Outcome& outcome) {
   if (const MQLONG reason = ConnectQMgrs(run); reason != 0) return reason;
   if (!CheckInputQMgr(run) || !CheckNotOntoItself(run)) return MQRC_OPTIONS_ERROR;
+  if (InterruptSignal() != 0) return 0;
   ShowWhatWillBeDone(run);
   NormaliseRange(run);
 
@@ -202,6 +204,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   if (run.HasOutputQueue()) {
     if (const MQLONG reason = OpenOutputs(run); reason != 0) return reason;
   }
+  if (InterruptSignal() != 0) return 0;  // no file is touched for a run that does nothing
   DecideCountingFirst(run);
   run.MessageIndex = -1;
   run.NullOutput = run.OutputFileName == "null";
@@ -224,6 +227,14 @@ MQLONG CheckStandardOutput(Parameters& run, MQLONG result) {
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
+// What the process ends with; tells that the run was interrupted.
+int EndStatus(Parameters& run, MQLONG reason) {
+  if (InterruptSignal() == 0) return ExitStatus(reason);
+  PrintDiagnosticText(run, "Interrupted\n");
+  // A question that an interrupt has answered with no fails whatever depends on it.
+  return reason == 0 || run.Screen.AnswerInterrupted ? InterruptExitStatus() : ExitStatus(reason);
+}
+
 MQLONG Run(Parameters& run, int argc, char** argv) {
   SetUpConsole(run.Screen);
   TakeStartTime(run);
@@ -242,8 +253,9 @@ MQLONG Run(Parameters& run, int argc, char** argv) {
 
 }  // namespace
 
-MQLONG RunTarvo(int argc, char** argv) {
+int RunTarvo(int argc, char** argv) {
   PrepareProcess();
+  WatchForInterrupts();
   const auto run = std::make_unique<Parameters>();
-  return CheckStandardOutput(*run, Run(*run, argc, argv));
+  return EndStatus(*run, CheckStandardOutput(*run, Run(*run, argc, argv)));
 }

@@ -1,8 +1,7 @@
 #pragma once
 
-// The run driver: from the command line to the exit code, as the list of steps that it is.
+// The run driver: from the command line to the exit status, as the list of steps that it is.
 
-#include "mq/mqi.h"
-
-// Returns the result code of the run: 0, or an MQ reason code.
-MQLONG RunTarvo(int argc, char** argv);
+// Returns the exit status of the process: what the system makes of the result code (0, or an MQ reason code), or of the
+// interrupt that has ended the run.
+int RunTarvo(int argc, char** argv);

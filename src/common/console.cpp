@@ -7,6 +7,7 @@
 
 #include "cmdline/parameters.h"
 #include "common/visible_text.h"
+#include "platform/interrupt.h"
 #include "platform/terminal.h"
 
 namespace {
@@ -127,13 +128,19 @@ void ShowInPlace(Parameters& run, std::string_view text) {
 
 void EraseInPlace(Parameters& run) { ShowInPlace(run, {}); }
 
-bool ReadAnswer(std::string& answer, std::size_t limit) {
+bool ReadAnswer(Parameters& run, std::string& answer, std::size_t limit) {
   answer.clear();
-  int c = std::getc(stdin);
-  if (c == EOF) return false;
-  for (; c != EOF && c != '\n'; c = std::getc(stdin)) {
-    if (answer.size() < limit) answer += static_cast<char>(c);
+  char c = '\0';
+  std::ptrdiff_t got = ReadUnlessInterrupted(stdin, &c, 1);
+  const bool any = got > 0;
+  for (; got > 0 && c != '\n'; got = ReadUnlessInterrupted(stdin, &c, 1)) {
+    if (answer.size() < limit) answer += c;
+  }
+  if (got < 0 && InterruptSignal() != 0) {
+    answer.clear();
+    run.Screen.AnswerInterrupted = true;
+    return false;
   }
   if (!answer.empty() && answer.back() == '\r') answer.pop_back();
-  return true;
+  return any;
 }

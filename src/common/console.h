@@ -20,6 +20,8 @@ struct Console {
   int PageLength = 24;  // rows of a help page
   int LinesShown = 0;   // lines since the last pause
   bool BannerShown = false;
+  bool AnswerInterrupted =
+      false;                     // an interrupt came while the user was asked: whatever the run makes of it is its end
   std::size_t InPlaceShown = 0;  // characters of the progress line that stands on the terminal now
   // Draws the progress line again with its latest figures; called before a diagnostic ends that line. May be null.
   void (*Redraw)(Parameters& run) = nullptr;
@@ -46,8 +48,8 @@ void ShowInPlace(Parameters& run, std::string_view text);
 void EraseInPlace(Parameters& run);
 
 // Reads one answer from standard input: at most `limit` characters, the line end removed; the rest of a longer line is
-// dropped. Returns false at the end of input.
-bool ReadAnswer(std::string& answer, std::size_t limit);
+// dropped. Returns false at the end of input, and when an interrupt came instead of an answer.
+bool ReadAnswer(Parameters& run, std::string& answer, std::size_t limit);
 
 // "<text>: <what the system says of the error>"; the colon is left out behind a full stop, and a line end at the end of
 // `text` stays at the end. No error adds nothing. An error number is one of errno.

@@ -15,6 +15,7 @@
 #include "engine/transfer.h"
 #include "mq/option_behind.h"
 #include "mq/reasons.h"
+#include "platform/interrupt.h"
 
 namespace {
 
@@ -175,6 +176,11 @@ static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQ
     run.Finished = true;
     if (run.Uow.SyncpointActive) BackOutRun(run);
   }
+  if (!run.Finished && InterruptSignal() != 0) {
+    // A main thread that waits looks for interrupts too, and stops consumption itself.
+    if (run.WaitInterval != 0) return consumption.Ended.notify_one();
+    EndIfInterrupted(run);
+  }
   if (!run.Finished) return;
   const MQLONG stopFailure = Control(consumption, MQOP_STOP, "MQCTL(STOP)");
   if (stopFailure != 0) {
@@ -291,10 +297,11 @@ MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
     }
     {
       std::unique_lock<std::mutex> lock(consumption.Busy);
-      while (!run.Finished) {
-        const std::int64_t wait = std::min({DeliveryLeft(run), FileLeft(run), kEndlessWaitSlice});
+      const auto ends = [&run] { return run.Finished.load() || InterruptSignal() != 0; };
+      while (!ends()) {
+        const std::int64_t wait = std::min<std::int64_t>({DeliveryLeft(run), FileLeft(run), kLongestWait});
         if (wait <= 0) break;
-        consumption.Ended.wait_for(lock, std::chrono::milliseconds(wait), [&run] { return run.Finished.load(); });
+        consumption.Ended.wait_for(lock, std::chrono::milliseconds(wait), ends);
       }
     }
     const MQLONG failure = Control(consumption, MQOP_STOP, "MQCTL(STOP)");
@@ -304,7 +311,7 @@ MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
       Abandon(owner);
       return consumption.Result != 0 ? consumption.Result : failure;
     }
-    if (run.Finished) return consumption.Result;
+    if (run.Finished || EndIfInterrupted(run)) return consumption.Result;
     if (FileLeft(run) <= 0) {
       if (const MQLONG reason = CloseOutputFile(run); reason != 0) return reason;
     }

@@ -1,21 +1,19 @@
 #include "engine/get.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <limits>
-#include <thread>
 
 #include "cmdline/parameters.h"
 #include "common/clock.h"
+#include "engine/transfer.h"
 #include "mq/option_behind.h"
 #include "mq/reasons.h"
 
 namespace {
 
-constexpr std::int64_t kLongestWait = std::numeric_limits<MQLONG>::max();  // milliseconds of one get
-constexpr std::chrono::milliseconds kEmptiedQueuePause{100};
+constexpr std::int64_t kEmptiedQueuePause = 100;  // milliseconds
 
 // Whether a get with this reason has certainly left every message where it was.
 bool TookNothing(MQLONG reason) {
@@ -40,7 +38,7 @@ MQLONG AddWait(Parameters& run, MQGMO& options) {
     }
   }
   options.Options |= MQGMO_WAIT;
-  options.WaitInterval = static_cast<MQLONG>(std::min(wait, kLongestWait));
+  options.WaitInterval = static_cast<MQLONG>(std::min<std::int64_t>(wait, kLongestWait));
   return 0;
 }
 
@@ -73,10 +71,11 @@ MQLONG NoMessage(Parameters& run, MQLONG& getOptions) {
   if (replay) {
     // Somebody has emptied the queue that is replayed. It may fill again until the rate's end.
     run.Finished = run.Pace.RateEndTime != 0 && std::time(nullptr) > run.Pace.RateEndTime;
-    if (!run.Finished) std::this_thread::sleep_for(kEmptiedQueuePause);
-    return 0;
+    if (!run.Finished) run.Pace.Clock->Sleep(kEmptiedQueuePause);
+  } else {
+    run.Finished = WaitLeft(run) <= 0;
   }
-  if (WaitLeft(run) <= 0) run.Finished = true;
+  if (!run.Finished) EndIfInterrupted(run);
   return 0;
 }
 

@@ -13,7 +13,10 @@ struct WaitState {
   std::int64_t Since = 0;  // steady milliseconds: the start of the transfer, later the last message that was got
 };
 
-inline constexpr std::int64_t kEndlessWaitSlice = 3600 * 1000;  // milliseconds of one wait where nothing limits it
+inline constexpr std::int64_t kEndlessWaitSlice =
+    3600 * 1000;  // milliseconds; what is left where nothing limits a wait
+// How long one call waits, in milliseconds. A longer wait is made of several, so that an interrupt ends it soon.
+inline constexpr MQLONG kLongestWait = 500;
 
 // Milliseconds that are left of the wait interval, counted from the last message; not above 0 when it is over.
 std::int64_t WaitLeft(const Parameters& run);

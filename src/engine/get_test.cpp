@@ -49,10 +49,10 @@ TEST_F(GetTest, WaitsOnlyWhenNothingIsPending) {
     int TransactionLimit;
     MQLONG Wait;  // milliseconds; 0: none
   };
-  constexpr MQLONG kMost = std::numeric_limits<MQLONG>::max();
+  constexpr MQLONG kMost = kLongestWait;
   const Case cases[] = {
-      {0, 0, 0, 200, 0},  {30, 0, 0, 200, 30000}, {30, 10400, 0, 200, 19600},   {30, 30001, 0, 200, 0},
-      {30, 0, 5, 200, 0}, {30, 0, 5, -1, 30000},  {-1, 99000, 0, 200, 3600000}, {2000000000, 0, 0, 200, kMost}};
+      {0, 0, 0, 200, 0},  {30, 0, 0, 200, kMost}, {30, 29600, 0, 200, 400},   {30, 30001, 0, 200, 0},
+      {30, 0, 5, 200, 0}, {30, 0, 5, -1, kMost},  {-1, 99000, 0, 200, kMost}, {2000000000, 0, 0, 200, kMost}};
   for (const Case& c : cases) {
     mq.Add(kSource, "x");
     run.WaitInterval = c.WaitInterval;

@@ -2,17 +2,16 @@
 
 // The pace of a run: rate control and status lines.
 
-#include <chrono>
 #include <cstdint>
 #include <ctime>
-#include <thread>
 
 #include "common/clock.h"
 #include "mq/mqi.h"
+#include "platform/interrupt.h"
 
 struct Parameters;
 
-// Where the pace takes its time from; tests put their own in its place.
+// Where every pause of a run takes its time from; tests put their own in its place. An interrupt ends a sleep.
 struct PaceClock {
   std::int64_t (*Ticks)();             // milliseconds, steady
   std::int64_t (*Seconds)();           // since 1970
@@ -22,7 +21,7 @@ struct PaceClock {
 inline const PaceClock kSystemClock = {
     SteadyMillis,
     [] { return static_cast<std::int64_t>(std::time(nullptr)); },
-    [](std::int64_t millis) { std::this_thread::sleep_for(std::chrono::milliseconds(millis)); },
+    PauseUnlessInterrupted,
 };
 
 struct RateState {

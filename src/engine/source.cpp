@@ -1,7 +1,10 @@
 #include "engine/source.h"
 
+#include <cerrno>
+
 #include "cmdline/parameters.h"
 #include "engine/get.h"
+#include "engine/transfer.h"
 #include "files/plain_file.h"
 #include "files/reader.h"
 
@@ -9,6 +12,15 @@ namespace {
 
 // A queue is opened by the run driver: nothing is left to prepare.
 MQLONG PrepareQueue(Parameters&, bool&) { return 0; }
+
+// The reader's failure, unless it is that its wait was interrupted: that ends the input like its end, but for what had
+// come of a message that is not whole.
+MQLONG UnlessInterrupted(Parameters& run, MQLONG reason) {
+  if (reason == 0 || run.Reader.In.error() != EINTR) return reason;
+  run.MessageText.clear();
+  EndIfInterrupted(run);
+  return 0;
+}
 
 MQLONG ReadQueue(Parameters& run, QueueElement* queue) { return GetQueueMessage(run, *queue, false); }
 
@@ -23,18 +35,18 @@ MQLONG PreparePlain(Parameters& run, bool& empty) {
 }
 
 // The message stays where the reader has it: in the read buffer of the file.
-MQLONG ReadPlain(Parameters& run, QueueElement*) { return ReadPlainMessage(run); }
+MQLONG ReadPlain(Parameters& run, QueueElement*) { return UnlessInterrupted(run, ReadPlainMessage(run)); }
 
 MQLONG PrepareMessageFile(Parameters& run, bool& empty) {
   bool end = false;
-  if (const MQLONG reason = CheckInputFormat(run, end); reason != 0) return reason;
+  if (const MQLONG reason = CheckInputFormat(run, end); reason != 0) return UnlessInterrupted(run, reason);
   // Later files of a set may hold messages all the same, and a file that was cut off is not empty.
   empty = end && run.Reader.CutLine.empty() && !run.Has(FLAG_INPUT_INSERTS);
   return 0;
 }
 
 MQLONG ReadMessageFile(Parameters& run, QueueElement*) {
-  const MQLONG reason = ReadNextFileMessage(run);
+  const MQLONG reason = UnlessInterrupted(run, ReadNextFileMessage(run));
   run.Message.Data = run.Message.Buffer.data();
   run.Message.Delivered = run.Message.Length;
   return reason;

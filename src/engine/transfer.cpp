@@ -8,6 +8,7 @@
 #include "engine/get.h"
 #include "files/hex.h"
 #include "files/reader.h"
+#include "platform/interrupt.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ bool HasTarget(const Parameters& run) {
 }
 
 MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* queue, bool terminal) {
-  for (;;) {
+  while (!EndIfInterrupted(run)) {
     ++run.MessageIndex;
     if ((run.Verbose & VERBOSE_STATUS) != 0) CheckStatus(run);
     if (const MQLONG reason = source.Read(run, queue); reason != 0 || run.Finished) return reason;
@@ -64,6 +65,7 @@ MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* 
     }
     if (run.Progress.Total != 0) ShowProgress(run, terminal);
   }
+  return 0;
 }
 
 MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
@@ -154,6 +156,13 @@ MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal) {
     ReleaseLineBuffer(run);
   }
   return result;
+}
+
+bool EndIfInterrupted(Parameters& run) {
+  if (InterruptSignal() == 0) return false;
+  run.Finished = true;
+  run.CutShort = true;
+  return true;
 }
 
 MQLONG ProcessMessage(Parameters& run, QueueElement* queue, bool terminal) {

@@ -17,3 +17,7 @@ MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal);
 // One message that the source has yielded: counts, selects, gets a browsed message, rotates the output file, hands the
 // message to its target and keeps the unit of work. Called by the loop and by the consumer's callback.
 MQLONG ProcessMessage(Parameters& run, QueueElement* queue, bool terminal);
+
+// Ends a transfer that is to be interrupted, as if its source had no further message. Asked between two messages, and
+// wherever a source waits for one; answers whether it did.
+bool EndIfInterrupted(Parameters& run);

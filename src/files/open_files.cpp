@@ -129,7 +129,7 @@ bool MayOverwrite(Parameters& run, const std::string& name) {
   std::string answer;
   for (;;) {
     PrintDiagnostic(run, "File '%s' exists - overwrite (y)es/(n)o/(a)ll ?\n", name.c_str());
-    if (!ReadAnswer(answer, kAnswerLimit)) return false;
+    if (!ReadAnswer(run, answer, kAnswerLimit)) return false;
     switch (answer.empty() ? '\0' : answer[0]) {
       case 'a':
         run.Flags |= FLAG_FORCE;

@@ -9,6 +9,7 @@
 #include "common/console.h"
 #include "files/naming.h"
 #include "files/progress.h"
+#include "platform/interrupt.h"
 
 namespace {
 
@@ -272,7 +273,7 @@ MQLONG ReadPlainMessage(Parameters& run) {
 
 MQLONG CountPlainFile(Parameters& run) {
   MQLONG reason = ReadPlainMessage(run);
-  for (; reason == 0 && !run.Finished; reason = ReadPlainMessage(run)) {
+  for (; reason == 0 && !run.Finished && InterruptSignal() == 0; reason = ReadPlainMessage(run)) {
     ++run.MsgsRead;
     ++run.Plain.MessagesFound;
     ShowProgress(run, run.Screen.StdinIsTerminal);

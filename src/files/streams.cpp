@@ -5,16 +5,14 @@
 #include <cstring>
 #include <filesystem>
 #include <new>
+#include <utility>
 
 #include "common/console.h"
 #include "platform/files.h"
+#include "platform/interrupt.h"
 #include "platform/system.h"
 
 namespace {
-
-// How much is read at a time from what is not a file: a pipe hands over what its writer has written so far, and a
-// message that is there should not wait for a whole block.
-constexpr std::size_t kPipeRead = 4096;
 
 std::unique_ptr<char[]> NewBlock(std::size_t bytes) { return std::unique_ptr<char[]>(new (std::nothrow) char[bytes]); }
 
@@ -177,7 +175,8 @@ int InputFile::Open(const char* name, const char* mode) {
   ended_ = false;
   consumed_ = 0;
   error_ = 0;
-  readAtMost_ = Size() < 0 ? kPipeRead : SIZE_MAX;
+  waits_ = Size() < 0;
+  putBack_ = EOF;
   return 0;
 }
 
@@ -194,6 +193,7 @@ std::int64_t InputFile::Size() const { return file_ != nullptr ? FileSize(file_)
 int InputFile::Seek(std::int64_t position) {
   if (const int failure = SeekFile(file_, position); failure != 0) return failure;
   std::clearerr(file_);
+  putBack_ = EOF;
   begin_ = end_ = 0;
   ended_ = false;
   consumed_ = 0;
@@ -215,29 +215,40 @@ void InputFile::ReleaseBlock() {
   begin_ = end_ = 0;
 }
 
-std::size_t InputFile::ReadFrom(void* buffer, std::size_t bytes) {
-  if (file_ == nullptr || ended_ || error_ != 0) return 0;
+std::size_t InputFile::ReadRaw(void* buffer, std::size_t bytes) {
+  if (file_ == nullptr || ended_ || error_ != 0 || bytes == 0) return 0;
   errno = 0;
-  const std::size_t wanted = std::min(bytes, readAtMost_);
-  auto* const text = static_cast<char*>(buffer);
-  const std::size_t got = std::fread(text, 1, wanted, file_);
-  if (got < wanted) {
-    if (std::ferror(file_) != 0) {
-      error_ = LastError();
-    } else {
-      ended_ = true;
-    }
+  // A pipe hands over what its writer has written so far: a message that is there does not wait for a whole block.
+  const std::ptrdiff_t there = waits_ ? ReadUnlessInterrupted(file_, buffer, bytes) : 0;
+  const std::size_t got =
+      waits_ ? static_cast<std::size_t>(std::max<std::ptrdiff_t>(there, 0)) : std::fread(buffer, 1, bytes, file_);
+  if (there < 0 || (!waits_ && got < bytes && std::ferror(file_) != 0)) {
+    error_ = LastError();
+  } else {
+    ended_ = waits_ ? got == 0 : got < bytes;
   }
-  if (!translates_ || got == 0) return got;
-  if (text[got - 1] == '\r') {
+  return got;
+}
+
+std::size_t InputFile::ReadFrom(void* buffer, std::size_t bytes) {
+  auto* const text = static_cast<char*>(buffer);
+  if (!translates_ || bytes == 0) return ReadRaw(text, bytes);
+  std::size_t got = 1;
+  if (putBack_ != EOF) {
+    text[0] = static_cast<char>(std::exchange(putBack_, EOF));
+  } else {
+    got = ReadRaw(text, bytes);
+  }
+  if (got != 0 && text[got - 1] == '\r') {
     // The block ends between the two: this carriage return goes, one before it stays.
-    const int next = std::getc(file_);
-    if (next == '\n') {
+    unsigned char next = 0;
+    const bool more = ReadRaw(&next, 1) == 1;
+    if (more && next == '\n') {
       const std::size_t left = DropCarriageReturns(text, got - 1);
       text[left] = '\n';
       return left + 1;
     }
-    if (next != EOF) std::ungetc(next, file_);
+    if (more) putBack_ = next;
   }
   return DropCarriageReturns(text, got);
 }

@@ -86,7 +86,8 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  // Returns 0, or errno; a directory is refused with EISDIR.
+  // Returns 0, or errno; a directory is refused with EISDIR. A read that waits (for a pipe, a terminal) and is
+  // interrupted ends with the error EINTR.
   int Open(const char* name, const char* mode);
   void Close();
   bool is_open() const { return file_ != nullptr; }
@@ -139,13 +140,15 @@ class InputFile {
   std::string_view NextLineBeyondBlock();
   bool Fill();
   std::size_t ReadFrom(void* buffer, std::size_t bytes);
+  std::size_t ReadRaw(void* buffer, std::size_t bytes);
 
   std::FILE* file_ = nullptr;
   std::unique_ptr<char[]> block_;
   std::size_t capacity_ = 0;
   std::size_t begin_ = 0;  // first byte not consumed
   std::size_t end_ = 0;    // end of the bytes held
-  std::size_t readAtMost_ = 0;
+  bool waits_ = false;     // what is read is no file: reads take what is there, and an interrupt ends them
+  int putBack_ = EOF;      // a byte that was read to look at it
   bool ended_ = false;
   bool translates_ = false;  // carriage returns in front of line feeds are dropped
   std::int64_t consumed_ = 0;

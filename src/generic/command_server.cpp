@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "cmdline/parameters.h"
+#include "engine/get.h"
 #include "generic/pcf.h"
 #include "mq/reasons.h"
+#include "platform/interrupt.h"
 
 namespace {
 
@@ -73,14 +75,15 @@ class Question {
     return result;
   }
 
-  // Waits for the next reply, ten seconds at most. The buffer grows to a reply that is longer than it.
+  // Waits for the next reply, ten seconds at most and until an interrupt comes: then it is MQRC_NO_MSG_AVAILABLE. The
+  // buffer grows to a reply that is longer than it.
   CallResult GetReply() {
     CallResult result;
-    for (;;) {
+    for (MQLONG waited = 0;;) {
       MQMD descriptor;
       MQGMO options;
       options.Options = MQGMO_WAIT | MQGMO_NO_SYNCPOINT | MQGMO_FAIL_IF_QUIESCING | MQGMO_CONVERT;
-      options.WaitInterval = kReplyWait;
+      options.WaitInterval = kLongestWait;
       MQLONG bytes = 0;
       conn_.Api.MQGET(conn_.Hconn, replies_, &descriptor, &options, static_cast<MQLONG>(buffer_.size()), buffer_.data(),
                       &bytes, &result.Code, &result.Reason);
@@ -88,6 +91,10 @@ class Question {
       if (result.Reason == MQRC_TRUNCATED_MSG_FAILED && wanted > buffer_.size()) {
         buffer_.resize(wanted);
         continue;
+      }
+      if (result.Reason == MQRC_NO_MSG_AVAILABLE && InterruptSignal() == 0) {
+        waited += kLongestWait;
+        if (waited < kReplyWait) continue;
       }
       length_ = std::min(wanted, buffer_.size());
       return result;
@@ -200,6 +207,7 @@ MQLONG CanNotOpen(Parameters& run, const char* queue, const CallResult& result) 
 }
 
 MQLONG NoReply(Parameters& run, const CallResult& result) {
+  if (InterruptSignal() != 0) return 0;
   if (result.Reason == MQRC_NO_MSG_AVAILABLE) {
     PrintDiagnosticText(run, "No response from command server.\n");
   } else {
@@ -269,7 +277,9 @@ bool AskForSizes(Parameters& run, QMgrConn& conn, QueueElement& queue) {
   for (;;) {
     const CallResult got = question.GetReply();
     if (failed("MQGET", question.replyQueue(), got)) {
-      if (got.Reason == MQRC_NO_MSG_AVAILABLE) PrintDiagnosticText(run, "No response from command server.\n");
+      if (got.Reason == MQRC_NO_MSG_AVAILABLE && InterruptSignal() == 0) {
+        PrintDiagnosticText(run, "No response from command server.\n");
+      }
       return false;
     }
     PcfReply reply = question.reply();

@@ -12,7 +12,7 @@ struct Parameters;
 struct QueueElement;
 
 // Fills the run's queue list with the non-empty local queues that match the input queue names taken as patterns.
-// Returns 0 or a reason after printing why.
+// Returns 0 or a reason after printing why; 0 with a part of the queues when an interrupt came.
 MQLONG QueryQueueNames(Parameters& run);
 
 // Sets each queue's current and maximum file size (megabytes; as they were when unknown). Failures are reported and

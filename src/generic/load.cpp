@@ -10,6 +10,7 @@
 #include "generic/generic.h"
 #include "generic/queue_run.h"
 #include "mq/reasons.h"
+#include "platform/interrupt.h"
 
 namespace {
 
@@ -169,7 +170,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
   if (result != 0) {
     ReportQueueFailure(result, firstFailure);
   } else {
-    PrintOutput("%-6" PRId64 " Done.\n", put);
+    PrintOutput("%-6" PRId64 " %s\n", put, run.CutShort ? "Cut short." : "Done.");
   }
   CloseQueue(conn, run.OutputHobj);
   ShowMessageText(run);
@@ -199,7 +200,7 @@ MQLONG GenericLoad(Parameters& run) {
     const GenericQueueEntry& start = at->second;
     // A unit that could not even be backed out stays open on the connection: the next queue's commit would carry it
     // out.
-    if (OutputConn(run).UnitOpen) {
+    if (OutputConn(run).UnitOpen || InterruptSignal() != 0) {
       PrintDiagnostic(run, "The queues from '%s' on are not loaded.\n", start.QueueName.c_str());
       break;
     }

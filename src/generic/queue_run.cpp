@@ -33,7 +33,7 @@ MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_vie
 }
 
 bool AskTerminal(Parameters& run, std::string& answer) {
-  if (run.Screen.StdinIsTerminal) return ReadAnswer(answer, kAnswerLimit);
+  if (run.Screen.StdinIsTerminal) return ReadAnswer(run, answer, kAnswerLimit);
   PrintDiagnosticText(run, "No, because standard input is no terminal.\n");
   return false;
 }
@@ -50,6 +50,7 @@ bool Confirm(Parameters& run, const char* question) {
 void ResetForNextQueue(Parameters& run) {
   run.Finished = false;
   run.RolledBack = false;
+  run.CutShort = false;
   run.MessageText.clear();
   run.MessageIndex = -1;
   run.SelectedCount = 0;

@@ -13,6 +13,7 @@
 #include "generic/generic.h"
 #include "generic/queue_run.h"
 #include "mq/reasons.h"
+#include "platform/interrupt.h"
 
 namespace {
 
@@ -212,6 +213,8 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
     ReportQueueFailure(result, firstFailure);
   } else if (run.MsgsWritten == queue.Depth) {
     PrintOutput("Done.\n");
+  } else if (run.CutShort) {
+    PrintOutput("Cut short.\n");
   } else {
     PrintOutput(run.Has(FLAG_SELECTING | kIdentifierFlags) ? "Filtered.\n" : "Changing.\n");
   }
@@ -232,7 +235,7 @@ MQLONG GenericUnload(Parameters& run) {
   }
   MQLONG result = ParseGenericFileSpec(run, run.OutputFileName);
   if (result == 0) result = QueryQueueNames(run);
-  if (result != 0) return result;
+  if (result != 0 || InterruptSignal() != 0) return result;
   if (run.Generic.Queues.empty()) {
     ShowNothingFound(run);
     return 0;
@@ -246,8 +249,14 @@ MQLONG GenericUnload(Parameters& run) {
   Totals users;
   Totals systems;
   MQLONG firstFailure = 0;
-  for (const auto& [key, queue] : run.Generic.Queues) UnloadQueue(run, queue, users, systems, firstFailure);
-  if (deleteForeign && firstFailure == 0) firstFailure = DeleteForeignFiles(run);
+  for (const auto& [key, queue] : run.Generic.Queues) {
+    if (InterruptSignal() != 0) {
+      PrintDiagnostic(run, "The queues from '%s' on are not unloaded.\n", queue.QueueName.c_str());
+      break;
+    }
+    UnloadQueue(run, queue, users, systems, firstFailure);
+  }
+  if (deleteForeign && firstFailure == 0 && InterruptSignal() == 0) firstFailure = DeleteForeignFiles(run);
   // Nothing has left a queue, so it is soon enough when the new files' names reach the disk with the last of them.
   if (const int error = SyncEntries(run.Naming.Directory); error != 0) {
     const char* const directory = run.Naming.Directory.c_str();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cmdline/parameters.h"
+#include "engine/transfer.h"
 #include "logmode/log_reader.h"
 #include "logmode/log_records.h"
 
@@ -202,6 +203,7 @@ MQLONG EndOfLines(Parameters& run, MQLONG result) {
 MQLONG EndOfLog(Parameters& run, MQLONG result) {
   LogReader& log = *run.Log.Reader;
   run.Finished = true;
+  if (log.CutShort) return result;
   for (const std::uint32_t message : log.Pieces.UnusedAfter(log.PutRecords)) {
     PrintDiagnostic(run, "Extra message parts for message %d unused.\n", static_cast<int>(message));
   }
@@ -245,6 +247,7 @@ MQLONG PrepareLog(Parameters& run, bool& empty) {
     found = IsLogRecordLine(line);
     result = found ? TakeRecordLsn(run, line) : MQRC_FILE_SYSTEM_ERROR;
   }
+  if (run.Log.Reader->CutShort) return 0;
   if (result != 0) {
     PrintDiagnostic(run, "No MQ log records found.\n");
     if (run.Log.ReadingDumpFile) {
@@ -261,7 +264,12 @@ MQLONG ReadFromLog(Parameters& run, QueueElement*) {
   } catch (const std::bad_alloc&) {
     result = MQRCCF_NO_STORAGE;
   }
-  if (result != 0) EndLogReading(run);
+  if (run.Log.Reader->CutShort) {
+    run.MessageText.clear();
+    EndIfInterrupted(run);
+    result = 0;
+  }
+  if (result != 0 || run.CutShort) EndLogReading(run);
   return result;
 }
 

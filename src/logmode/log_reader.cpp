@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cinttypes>
 #include <utility>
 
 #include "cmdline/parameters.h"
+#include "platform/interrupt.h"
 
 namespace {
 
@@ -50,11 +52,14 @@ bool ContinuesDump(std::string_view line) {
 bool ReadLogLine(Parameters& run, std::string_view& line) {
   LogReader& log = *run.Log.Reader;
   while (log.Lines.Next(line)) {
+    // The line may be a part of one, and the formatter may have got the same signal.
+    if (InterruptSignal() != 0) break;
     ++run.Log.DumpLineNumber;
     if (--log.UntilProgress <= 0) ShowLogProgress(run);
     if (!line.starts_with("AMQ")) return true;
     if (!IsRoutineMessage(line)) PrintDiagnosticText(run, std::string(line) + '\n');
   }
+  log.CutShort = InterruptSignal() != 0 && (log.Lines.error() == 0 || log.Lines.error() == EINTR);
   return false;
 }
 

@@ -28,6 +28,7 @@ struct LogReader {
   LogPieces Pieces;                       // parts that wait for their message
   bool PartsSinceMessage = false;         // a part record was read since the last message was returned
   bool Truncated = false;                 // the dump ends where a record should go on
+  bool CutShort = false;                  // an interrupt came before the end of the dump
   bool Ended = false;                     // the progress line has been ended
 };
 
@@ -38,8 +39,8 @@ inline std::string_view ValueOf(std::string_view line) {
   return line.size() > kValueColumn ? line.substr(kValueColumn) : std::string_view();
 }
 
-// The next line of the dump; false at its end. The formatter's own messages are shown, or dropped when they only tell
-// what it does.
+// The next line of the dump; false at its end, or once there is an interrupt. The formatter's own messages are shown,
+// or dropped when they only tell what it does.
 bool ReadLogLine(Parameters& run, std::string_view& line);
 // Lets the next ReadLogLine return this line again.
 void UnreadLogLine(Parameters& run);

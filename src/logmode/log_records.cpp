@@ -106,7 +106,7 @@ MQLONG ReadRecordHeader(Parameters& run, LogRecordKind kind, RecordHeader& heade
     }
   }
   if (!prevLsnSeen) return BrokenDump(run, MQRC_FORMAT_ERROR);
-  if (cutOff) PrintDiagnostic(run, "The dump ends inside a log record.\n");
+  if (cutOff && !run.Log.Reader->CutShort) PrintDiagnostic(run, "The dump ends inside a log record.\n");
   return 0;
 }
 

@@ -10,6 +10,7 @@
 #include "mq/destinations.h"
 #include "mq/option_behind.h"
 #include "mq/reasons.h"
+#include "platform/interrupt.h"
 #include "platform/terminal.h"
 
 namespace {
@@ -55,7 +56,8 @@ void InquireQMgr(Parameters& run, QMgrConn& conn) {
   Trace(run, conn, "MQCLOSE", reason);
 }
 
-// Reads a password from the console without showing it. False, after printing why, when there is no console.
+// Reads a password from the console without showing it. False when there is no console, after printing why, or when an
+// interrupt came instead.
 bool PromptPassword(Parameters& run, QMgrConn& conn) {
   if (!StdinIsTerminal()) {
     PrintDiagnostic(run, "Password prompt not supported for non-stdin file\n");
@@ -87,7 +89,8 @@ bool PromptPassword(Parameters& run, QMgrConn& conn) {
   }
   std::fputc('\n', stdout);
   std::fflush(stdout);
-  return true;
+  run.Screen.AnswerInterrupted = InterruptSignal() != 0;
+  return !run.Screen.AnswerInterrupted;
 }
 
 // The security parameters for the user of `conn`; its texts belong to `conn`.

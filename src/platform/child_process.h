@@ -25,7 +25,8 @@ class ChildProcess {
   // Starts `program` with the arguments of `commandLine` (its first word is the name the program sees). Where the
   // system takes an argument vector, the command line is split at blanks; a part in double quotes stays together.
   Failure Start(const std::string& program, const std::string& commandLine);
-  // Reads what is there, at most `bytes`, waiting for at least one byte. 0 means that the pipe has ended.
+  // Reads what is there, at most `bytes`, waiting for at least one byte. 0 means that the pipe has ended, or
+  // that an interrupt came first.
   std::size_t Read(char* buffer, std::size_t bytes);
   // How the child ended, whose output has: its exit code, or 128 and the number of the signal that ended it. 0 also
   // when it goes on for a second after its output.

@@ -20,8 +20,8 @@ class SecretInput {
   SecretInput& operator=(const SecretInput&) = delete;
   // False when standard input cannot be used as a console.
   bool usable() const { return saved_ != nullptr; }
-  // The next character, or -1 when the read fails or the input has ended. Whatever key erases a character on this
-  // terminal reads as '\b'.
+  // The next character, or -1 when the read fails, is interrupted or the input has ended. Whatever key erases a
+  // character on this terminal reads as '\b'.
   int Read();
 
  private:

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/posix/wait_to_read.h"
 #include "platform/system.h"
 
 extern char** environ;
@@ -99,9 +100,6 @@ int ChildProcess::ExitCode() {
 }
 
 std::size_t ChildProcess::Read(char* buffer, std::size_t bytes) {
-  ssize_t n = 0;
-  do {
-    n = read(static_cast<int>(pipe_), buffer, bytes);
-  } while (n < 0 && errno == EINTR);
+  const std::ptrdiff_t n = ReadUnlessInterrupted(static_cast<int>(pipe_), buffer, bytes);
   return n > 0 ? static_cast<std::size_t>(n) : 0;
 }

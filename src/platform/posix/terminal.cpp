@@ -7,6 +7,8 @@
 #include <csignal>
 #include <cstdio>
 
+#include "platform/interrupt.h"
+
 bool StdinIsTerminal() { return isatty(STDIN_FILENO) != 0; }
 bool StdoutIsTerminal() { return isatty(STDOUT_FILENO) != 0; }
 bool StderrIsTerminal() { return isatty(STDERR_FILENO) != 0; }
@@ -38,13 +40,14 @@ SecretInput::~SecretInput() {
 int SecretInput::Read() {
   // Past the buffer of the stream, which would keep what was typed.
   unsigned char c = 0;
-  if (saved_ == nullptr || read(STDIN_FILENO, &c, 1) != 1) return -1;
+  if (saved_ == nullptr || ReadUnlessInterrupted(stdin, &c, 1) != 1) return -1;
   const cc_t* keys = saved_->Mode.c_cc;
   if (c == keys[VERASE] || c == 0x7F) return '\b';
   if (c == keys[VEOF]) return -1;
   if (c == keys[VINTR] || c == keys[VQUIT]) {
     tcsetattr(STDIN_FILENO, TCSADRAIN, &saved_->Mode);
     std::raise(c == keys[VINTR] ? SIGINT : SIGQUIT);
+    return -1;
   }
   return c;
 }

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "platform/system.h"
+#include "platform/win32/wait_to_read.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ std::size_t ChildProcess::Read(char* buffer, std::size_t bytes) {
   DWORD n = 0;
   // A write of no bytes completes a read without ending the pipe.
   do {
-    if (!ReadFile(AsHandle(pipe_), buffer, limit, &n, nullptr)) return 0;
+    if (!WaitToRead(AsHandle(pipe_)) || !ReadFile(AsHandle(pipe_), buffer, limit, &n, nullptr)) return 0;
   } while (n == 0 && limit > 0);
   return n;
 }
