@@ -66,31 +66,38 @@ void RestoreOldFiles(OutputChanges& changes) {
   changes.SetAside.clear();
 }
 
-void TellNotCut(Parameters& run, const ChangedFile& file, int error) {
+bool NotCut(Parameters& run, const ChangedFile& file, int error) {
   const std::string text =
-      FormatText("Can not cut file '%s' back: its messages behind byte %" PRId64 " are still on their queue",
+      FormatText("Can not cut file '%s' back: what this run has written behind byte %" PRId64 " is still on its queue",
                  file.Path.c_str(), std::max(file.Length, std::int64_t{0}));
   PrintDiagnostic(run, "%s\n", WithCause(text, error).c_str());
+  return false;
 }
 
-// Cuts the current output file, however it may be called by now.
-void CutOpenFile(Parameters& run, const ChangedFile& file) {
-  OutputFile& out = run.Writer.Out;
+// Cuts the current output file, however it may be called by now. Answers whether that could be done.
+bool CutOpenFile(Parameters& run, const ChangedFile& file) {
+  WriterState& writer = run.Writer;
+  writer.Out.Drop();
   // What others have appended meanwhile is not ours to cut off.
-  const bool othersToo = file.Shared && out.Size() > file.Length + out.offered() - file.OfferedBefore;
-  const int error = othersToo ? 0 : out.CutBack(std::max(file.Length, std::int64_t{0}));
-  if (othersToo || error != 0) TellNotCut(run, file, error);
-  out.Close(true);
+  const std::int64_t own = writer.Out.offered() - file.OfferedBefore;
+  const bool othersToo = file.Shared && own != 0 && writer.Out.Size() > file.Length + own;
+  const bool cut = !othersToo && (own != 0 || !file.Shared);
+  const int error = !cut ? 0 : writer.Out.CutBack(std::max(file.Length, std::int64_t{0}));
+  writer.Out.Close(true);
+  if (!othersToo && error == 0) return true;
+  run.MsgsWritten -= writer.HeldMsgs;  // they were dropped
+  run.BytesWritten -= writer.HeldBytes;
+  return NotCut(run, file, error);
 }
 
-void CutClosedFile(Parameters& run, const ChangedFile& file) {
-  if (IdentityOf(file.Path) != file.Identity) return TellNotCut(run, file, ENOENT);
+bool CutClosedFile(Parameters& run, const ChangedFile& file) {
+  if (IdentityOf(file.Path) != file.Identity) return NotCut(run, file, ENOENT);
   const OpenedForWriting opened = OpenForWriting(file.Path, true, true);
-  if (opened.File == nullptr) return TellNotCut(run, file, errno);
+  if (opened.File == nullptr) return NotCut(run, file, errno);
   int error = SetFileSize(opened.File, file.Length);
   if (error == 0) error = SyncToDisk(opened.File);
   std::fclose(opened.File);
-  if (error != 0) TellNotCut(run, file, error);
+  return error == 0 || NotCut(run, file, error);
 }
 
 void RemoveNewFile(const ChangedFile& file) {
@@ -138,12 +145,13 @@ void TakeBack(Parameters& run) {
   if (changes.Files.empty()) return;
   Uncounting counts(run);
   for (auto file = changes.Files.rbegin(); file != changes.Files.rend(); ++file) {
-    counts.Pass(*file, true);
+    bool gone = true;
     if (std::exchange(changes.LastIsOpen, false)) {
-      CutOpenFile(run, *file);
+      gone = CutOpenFile(run, *file);
     } else if (file->Length != kNewFile) {
-      CutClosedFile(run, *file);
+      gone = CutClosedFile(run, *file);
     }
+    counts.Pass(*file, gone);
     if (file->Length != kNewFile) continue;
     RemoveNewFile(*file);
     --run.FilesWritten;

@@ -136,10 +136,9 @@ int OutputFile::Flush(bool toDisk) {
   return error_;
 }
 
-int OutputFile::CutBack(std::int64_t bytes) {
+void OutputFile::Drop() {
   used_ = 0;
   error_ = 0;
-  return SetFileSize(file_, bytes);
 }
 
 int OutputFile::Close(bool toDisk) {

@@ -58,8 +58,10 @@ class OutputFile {
   // Flushes and closes. Returns 0, or errno of the first failure since the file was opened.
   int Close(bool toDisk);
   int error() const { return error_; }
-  // Forgets what is not written yet, and any failure, and cuts the file. Returns 0, or errno; to be closed then.
-  int CutBack(std::int64_t bytes);
+  // For a file that is given up: forgets what is not written yet, and any failure.
+  void Drop();
+  // Cuts the file, which is to be closed then. Returns 0, or errno.
+  int CutBack(std::int64_t bytes) { return SetFileSize(file_, bytes); }
 
  private:
   bool WriteBlock();
