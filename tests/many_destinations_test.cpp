@@ -88,7 +88,7 @@ TEST_F(ManyDestinations, OneThatFailsLaterFailsTheMessage) {
     Fill(5);
     const auto outcome = Tarvo(Joined({"-mQM1", "-IIN", "-oA", "-oB", "-oC"}, c.Options));
     EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_Q_FULL)) << outcome.Err;
-    EXPECT_EQ(Occurrences(outcome.Err, "MQPUT(B) failed RC(2053) Queue full\n"), 1) << outcome.Err;
+    EXPECT_EQ(Occurrences(outcome.Err, "MQPUT(B) failed RC(2053) Queue full"), 1) << outcome.Err;
     EXPECT_EQ(Depths(), c.Depths);
     EXPECT_NE(outcome.Err.find(std::string("Written - Files:   0  ") + c.Written), std::string::npos) << outcome.Err;
     EXPECT_EQ(outcome.Err.find("Operation rolled back") != std::string::npos, c.Completed != nullptr);
