@@ -195,7 +195,7 @@ TEST_F(SeveralInputs, BetweenTwoQueueManagersAtMostOneUnitIsOnBoth) {
 
 TEST_F(SeveralInputs, AnOutputFileOfAnAgeIsClosedInBetween) {
   Fill(1, 1);
-  const auto outcome = Tarvo({"-mQM1", "-iA", "-iB", "-fpart%n", "-La1s", "-w2"});
+  const auto outcome = Tarvo({"-mQM1", "-iA", "-iB", "-fpart%n", "-La3s", "-w4"});
   EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
   EXPECT_EQ(Occurrences(ReadText("part1"), "A RPT"), 2);
 }
