@@ -1,5 +1,5 @@
-// Outputs that take no more: a full disk, a limit on the file's size, a closed pipe. A failed write never ends with
-// success, nor with the queue emptied.
+// Outputs that take no more: a full disk, a limit on the file's size, a closed pipe; and standard streams that are
+// files of the run. A failed write never ends with success, nor with the queue emptied.
 
 #include "preload_posix.h"
 
@@ -120,6 +120,26 @@ TEST_F(FullDisk, StandardOutputThatTakesNothingIsAFailureAndKeepsTheQueue) {
     EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR)) << outcome.Err;
     EXPECT_EQ(queues.Depth("Q1"), 2000);
   }
+}
+
+// Standard input and output may be files too, which then have one more name.
+TEST_F(FullDisk, AStandardStreamIsNoOtherFileThanItsOwn) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 5);
+  ASSERT_EQ(Tarvo({"-q", "-mQM1", "-iQ1", "-fin"}).Exit, 0);
+  std::filesystem::create_hard_link(Path("in"), Path("link"));
+  const std::string before = ReadText("in");
+  const std::vector<std::string> cases[] = {
+      {"-fin -fstdout >>in", "Output file 'stdout' is an input file of this run\n"},
+      {"-mQM1 -iQ1 -Flink <in", "Output file 'link' is an input file of this run\n"},
+      {"-mQM1 -iQ1 -Flink -aa >>in", "File 'link' already exists.\n"}};
+  for (const auto& c : cases) {
+    const auto outcome = Shell("tarvo " + c[0]);
+    EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR)) << c[0];
+    EXPECT_NE(outcome.Err.find(c[1]), std::string::npos) << c[0] << outcome.Err;
+    EXPECT_EQ(ReadText("in"), before);
+  }
+  EXPECT_EQ(queues.Depth("Q1"), 5);
 }
 
 }  // namespace
