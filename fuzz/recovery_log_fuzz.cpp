@@ -24,6 +24,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ++messages;
   }
   EndLogReading(run);
-  Require(messages <= run.Log.Reader->WantedPuts && run.Screen.InPlaceShown == 0);
+  Require(messages <= run.Log.Reader->WantedPuts && !run.Screen.StandsInPlace());
   return 0;
 }

@@ -17,9 +17,9 @@ enum class Pause { None, GoOn, HelpAsked };
 // Waits for the user when a page is full; the last rows of a page stay free for the prompt and the answer.
 Pause PauseAtPageEnd(Parameters& run) {
   if (run.Screen.LinesShown < run.Screen.PageLength - 3) return Pause::None;
-  PrintDiagnostic(run, "More <Press Enter>...\n");
+  run.Screen.Print("More <Press Enter>...\n");
   std::string answer;
-  ReadAnswer(run, answer, kPauseAnswer);
+  run.Screen.ReadAnswer(answer, kPauseAnswer);
   run.Screen.LinesShown = 0;
   return answer.find('?') == std::string::npos ? Pause::GoOn : Pause::HelpAsked;
 }
@@ -27,7 +27,7 @@ Pause PauseAtPageEnd(Parameters& run) {
 // Returns false when the user asked for help instead of the next line, or has enough.
 bool ShowHelpLine(Parameters& run, const HelpLine& line) {
   if (PauseAtPageEnd(run) == Pause::HelpAsked || run.Screen.AnswerInterrupted) return false;
-  PrintDiagnosticText(run, line.Text);
+  run.Screen.PrintText(line.Text);
   ++run.Screen.LinesShown;
   return true;
 }
@@ -54,7 +54,7 @@ bool SameOption(std::size_t a, std::size_t b) { return HelpLines[a].Key != 0 && 
 
 void ShowBanner(Parameters& run) {
   if (run.Screen.BannerShown || run.Screen.Quiet) return;
-  PrintDiagnostic(run, "Queue Load/Unload Utility for IBM MQ\n  Version V%s Build date:%s\n\n", kVersion, __DATE__);
+  run.Screen.Print("Queue Load/Unload Utility for IBM MQ\n  Version V%s Build date:%s\n\n", kVersion, __DATE__);
   run.Screen.LinesShown += 3;
   run.Screen.BannerShown = true;
 }
@@ -89,7 +89,7 @@ void ShowHelpTopic(Parameters& run, std::string_view topic) {
     i = row;
   }
   if (!found) {
-    PrintDiagnostic(run, "Options relating to '%.*s' not found\n", static_cast<int>(topic.size()), topic.data());
+    run.Screen.Print("Options relating to '%.*s' not found\n", static_cast<int>(topic.size()), topic.data());
     ++run.Screen.LinesShown;
   }
 }
@@ -101,10 +101,10 @@ void HelpPrompt(Parameters& run) {
     const Pause pause = PauseAtPageEnd(run);
     if (run.Screen.AnswerInterrupted) return;
     if (pause != Pause::HelpAsked) {
-      PrintDiagnostic(run, "Help - Enter topic:\n");
+      run.Screen.Print("Help - Enter topic:\n");
       ++run.Screen.LinesShown;
     }
-    if (!ReadAnswer(run, topic, kTopicAnswer) || topic.empty()) return;
+    if (!run.Screen.ReadAnswer(topic, kTopicAnswer) || topic.empty()) return;
     run.Screen.LinesShown = 0;
     ShowHelpTopic(run, topic);
   }

@@ -34,9 +34,9 @@ bool MayEmpty(Parameters& run) {
     if (!names.empty()) names += ", ";
     names += queue.QueueName.view();
   }
-  PrintDiagnostic(run, "The messages of '%s' will be removed and go nowhere. Continue? (y/n)\n", names.c_str());
+  run.Screen.Print("The messages of '%s' will be removed and go nowhere. Continue? (y/n)\n", names.c_str());
   std::string answer;
-  return ReadAnswer(run, answer, kConfirmationAnswer) && answer.starts_with('y');
+  return run.Screen.ReadAnswer(answer, kConfirmationAnswer) && answer.starts_with('y');
 }
 
 MQLONG OpenOptions(const Parameters& run) {
@@ -72,17 +72,17 @@ MQLONG OpenInputQueue(Parameters& run, QueueElement& queue, MQLONG& options) {
     if (code == MQCC_FAILED && reason == MQRC_NOT_AUTHORIZED && (options & MQOO_INQUIRE) != 0) {
       run.Flags2 |= FLAG2_NO_BACKOUT;
       options &= ~MQOO_INQUIRE;
-      PrintDiagnostic(run,
-                      "Cannot open queue '%s' for inquire. Backout requeue processing is disabled, TARVO will "
-                      "continue.\n",
-                      queue.QueueName.c_str());
+      run.Screen.Print(
+          "Cannot open queue '%s' for inquire. Backout requeue processing is disabled, TARVO will "
+          "continue.\n",
+          queue.QueueName.c_str());
       continue;
     }
     if (code == MQCC_FAILED) {
       ReportFailedCall(run, MqStep::OpenInput, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
       return reason;
     }
-    if (TracesCalls(run)) ReportMqCall(run, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
+    if (TracesCalls(run)) ReportMqCall(run.Screen, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
     queue.LocalName.Assign(NameInField(descriptor.ResolvedQName, sizeof descriptor.ResolvedQName));
     return 0;
   }
@@ -98,7 +98,7 @@ void InquireInputQueue(Parameters& run, QueueElement& queue) {
   conn.Api.MQINQ(conn.Hconn, queue.Hobj, static_cast<MQLONG>(std::size(selectors)), selectors,
                  static_cast<MQLONG>(std::size(integers)), integers, sizeof queue.BackoutQueueName,
                  queue.BackoutQueueName, &code, &reason);
-  if (reason != 0 || TracesCalls(run)) ReportMqCall(run, "MQINQ", conn.QMgrName, queue.QueueName, reason);
+  if (reason != 0 || TracesCalls(run)) ReportMqCall(run.Screen, "MQINQ", conn.QMgrName, queue.QueueName, reason);
 
   const char first = queue.BackoutQueueName[0];
   const bool hasBackoutQueue = first != ' ' && first != '\0' && first != '*';
@@ -113,7 +113,7 @@ MQLONG CreateElements(Parameters& run) {
   try {
     list.Elements.resize(list.Entries.size());
   } catch (const std::bad_alloc&) {
-    PrintDiagnostic(run, "Can not allocate queue element array. Max queues = %d\n", list.Count());
+    run.Screen.Print("Can not allocate queue element array. Max queues = %d\n", list.Count());
     return MQRC_STORAGE_NOT_AVAILABLE;
   }
   for (std::size_t i = 0; i < list.Entries.size(); ++i) {
@@ -128,7 +128,7 @@ MQLONG CreateElements(Parameters& run) {
 MQLONG OpenInputQueues(Parameters& run) {
   DecideBrowseFirst(run);
   if (run.Has(FLAG_CTX_PASS_ALL | FLAG_CTX_PASS_IDENTITY) && !run.Has(FLAG_GET)) {
-    PrintDiagnostic(run, "To pass context you must GET the source message not browse\n");
+    run.Screen.Print("To pass context you must GET the source message not browse\n");
     return MQRC_CONTEXT_NOT_AVAILABLE;
   }
   if (const MQLONG reason = CreateElements(run); reason != 0) return reason;

@@ -3,8 +3,8 @@
 #include "cmdline/parameters.h"
 
 bool RefuseArgument(OptionScan& scan, std::string_view argument) {
-  PrintDiagnostic(scan.run, "Invalid -%c parameter '%.*s'\n", scan.Letter, static_cast<int>(argument.size()),
-                  argument.data());
+  scan.run.Screen.Print("Invalid -%c parameter '%.*s'\n", scan.Letter, static_cast<int>(argument.size()),
+                        argument.data());
   return false;
 }
 
@@ -25,7 +25,7 @@ bool ApplyLetter(Parameters& run, const LetterBits* table, char letter) {
 
 bool CheckColon(OptionScan& scan, std::string_view argument) {
   if (argument.size() >= 2 && argument[1] == ':') return true;
-  PrintDiagnostic(scan.run, "':' missing as second character in parameter '-%c %.*s'\n", scan.Letter,
-                  static_cast<int>(argument.size()), argument.data());
+  scan.run.Screen.Print("':' missing as second character in parameter '-%c %.*s'\n", scan.Letter,
+                        static_cast<int>(argument.size()), argument.data());
   return false;
 }

@@ -42,11 +42,11 @@ bool StoreWidth(OptionScan& scan, const char* argument, const char*& at) {
 bool HandleFile(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   if (!run.OutputFileName.empty()) {
-    PrintDiagnostic(run, "Sorry, you can only specify one input and one output file\n");
+    run.Screen.Print("Sorry, you can only specify one input and one output file\n");
     return false;
   }
   if (argument[0] == '\0') {
-    PrintDiagnostic(run, "No file was named in parameter '-%c %s'\n", scan.Letter, argument);
+    run.Screen.Print("No file was named in parameter '-%c %s'\n", scan.Letter, argument);
     return false;
   }
   (run.InputFileName.empty() ? run.InputFileName : run.OutputFileName).Assign(argument);
@@ -81,7 +81,7 @@ bool HandleDisplay(OptionScan& scan, const char* argument) {
   const std::string_view letters = argument;
   const auto has = [letters](char letter) { return letters.find(letter) != std::string_view::npos ? 1 : 0; };
   if (has('A') + has('p') + has('t') > 1) {
-    PrintDiagnostic(run, "Please enter only one display option, 'A', 'p' or 't'\n");
+    run.Screen.Print("Please enter only one display option, 'A', 'p' or 't'\n");
     return false;
   }
   for (const char* at = argument; *at != '\0';) {
@@ -90,14 +90,14 @@ bool HandleDisplay(OptionScan& scan, const char* argument) {
       if (!StoreWidth(scan, argument, at)) return false;
     } else if (letter == 'x') {
       if (std::strncmp(at, "test", 4) != 0) {
-        PrintDiagnostic(run, "I did not understand display parameter\n\n");
+        run.Screen.Print("I did not understand display parameter\n\n");
         ShowOptionHelp(run, scan.Letter);
         return false;
       }
       at += 4;
       scan.SelfTest = true;
     } else if (!ApplyLetter(run, kDisplayLetters, letter)) {
-      PrintDiagnostic(run, "I did not understand your display parameter '%c'\n\n", letter);
+      run.Screen.Print("I did not understand your display parameter '%c'\n\n", letter);
       ShowOptionHelp(run, scan.Letter);
       return false;
     } else if (letter == 's' && *at == '-') {

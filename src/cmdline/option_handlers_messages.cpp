@@ -31,7 +31,7 @@ bool OverrideMessageType(Parameters& run, const char* name) {
     run.OverrideMask |= OVERRIDE_MSG_TYPE;
     return true;
   }
-  PrintDiagnostic(run, "Unrecognised -At: parameter '%s'\n", name);
+  run.Screen.Print("Unrecognised -At: parameter '%s'\n", name);
   return false;
 }
 
@@ -83,7 +83,7 @@ bool HandleOverride(OptionScan& scan, const char* argument) {
     case 't':
       return OverrideMessageType(run, value);
     default:
-      PrintDiagnostic(run, "Unrecognised 'A' flag '%c'\n", argument[0]);
+      run.Screen.Print("Unrecognised 'A' flag '%c'\n", argument[0]);
       return false;
   }
 }
@@ -107,8 +107,8 @@ bool HandleContext(OptionScan& scan, const char* argument) {
   const bool single = argument[0] == '\0' || argument[1] == '\0';
   run.Flags &= ~kContextFlags;
   if (single && argument[0] != '\0' && ApplyLetter(run, kContextLetters, argument[0])) return true;
-  PrintDiagnosticText(run, single ? "I did not understand your context parameter\n\n"
-                                  : "The context parameter can only be a single letter\n\n");
+  run.Screen.PrintText(single ? "I did not understand your context parameter\n\n"
+                              : "The context parameter can only be a single letter\n\n");
   ShowOptionHelp(run, scan.Letter);
   return false;
 }

@@ -18,7 +18,7 @@ bool AddFirstOutput(Parameters& run, const char* argument) {
   if (!SplitQueueName(run, run.QueueSeparator, argument, names, ListKind::Output)) return false;
   if (names.NamedFile) return true;
   if (names.Queue[0] == '\0') {
-    PrintDiagnostic(run, "The Queue name part of destination '%s' is missing.\n", argument);
+    run.Screen.Print("The Queue name part of destination '%s' is missing.\n", argument);
     return false;
   }
   run.OutputQMgrName.Assign(TextInField(names.QMgr, sizeof names.QMgr));
@@ -27,12 +27,12 @@ bool AddFirstOutput(Parameters& run, const char* argument) {
 }
 
 bool Refuse(Parameters& run, std::string_view text) {
-  PrintDiagnosticText(run, text);
+  run.Screen.PrintText(text);
   return false;
 }
 
 bool RefuseSecond(OptionScan& scan) {
-  PrintDiagnostic(scan.run, "-%c parameter specifified more than once for the same Queue Manaager\n", scan.Letter);
+  scan.run.Screen.Print("-%c parameter specifified more than once for the same Queue Manaager\n", scan.Letter);
   return false;
 }
 

@@ -62,7 +62,7 @@ bool HandleGeneral(OptionScan& scan, const char* argument) {
       ShowMachineInformation(run);
       return false;
     } else if (!ApplyLetter(run, kGeneralLetters, letter)) {
-      PrintDiagnostic(run, "I did not understand your options parameter '%c'\n\n", letter);
+      run.Screen.Print("I did not understand your options parameter '%c'\n\n", letter);
       ShowOptionHelp(run, scan.Letter);
       return false;
     }
@@ -97,11 +97,11 @@ bool HandleVerbose(OptionScan& scan, const char* argument) {
         if (!StoreInterval(scan, argument, at, run.StatusEverySecs)) return false;
         break;
       case '!':
-        PrintDiagnostic(run, "sizeof(MQLONG) '%d'\nsizeof(char *) '%d'\n", static_cast<int>(sizeof(MQLONG)),
-                        static_cast<int>(sizeof(char*)));
+        run.Screen.Print("sizeof(MQLONG) '%d'\nsizeof(char *) '%d'\n", static_cast<int>(sizeof(MQLONG)),
+                         static_cast<int>(sizeof(char*)));
         break;
       default:
-        PrintDiagnostic(run, "Unrecognised verbose option '%c'\n", letter);
+        run.Screen.Print("Unrecognised verbose option '%c'\n", letter);
         ShowOptionHelp(run, scan.Letter);
         return false;
     }
@@ -118,8 +118,8 @@ bool HandleDebug(OptionScan& scan, const char* argument) {
   if (has('T')) {
     run.Debug |= DEBUG_TIME_TEST;
     const std::int64_t now = run.StartTime;
-    PrintDiagnostic(run, "Current Time:%" PRId64 "\n", now);
-    PrintDiagnostic(run, "Local Time  :%s\n", LocalTimeText(now).c_str());
+    run.Screen.Print("Current Time:%" PRId64 "\n", now);
+    run.Screen.Print("Local Time  :%s\n", LocalTimeText(now).c_str());
     ShowExampleDates(run, "20141225");
     ShowExampleDates(run, "20150625");
   }

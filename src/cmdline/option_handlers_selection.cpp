@@ -54,23 +54,23 @@ bool AddSearchString(OptionScan& scan, const SearchKind& kind, const char* argum
   SearchString* const end = entry + kSearchStrings;
   while (entry != end && entry->Length != 0) ++entry;
   if (entry == end) {
-    PrintDiagnostic(run, "Sorry, you can only specify %d %s search strings\n", kSearchStrings, kind.Name);
+    run.Screen.Print("Sorry, you can only specify %d %s search strings\n", kSearchStrings, kind.Name);
     return false;
   }
   const std::size_t longest = isHex ? kMostBytes * 2 : kMostBytes;
   if (text.size() > longest) {
-    PrintDiagnostic(run, "Sorry the %ssearch string is limited to %d characters\n", kind.LimitedName,
-                    static_cast<int>(longest));
+    run.Screen.Print("Sorry the %ssearch string is limited to %d characters\n", kind.LimitedName,
+                     static_cast<int>(longest));
     return false;
   }
   if (isHex && !IsHex(text)) {
-    PrintDiagnostic(run, "Sorry the %shex search string does not appear to be hex\n", kind.NoHexName);
+    run.Screen.Print("Sorry the %shex search string does not appear to be hex\n", kind.NoHexName);
     return false;
   }
   // A criterion without a byte would be met by every message.
   const std::size_t bytes = isHex ? text.size() / 2 : text.size();
   if (bytes == 0) {
-    PrintDiagnostic(run, "Sorry the search string must not be empty\n");
+    run.Screen.Print("Sorry the search string must not be empty\n");
     return false;
   }
   for (std::size_t i = 0; i < bytes; ++i) {
@@ -111,7 +111,7 @@ const IdentifierKind* FindIdentifier(char letter) {
 bool ReadHexIdentifier(Parameters& run, std::string_view text, MQBYTE24& identifier) {
   const std::string_view digits = text.substr(0, 2 * sizeof(MQBYTE24));
   if (digits.size() < 2 || !IsHex(digits)) {
-    PrintDiagnostic(run, "Sorry the hex identifier does not appear to be hex\n");
+    run.Screen.Print("Sorry the hex identifier does not appear to be hex\n");
     return false;
   }
   bool isNone = true;
@@ -120,7 +120,7 @@ bool ReadHexIdentifier(Parameters& run, std::string_view text, MQBYTE24& identif
     identifier[i] = HexByte(digits, i);
     isNone = isNone && identifier[i] == 0;
   }
-  if (isNone) PrintDiagnostic(run, "Sorry the hex identifier must not be all zeros\n");
+  if (isNone) run.Screen.Print("Sorry the hex identifier must not be all zeros\n");
   return !isNone;
 }
 
@@ -168,9 +168,9 @@ bool HandleIdentifier(OptionScan& scan, const char* argument) {
   const IdentifierKind* kind = FindIdentifier(letter);
   if (kind == nullptr) {
     if (isHex) {
-      PrintDiagnostic(run, "Unrecognised 'g' flag '%c', please specify 'm','c' or 'g'\n", letter);
+      run.Screen.Print("Unrecognised 'g' flag '%c', please specify 'm','c' or 'g'\n", letter);
     } else {
-      PrintDiagnostic(run, "Unrecognised 'g' flag '%c', please specify 'm',c','g' or 'x'\n", letter);
+      run.Screen.Print("Unrecognised 'g' flag '%c', please specify 'm',c','g' or 'x'\n", letter);
     }
     return false;
   }
@@ -209,7 +209,7 @@ bool HandleGetFilter(OptionScan& scan, const char* argument) {
       return true;
     }
     default:
-      PrintDiagnostic(run, "Unrecognised 'G' flag '%c'\n", argument[0]);
+      run.Screen.Print("Unrecognised 'G' flag '%c'\n", argument[0]);
       return false;
   }
 }
@@ -237,7 +237,7 @@ bool HandleRange(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   run.Flags |= FLAG_SELECTING;
   if (ReadRange(argument, run.RangeStart, run.RangeEnd)) return true;
-  PrintDiagnostic(run, "Invalid message range parameter '%s'\n", argument);
+  run.Screen.Print("Invalid message range parameter '%s'\n", argument);
   return false;
 }
 

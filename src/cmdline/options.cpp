@@ -173,7 +173,7 @@ void EchoArguments(int argc, char** argv) {
 }
 
 bool RefuseLetter(Parameters& run, char letter) {
-  if (letter != kHelpLetter) PrintDiagnostic(run, "-%c is not a valid parameter.\n\n", letter);
+  if (letter != kHelpLetter) run.Screen.Print("-%c is not a valid parameter.\n\n", letter);
   ShowFullUsage(run);
   return false;
 }
@@ -214,7 +214,7 @@ void DropIfEmpty(std::unique_ptr<QueueList>& list) {
 void FinishScan(OptionScan& scan) {
   Parameters& run = scan.run;
   ShowBanner(run);
-  if ((run.Debug & DEBUG_WORD_SIZE) != 0) PrintDiagnostic(run, "%dBit %s\n", 64, "LittleEndian");
+  if ((run.Debug & DEBUG_WORD_SIZE) != 0) run.Screen.Print("%dBit %s\n", 64, "LittleEndian");
   DropIfEmpty(run.InputList);
   DropIfEmpty(run.OutputList);
   if (scan.SelfTest) RunFileFormatTest(run);
@@ -236,7 +236,7 @@ ParseOutcome ParseOptions(Parameters& run, int argc, char** argv, PathStyle styl
     if (!ScanOption(scan, cursor, letter)) return {false, MQRC_OPTIONS_ERROR};
   }
   if (const char* leftOver = cursor.LeftOver()) {
-    PrintDiagnostic(run, "Unexpected argument '%s'\n\n", leftOver);
+    run.Screen.Print("Unexpected argument '%s'\n\n", leftOver);
     ShowShortUsage(run);
     return {false, MQRC_OPTIONS_ERROR};
   }

@@ -39,7 +39,7 @@ void ShowTotals(Parameters& run) {
 void ShowCompleted(Parameters& run) {
   const Totals totals = {run.MsgsRead - run.UowMsgsRead, run.BytesRead - run.UowBytesRead,
                          run.MsgsWritten - run.UowMsgsWritten, run.BytesWritten - run.UowBytesWritten};
-  PrintDiagnostic(run, "\nOperation rolled back, completed operations as follows:\n");
+  run.Screen.Print("\nOperation rolled back, completed operations as follows:\n");
   ShowRead(run, totals);
   if (HasOutput(run)) ShowWritten(run, totals);
 }
@@ -47,7 +47,7 @@ void ShowCompleted(Parameters& run) {
 }  // namespace
 
 void ShowOutcome(Parameters& run, const Outcome& outcome) {
-  if (!run.MessageText.empty()) PrintDiagnostic(run, "%s\n", run.MessageText.c_str());
+  if (!run.MessageText.empty()) run.Screen.Print("%s\n", run.MessageText.c_str());
   if (outcome.SkipReport) return;
   if (run.Has(FLAG_QUIET)) {
     if (run.Has2(FLAG2_COUNT)) PrintOutput("%" PRId64, run.MsgsWritten);

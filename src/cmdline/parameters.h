@@ -10,6 +10,7 @@
 #include <string>
 
 #include "common/console.h"
+#include "common/result.h"
 #include "common/text.h"
 #include "engine/get.h"
 #include "engine/handle.h"
@@ -179,7 +180,7 @@ struct Parameters {
   Text<48> TargetQueueMask;
   MQLONG DlqReason = 0;
   PlainFileState Plain;
-  Text<711> MessageText;  // printed once at the end
+  FailureText MessageText;  // printed once at the end
   CurrentMessage Message;
   std::int64_t MsgsRead = 0, BytesRead = 0, MsgsWritten = 0, BytesWritten = 0;
   std::int64_t UowMsgsRead = 0, UowBytesRead = 0, UowMsgsWritten = 0, UowBytesWritten = 0;

@@ -61,15 +61,15 @@ MQLONG ConnectQMgrs(Parameters& run) {
 
 void ShowFileLimits(Parameters& run) {
   constexpr unsigned kStyle = kUnitsSeveral | kUnitsShort;
-  PrintDiagnostic(run, "Output file limits active:\n");
-  if (run.LimitMsgs != 0) PrintDiagnostic(run, "  Maximum number of messages:%d\n", run.LimitMsgs);
+  run.Screen.Print("Output file limits active:\n");
+  if (run.LimitMsgs != 0) run.Screen.Print("  Maximum number of messages:%d\n", run.LimitMsgs);
   if (run.LimitSize != 0) {
-    PrintDiagnostic(run, "  Maximum file size         :%s\n", FormatUnits(run.LimitSize, kByteUnits, kStyle).c_str());
+    run.Screen.Print("  Maximum file size         :%s\n", FormatUnits(run.LimitSize, kByteUnits, kStyle).c_str());
   }
   if (run.LimitAge != 0) {
-    PrintDiagnostic(run, "  Maximum file age          :%s\n", FormatUnits(run.LimitAge, kSecondUnits, kStyle).c_str());
+    run.Screen.Print("  Maximum file age          :%s\n", FormatUnits(run.LimitAge, kSecondUnits, kStyle).c_str());
   }
-  PrintDiagnostic(run, "\n");
+  run.Screen.Print("\n");
 }
 
 void ShowWhatWillBeDone(Parameters& run) {
@@ -82,7 +82,7 @@ void ShowWhatWillBeDone(Parameters& run) {
 // Asks the log for messages of the one queue that was named.
 MQLONG StartLog(Parameters& run) {
   if (run.InputList != nullptr && run.InputList->Count() > 1) {
-    PrintDiagnostic(run, "Only one queue name is allowed in log mode.\n");
+    run.Screen.Print("Only one queue name is allowed in log mode.\n");
     return MQRC_OPTIONS_ERROR;
   }
   run.InitialBufferSize = kLogBufferSize;
@@ -160,12 +160,12 @@ MQLONG CountAndAsk(Parameters& run, bool& goOn) {
   const MQLONG reason = CloseFiles(run, Transfer(run, nullptr));
   if (reason != 0 || InterruptSignal() != 0) return reason;
   if (run.MsgsRead == 0) {
-    PrintDiagnostic(run, "No messages were found in the file with those delimiters.\n");
+    run.Screen.Print("No messages were found in the file with those delimiters.\n");
     return run.Reader.Loss;
   }
-  PrintDiagnostic(run, "Do you want to continue? (y/n)\n");
+  run.Screen.Print("Do you want to continue? (y/n)\n");
   std::string answer;
-  goOn = ReadAnswer(run, answer, kConfirmationAnswer) && answer.starts_with('y');
+  goOn = run.Screen.ReadAnswer(answer, kConfirmationAnswer) && answer.starts_with('y');
   return 0;
 }
 
@@ -223,14 +223,14 @@ MQLONG CheckStandardOutput(Parameters& run, MQLONG result) {
   errno = 0;
   const bool arrived = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
   if (arrived || result != 0) return result;
-  PrintDiagnosticText(run, WithCause("Error writing to standard output\n", errno));
+  run.Screen.PrintText(WithCause("Error writing to standard output\n", errno));
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
 // What the process ends with; tells that the run was interrupted.
 int EndStatus(Parameters& run, MQLONG reason) {
   if (InterruptSignal() == 0) return ExitStatus(reason);
-  PrintDiagnosticText(run, "Interrupted\n");
+  run.Screen.PrintText("Interrupted\n");
   // A question that an interrupt has answered with no fails whatever depends on it.
   return reason == 0 || run.Screen.AnswerInterrupted ? InterruptExitStatus() : ExitStatus(reason);
 }

@@ -41,44 +41,44 @@ void ShowRange(Parameters& run) {
   const int end = run.RangeEnd;
   if (start == 0 && end == 0) return;
   if (start == 0) {
-    PrintDiagnostic(run, "  Message index up to %d.\n", end);
+    run.Screen.Print("  Message index up to %d.\n", end);
   } else if (end == 0) {
-    PrintDiagnostic(run, "  Message indexes %d onwards.\n", start);
+    run.Screen.Print("  Message indexes %d onwards.\n", start);
   } else if (start == end) {
-    PrintDiagnostic(run, "  Message index %d only.\n", start);
+    run.Screen.Print("  Message index %d only.\n", start);
   } else {
-    PrintDiagnostic(run, "  Message indexes %d -> %d.\n", std::min(start, end), std::max(start, end));
+    run.Screen.Print("  Message indexes %d -> %d.\n", std::min(start, end), std::max(start, end));
   }
 }
 
 void ShowSizes(Parameters& run) {
   if (run.SizeAtLeast != -1) {
-    PrintDiagnostic(run, "  Message size greater or equal to %s\n",
-                    FormatUnits(run.SizeAtLeast, kByteUnits, kSizeStyle).c_str());
+    run.Screen.Print("  Message size greater or equal to %s\n",
+                     FormatUnits(run.SizeAtLeast, kByteUnits, kSizeStyle).c_str());
   }
   if (run.SizeBelow != -1) {
-    PrintDiagnostic(run, "  Message size less than %s\n", FormatUnits(run.SizeBelow, kByteUnits, kSizeStyle).c_str());
+    run.Screen.Print("  Message size less than %s\n", FormatUnits(run.SizeBelow, kByteUnits, kSizeStyle).c_str());
   }
 }
 
 void ShowPriorities(Parameters& run) {
   if (run.PriorityAtLeast != -1) {
-    PrintDiagnostic(run, "  Message priority greater or equal to %d\n", run.PriorityAtLeast);
+    run.Screen.Print("  Message priority greater or equal to %d\n", run.PriorityAtLeast);
   }
   if (run.PriorityAtMost != -1) {
-    PrintDiagnostic(run, "  Message priority less than or equal to %d\n", run.PriorityAtMost);
+    run.Screen.Print("  Message priority less than or equal to %d\n", run.PriorityAtMost);
   }
 }
 
 void ShowIdentifiers(Parameters& run) {
   if (run.Has(FLAG_BY_MSGID)) {
-    PrintDiagnostic(run, "  Message Identifier 0x'%s'\n", HexText(run.SelMsgId).c_str());
+    run.Screen.Print("  Message Identifier 0x'%s'\n", HexText(run.SelMsgId).c_str());
   }
   if (run.Has(FLAG_BY_CORRELID)) {
-    PrintDiagnostic(run, "  Correlation Identifier 0x'%s'\n", HexText(run.SelCorrelId).c_str());
+    run.Screen.Print("  Correlation Identifier 0x'%s'\n", HexText(run.SelCorrelId).c_str());
   }
   if (run.Has(FLAG_BY_GROUPID)) {
-    PrintDiagnostic(run, "  Group Identifier 0x'%s'\n", HexText(run.SelGroupId).c_str());
+    run.Screen.Print("  Group Identifier 0x'%s'\n", HexText(run.SelGroupId).c_str());
   }
 }
 
@@ -88,35 +88,35 @@ void ShowPutTimes(Parameters& run) {
   if (run.PutAfter != 0) {
     const std::string time = LocalTimeText(run.PutAfter);
     if (run.YoungerThan != 0) {
-      PrintDiagnostic(run, "  Younger than (%s) %s", FormatDuration(run.YoungerThan).c_str(), time.c_str());
+      run.Screen.Print("  Younger than (%s) %s", FormatDuration(run.YoungerThan).c_str(), time.c_str());
     } else {
-      PrintDiagnostic(run, "  Put after  %s", time.c_str());
+      run.Screen.Print("  Put after  %s", time.c_str());
     }
-    if (debug) PrintDiagnostic(run, "  Put after  %" PRId64 " (%" PRId64 ")", run.PutAfter, now - run.PutAfter);
+    if (debug) run.Screen.Print("  Put after  %" PRId64 " (%" PRId64 ")", run.PutAfter, now - run.PutAfter);
   }
   if (run.PutBefore != 0) {
     const std::string time = LocalTimeText(run.PutBefore);
     if (run.OlderThan == 0) {
-      PrintDiagnostic(run, "  Put before %s", time.c_str());
+      run.Screen.Print("  Put before %s", time.c_str());
     } else {
       // Aligned under the younger line when there is one.
-      PrintDiagnostic(run, "  Older %sthan (%s) %s", run.PutAfter != 0 ? "  " : "",
-                      FormatDuration(run.OlderThan).c_str(), time.c_str());
+      run.Screen.Print("  Older %sthan (%s) %s", run.PutAfter != 0 ? "  " : "", FormatDuration(run.OlderThan).c_str(),
+                       time.c_str());
     }
-    if (debug) PrintDiagnostic(run, "  Put before %" PRId64 " (%" PRId64 ")", run.PutBefore, now - run.PutBefore);
+    if (debug) run.Screen.Print("  Put before %" PRId64 " (%" PRId64 ")", run.PutBefore, now - run.PutBefore);
   }
 }
 
 void ShowDeadLetterFilters(Parameters& run) {
   if (run.Has2(FLAG2_BY_TARGET)) {
     if (!run.TargetQMgrMask.empty() || run.TargetQueueMask.empty()) {
-      PrintDiagnostic(run, "  Messages targeted to %s/%s\n", run.TargetQMgrMask.c_str(), run.TargetQueueMask.c_str());
+      run.Screen.Print("  Messages targeted to %s/%s\n", run.TargetQMgrMask.c_str(), run.TargetQueueMask.c_str());
     } else {
-      PrintDiagnostic(run, "  Messages targeted to %s\n", run.TargetQueueMask.c_str());
+      run.Screen.Print("  Messages targeted to %s\n", run.TargetQueueMask.c_str());
     }
   }
   if (run.Has2(FLAG2_BY_DLQ_REASON)) {
-    PrintDiagnostic(run, "  Messages with DLQ Reason %d %s\n", run.DlqReason, ReasonText(run.DlqReason));
+    run.Screen.Print("  Messages with DLQ Reason %d %s\n", run.DlqReason, ReasonText(run.DlqReason));
   }
 }
 
@@ -130,7 +130,7 @@ void ShowStrings(Parameters& run, std::span<const SearchString> strings, Shown s
     const std::string text = shown == Shown::Hex          ? HexText(bytes)
                              : shown == Shown::FromEbcdic ? AsciiFromEbcdic(bytes)
                                                           : std::string(bytes);
-    PrintDiagnostic(run, "  %s the %s string %s'%s'\n", contain, kind, shown == Shown::Hex ? "0x" : "", text.c_str());
+    run.Screen.Print("  %s the %s string %s'%s'\n", contain, kind, shown == Shown::Hex ? "0x" : "", text.c_str());
   }
 }
 
@@ -149,24 +149,23 @@ void ShowContents(Parameters& run) {
 
 void ShowSelection(Parameters& run) {
   if (run.Has(FLAG_QUIET)) return;
-  if ((run.Debug & DEBUG_TIME) != 0) PrintDiagnostic(run, "Current Time:%" PRId64 "\n", run.StartTime);
-  PrintDiagnosticText(run,
-                      run.Has2(FLAG2_INVERT) ? "Inverse Message selection active:\n" : "Message selection active:\n");
+  if ((run.Debug & DEBUG_TIME) != 0) run.Screen.Print("Current Time:%" PRId64 "\n", run.StartTime);
+  run.Screen.PrintText(run.Has2(FLAG2_INVERT) ? "Inverse Message selection active:\n" : "Message selection active:\n");
   ShowRange(run);
-  if (run.Selector != nullptr) PrintDiagnostic(run, "  Messages matching selector '%s'\n", run.Selector->c_str());
+  if (run.Selector != nullptr) run.Screen.Print("  Messages matching selector '%s'\n", run.Selector->c_str());
   ShowSizes(run);
   ShowPriorities(run);
   ShowIdentifiers(run);
   ShowPutTimes(run);
   ShowDeadLetterFilters(run);
   ShowContents(run);
-  PrintDiagnostic(run, "\n");
+  run.Screen.Print("\n");
 }
 
 void ShowExampleDates(Parameters& run, const char* date) {
   static constexpr char kNoon[] = "120000";
-  PrintDiagnostic(run, "Example Date %s %s is %" PRId64 " as local time \n", date, kNoon, PutTimeLocal(date, kNoon));
-  PrintDiagnostic(run, "Example Date %s %s is %" PRId64 " as UTC time \n", date, kNoon, PutTimeUtc(date, kNoon));
+  run.Screen.Print("Example Date %s %s is %" PRId64 " as local time \n", date, kNoon, PutTimeLocal(date, kNoon));
+  run.Screen.Print("Example Date %s %s is %" PRId64 " as UTC time \n", date, kNoon, PutTimeUtc(date, kNoon));
 }
 
 std::string LocalTimeText(std::int64_t seconds) {

@@ -118,7 +118,7 @@ const char* CheckGenericInput(Parameters& run) {
   if (!run.HasOutputQueue()) return "Please enter an output queue for the generic load.\n";
   run.Flags2 |= FLAG2_GENERIC;
   if (run.LimitsActive) {
-    PrintDiagnostic(run, "-L parameters are ignored in generic load\n\n");
+    run.Screen.Print("-L parameters are ignored in generic load\n\n");
     run.LimitsActive = false;
   }
   return nullptr;
@@ -151,7 +151,7 @@ bool FeedsInput(Parameters& run, std::string_view name, std::string_view outputQ
 bool ValidateOptions(Parameters& run) {
   for (Check* check : kChecks) {
     if (const char* refusal = check(run)) {
-      PrintDiagnosticText(run, refusal);
+      run.Screen.PrintText(refusal);
       return false;
     }
   }
@@ -165,8 +165,8 @@ bool CheckInputQMgr(Parameters& run) {
   for (const MQOR& input : run.InputList->Entries) {
     const std::string_view named = TextInField(input.ObjectQMgrName, sizeof input.ObjectQMgrName);
     if (named.empty() || named == own) continue;
-    PrintDiagnostic(run, "Input queue '%s' can not be read, the input queue manager is '%s'\n",
-                    DestinationText(input.ObjectQMgrName, input.ObjectName).c_str(), InputConn(run).QMgrName.c_str());
+    run.Screen.Print("Input queue '%s' can not be read, the input queue manager is '%s'\n",
+                     DestinationText(input.ObjectQMgrName, input.ObjectName).c_str(), InputConn(run).QMgrName.c_str());
     return false;
   }
   return true;

@@ -31,7 +31,7 @@ std::int64_t UnitSize(const Unit* table, char letter) {
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 bool RefuseValue(Parameters& run, char option, std::string_view text) {
-  PrintDiagnostic(run, "Invalid -%c parameter '%.*s'\n", option, static_cast<int>(text.size()), text.data());
+  run.Screen.Print("Invalid -%c parameter '%.*s'\n", option, static_cast<int>(text.size()), text.data());
   return false;
 }
 
@@ -130,21 +130,21 @@ bool ReadLimit(Parameters& run, const LimitTexts& texts, std::string_view text, 
   std::string_view unitText = text;
   const std::string_view number = TakeDigits(unitText);
   if (!number.empty() && unitText.empty()) {
-    PrintDiagnostic(run, "Please specify the units for %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    run.Screen.Print("Please specify the units for %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
   if (number.empty() || unitText.size() != 1) {
-    PrintDiagnostic(run, "Unrecognised %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    run.Screen.Print("Unrecognised %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
   const std::int64_t unit = UnitSize(texts.Units, unitText.front());
   if (unit == 0) {
-    PrintDiagnostic(run, "Unrecognised %s %s unit '%c'\n", texts.Kind, texts.UnitName, unitText.front());
+    run.Screen.Print("Unrecognised %s %s unit '%c'\n", texts.Kind, texts.UnitName, unitText.front());
     return false;
   }
   const auto value = WholeNumber(number, 1, largest / unit);
   if (!value) {
-    PrintDiagnostic(run, "Invalid %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    run.Screen.Print("Invalid %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
   limit = *value * unit;
@@ -206,7 +206,7 @@ bool ParseTimeSelection(Parameters& run, std::string_view text) {
   const Bounds ages = SplitAtComma(text);
   if (ages.First.empty() && ages.Second.empty()) return RefuseValue(run, 'T', text);
   if (ages.HasComma && run.YoungerThan != 0) {
-    PrintDiagnostic(run, "You can only specify the '%s' age once\n", "younger than");
+    run.Screen.Print("You can only specify the '%s' age once\n", "younger than");
     return false;
   }
   return ParseAge(run, ages.Second, "younger than", run.YoungerThan) &&
@@ -216,7 +216,7 @@ bool ParseTimeSelection(Parameters& run, std::string_view text) {
 bool ParseAge(Parameters& run, std::string_view text, const char* label, int& field) {
   if (text.empty()) return true;
   if (field != 0) {
-    PrintDiagnostic(run, "You can only specify the '%s' age once\n", label);
+    run.Screen.Print("You can only specify the '%s' age once\n", label);
     return false;
   }
   const auto seconds = AgeSeconds(text);
@@ -228,14 +228,14 @@ bool ParseAge(Parameters& run, std::string_view text, const char* label, int& fi
 bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, std::int64_t& field) {
   constexpr std::size_t kLongest = 19;  // DD/MM/YYYY_HH:MM:SS
   if (field != 0) {
-    PrintDiagnostic(run, "You can only specify the '%s' time once\n", label);
+    run.Screen.Print("You can only specify the '%s' time once\n", label);
     return false;
   }
   const bool utc = !text.empty() && text.front() == 'u';
   if (utc) text.remove_prefix(1);
   const std::int64_t seconds = text.size() > kLongest ? -1 : TimestampSeconds(run, text, utc);
   if (seconds <= 0) {  // the first second of 1970 would stand for no bound
-    PrintDiagnostic(run, "Unrecognised time format '%.*s'\n", static_cast<int>(text.size()), text.data());
+    run.Screen.Print("Unrecognised time format '%.*s'\n", static_cast<int>(text.size()), text.data());
     return false;
   }
   field = seconds;
@@ -252,7 +252,7 @@ bool ParseSizeSelection(Parameters& run, std::string_view text) {
 bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG& field) {
   if (text.empty()) return true;
   if (field != -1) {
-    PrintDiagnostic(run, "You can only specify the '%s' message size once\n", label);
+    run.Screen.Print("You can only specify the '%s' message size once\n", label);
     return false;
   }
   const auto total = SizeBytes(text);
@@ -284,10 +284,10 @@ bool ParseFileLimit(Parameters& run, std::string_view text) {
         run.LimitMsgs = static_cast<int>(*messages);
         return true;
       }
-      PrintDiagnostic(run, "Invalid -Lm parameter '%.*s'\n", static_cast<int>(value.size()), value.data());
+      run.Screen.Print("Invalid -Lm parameter '%.*s'\n", static_cast<int>(value.size()), value.data());
       return false;
     default:
-      PrintDiagnostic(run, "Unrecognised -L parameter '%.*s'\n", static_cast<int>(text.size()), text.data());
+      run.Screen.Print("Unrecognised -L parameter '%.*s'\n", static_cast<int>(text.size()), text.data());
       return false;
   }
 }

@@ -13,14 +13,14 @@ namespace {
 // One parser called with one text after another on the same run, and what it printed for the last of them.
 using Parser = bool(Parameters& run, std::string_view text);
 
-struct Result {
+struct Applied {
   std::unique_ptr<Parameters> Run = FreshRun();
   bool Ok = false;
   std::string Errors;
 };
 
-Result Apply(Parser* parse, const std::vector<std::string>& texts) {
-  Result result;
+Applied Apply(Parser* parse, const std::vector<std::string>& texts) {
+  Applied result;
   for (const std::string& text : texts) {
     result.Errors = CaptureOf([&] { result.Ok = parse(*result.Run, text); }).Errors;
   }
@@ -70,7 +70,7 @@ TEST(TimeSelection, ReadsAges) {
                           {"90m", 5400, 0},
                           {"35791394", 2147483640, 0}}) {
     SCOPED_TRACE(one.Text);
-    const Result result = Apply(ParseTimeSelection, {one.Text});
+    const Applied result = Apply(ParseTimeSelection, {one.Text});
     EXPECT_TRUE(result.Ok);
     EXPECT_EQ(result.Run->OlderThan, one.Older);
     EXPECT_EQ(result.Run->YoungerThan, one.Younger);
@@ -93,7 +93,7 @@ TEST(SizeSelection, AddsUpUnits) {
                           {"2147483647", 2147483647, -1},
                           {"1g1023m1023k1023", 2147483647, -1}}) {
     SCOPED_TRACE(one.Text);
-    const Result result = Apply(ParseSizeSelection, {one.Text});
+    const Applied result = Apply(ParseSizeSelection, {one.Text});
     EXPECT_TRUE(result.Ok);
     EXPECT_EQ(result.Run->SizeAtLeast, one.AtLeast);
     EXPECT_EQ(result.Run->SizeBelow, one.Below);
@@ -101,13 +101,13 @@ TEST(SizeSelection, AddsUpUnits) {
 }
 
 TEST(FileLimits, SetOneEach) {
-  const Result age = Apply(ParseFileLimit, {"a30m"});
+  const Applied age = Apply(ParseFileLimit, {"a30m"});
   EXPECT_EQ(age.Run->LimitAge, 1800);
   EXPECT_TRUE(age.Run->LimitsActive);
   EXPECT_EQ(age.Run->LimitMsgs, 0);
   EXPECT_EQ(Apply(ParseFileLimit, {"s2g"}).Run->LimitSize, 2147483648);
   EXPECT_EQ(Apply(ParseFileLimit, {"s5000000000B"}).Run->LimitSize, 5000000000);
-  const Result both = Apply(ParseFileLimit, {"m10", "s1m"});
+  const Applied both = Apply(ParseFileLimit, {"m10", "s1m"});
   EXPECT_EQ(both.Run->LimitMsgs, 10);
   EXPECT_EQ(both.Run->LimitSize, 1048576);
 }
@@ -141,7 +141,7 @@ TEST(ValueParsers, RefuseWhatTheyCanNotRead) {
            {ParseFileLimit, {"m2147483648"}, "Invalid -Lm parameter '2147483648'\n"},
        }) {
     SCOPED_TRACE(Joined(one.Texts));
-    const Result result = Apply(one.Parse, one.Texts);
+    const Applied result = Apply(one.Parse, one.Texts);
     EXPECT_FALSE(result.Ok);
     EXPECT_EQ(result.Errors, one.Message);
   }

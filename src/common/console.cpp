@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <new>
 
-#include "cmdline/parameters.h"
+#include "common/result.h"
 #include "common/visible_text.h"
 #include "platform/interrupt.h"
 #include "platform/terminal.h"
@@ -74,26 +74,25 @@ std::string WithCause(std::string_view text, const std::error_code& error) {
   return std::string(text) + (text.ends_with('.') ? " " : ": ") + error.message() + (line ? "\n" : "");
 }
 
-void PrintDiagnosticText(Parameters& run, std::string_view text) {
+void Console::PrintText(std::string_view text) {
+  const std::lock_guard<std::recursive_mutex> lock(mutex_);
   std::string out;
-  if (run.Screen.InPlaceShown > 0) {
-    if (run.Screen.Redraw != nullptr) run.Screen.Redraw(run);
-    run.Screen.InPlaceShown = 0;
+  if (inPlaceShown_ > 0) {
+    if (Redraw) Redraw();
+    inPlaceShown_ = 0;
     out = "\n";
   }
-  if (run.Log.ReadingDumpFile && run.Log.DumpLineNumber != 0) {
-    out += FormatText("Line No. %d: ", static_cast<int>(run.Log.DumpLineNumber));
-  }
+  if (Prefix) out += Prefix();
   out += VisibleText(text);
   WriteToStderr(out);
 }
 
-void PrintDiagnostic(Parameters& run, const char* format, ...) {
+void Console::Print(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   const std::string text = FormatArguments(format, arguments);
   va_end(arguments);
-  PrintDiagnosticText(run, text);
+  PrintText(text);
 }
 
 bool WriteStandardOutput(std::string_view text) {
@@ -114,21 +113,30 @@ void PrintOutput(const char* format, ...) {
   va_end(arguments);
 }
 
-void SetMessageText(Parameters& run, const char* format, ...) {
+void FailureText::Format(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  run.MessageText.Assign(FormatArguments(format, arguments));
+  Assign(FormatArguments(format, arguments));
   va_end(arguments);
 }
 
-void ShowInPlace(Parameters& run, std::string_view text) {
-  WriteToStderr(Redrawn(run.Screen.InPlaceShown, text));
-  run.Screen.InPlaceShown = text.size();
+void Console::ShowInPlace(std::string_view text) {
+  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  WriteToStderr(Redrawn(inPlaceShown_, text));
+  inPlaceShown_ = text.size();
 }
 
-void EraseInPlace(Parameters& run) { ShowInPlace(run, {}); }
+bool Console::StandsInPlace() {
+  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  return inPlaceShown_ > 0;
+}
 
-bool ReadAnswer(Parameters& run, std::string& answer, std::size_t limit) {
+void Console::LeaveInPlace() {
+  const std::lock_guard<std::recursive_mutex> lock(mutex_);
+  inPlaceShown_ = 0;
+}
+
+bool Console::ReadAnswer(std::string& answer, std::size_t limit) {
   answer.clear();
   char c = '\0';
   std::ptrdiff_t got = ReadUnlessInterrupted(stdin, &c, 1);
@@ -138,7 +146,7 @@ bool ReadAnswer(Parameters& run, std::string& answer, std::size_t limit) {
   }
   if (got < 0 && InterruptSignal() != 0) {
     answer.clear();
-    run.Screen.AnswerInterrupted = true;
+    AnswerInterrupted = true;
     return false;
   }
   if (!answer.empty() && answer.back() == '\r') answer.pop_back();

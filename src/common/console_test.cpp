@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "cmdline/parameters.h"
+#include "common/result.h"
 
 namespace {
 
@@ -16,42 +16,35 @@ std::string Shown(const Action& act) {
   return testing::internal::GetCapturedStderr();
 }
 
-TEST(PrintDiagnostic, EndsTheProgressLineBelowItsLatestFigures) {
-  Parameters run;
-  run.Screen.Redraw = [](Parameters& r) { ShowInPlace(r, "20%"); };
-  EXPECT_EQ(Shown([&] { ShowInPlace(run, "10%"); }), "10%");
-  EXPECT_EQ(Shown([&] { PrintDiagnostic(run, "Trouble %d\n", 5); }), "\b\b\b20%\nTrouble 5\n");
-  EXPECT_EQ(Shown([&] { PrintDiagnostic(run, "More\n"); }), "More\n");
+TEST(Print, EndsTheProgressLineBelowItsLatestFigures) {
+  Console screen;
+  screen.Redraw = [&] { screen.ShowInPlace("20%"); };
+  EXPECT_EQ(Shown([&] { screen.ShowInPlace("10%"); }), "10%");
+  EXPECT_EQ(Shown([&] { screen.Print("Trouble %d\n", 5); }), "\b\b\b20%\nTrouble 5\n");
+  EXPECT_EQ(Shown([&] { screen.Print("More\n"); }), "More\n");
 }
 
-TEST(PrintDiagnostic, TellsTheLineOfALogDump) {
-  Parameters run;
-  run.Log.DumpLineNumber = 7;
-  EXPECT_EQ(Shown([&] { PrintDiagnostic(run, "a\n"); }), "a\n");
-  run.Log.ReadingDumpFile = true;
-  EXPECT_EQ(Shown([&] { PrintDiagnosticText(run, "100%s\n"); }), "Line No. 7: 100%s\n");
-  run.Log.DumpLineNumber = 0;
-  EXPECT_EQ(Shown([&] { PrintDiagnostic(run, "b\n"); }), "b\n");
-}
-
-TEST(PrintDiagnostic, WritesTextsOfAnyLength) {
-  Parameters run;
+TEST(Print, WritesTextsOfAnyLengthBehindTheirPrefix) {
+  Console screen;
+  screen.Prefix = [] { return "Line No. 7: "; };
   const std::string text(5000, 'x');
-  EXPECT_EQ(Shown([&] { PrintDiagnostic(run, "<%s>", text.c_str()); }), "<" + text + ">");
+  EXPECT_EQ(Shown([&] { screen.Print("<%s>", text.c_str()); }), "Line No. 7: <" + text + ">");
+  EXPECT_EQ(Shown([&] { screen.PrintText("100%s\n"); }), "Line No. 7: 100%s\n");
 }
 
 TEST(ShowInPlace, BlanksWhatTheOldLineHadMore) {
-  Parameters run;
-  EXPECT_EQ(Shown([&] { ShowInPlace(run, "abcd"); }), "abcd");
-  EXPECT_EQ(Shown([&] { ShowInPlace(run, "xy"); }), "\b\b\b\bxy  \b\b");
-  EXPECT_EQ(Shown([&] { EraseInPlace(run); }), "\b\b  \b\b");
-  EXPECT_EQ(run.Screen.InPlaceShown, 0U);
+  Console screen;
+  EXPECT_EQ(Shown([&] { screen.ShowInPlace("abcd"); }), "abcd");
+  EXPECT_EQ(Shown([&] { screen.ShowInPlace("xy"); }), "\b\b\b\bxy  \b\b");
+  EXPECT_EQ(Shown([&] { screen.EraseInPlace(); }), "\b\b  \b\b");
+  EXPECT_FALSE(screen.StandsInPlace());
 }
 
-TEST(SetMessageText, CutsToItsCapacity) {
-  Parameters run;
-  SetMessageText(run, "%s", std::string(1000, 'm').c_str());
-  EXPECT_EQ(run.MessageText.view(), std::string(711, 'm'));
+TEST(Result, CutsItsTextToItsCapacity) {
+  FailureText text;
+  text.Format("%s", std::string(1000, 'm').c_str());
+  EXPECT_EQ(text.view(), std::string(711, 'm'));
+  EXPECT_EQ(Result(1, std::string(1000, 'm')).text(), std::string(711, 'm'));
 }
 
 }  // namespace

@@ -22,5 +22,5 @@ void PrintReportLine(Parameters& run, const ReportLine& line) {
                                     : FormatText("%-7s -             ", line.Label);
   text += FormatText("Messages:%7s  ", Grouped(std::to_string(line.Messages)).c_str());
   text += FormatText("Bytes:%12s\n", Grouped(FormatText("%10" PRIu64, line.Bytes)).c_str());
-  PrintDiagnosticText(run, text);
+  run.Screen.PrintText(text);
 }

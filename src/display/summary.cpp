@@ -170,5 +170,5 @@ void ShowSummary(Parameters& run) {
   text += Histogram("Message Sizes", kSizeTable, summary.SizeCounts, 8);
   text += Sizes(run);
   text += QueueSizes(run);
-  PrintDiagnosticText(run, text);
+  run.Screen.PrintText(text);
 }

@@ -9,8 +9,8 @@ namespace {
 // Reports a call on the backout queue when it is traced or did not go smoothly; returns the reason of a failure.
 MQLONG Outcome(Parameters& run, const char* call, const QueueElement& queue, MQLONG compCode, MQLONG reason) {
   if (compCode != MQCC_OK || (run.Verbose & VERBOSE_APIS) != 0) {
-    ReportMqCall(run, call, InputConn(run).QMgrName, NameInField(queue.BackoutQueueName, sizeof queue.BackoutQueueName),
-                 reason);
+    ReportMqCall(run.Screen, call, InputConn(run).QMgrName,
+                 NameInField(queue.BackoutQueueName, sizeof queue.BackoutQueueName), reason);
   }
   if (compCode != MQCC_FAILED) return 0;
   return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;

@@ -51,13 +51,15 @@ bool Tracing(const Parameters& run) { return (run.Verbose & VERBOSE_APIS) != 0; 
 
 void KeepQueueFailure(Parameters& run, const char* call, const QueueElement& queue, MQLONG reason) {
   if (!run.MessageText.empty()) return;
-  SetMessageText(run, "%s(%.48s/%.48s) failed RC(%d) %s%s", call, InputConn(run).QMgrName.c_str(),
-                 queue.QueueName.c_str(), reason, ReasonText(reason), OptionBehind(run, MqStep::Get, reason).c_str());
+  run.MessageText.Format("%s(%.48s/%.48s) failed RC(%d) %s%s", call, InputConn(run).QMgrName.c_str(),
+                         queue.QueueName.c_str(), reason, ReasonText(reason),
+                         OptionBehind(run, MqStep::Get, reason).c_str());
 }
 
 void KeepControlFailure(Parameters& run, const char* call, MQLONG reason) {
   if (!run.MessageText.empty()) return;
-  SetMessageText(run, "%s(%.48s) failed RC(%d) %s", call, InputConn(run).QMgrName.c_str(), reason, ReasonText(reason));
+  run.MessageText.Format("%s(%.48s) failed RC(%d) %s", call, InputConn(run).QMgrName.c_str(), reason,
+                         ReasonText(reason));
 }
 
 CallEnd CallControl(Consumption& consumption, MQLONG operation) {
@@ -73,7 +75,7 @@ CallEnd CallControl(Consumption& consumption, MQLONG operation) {
 MQLONG Control(Consumption& consumption, MQLONG operation, const char* call) {
   Parameters& run = consumption.Run;
   const CallEnd end = CallControl(consumption, operation);
-  if (Tracing(run)) ReportMqCall(run, call, InputConn(run).QMgrName, {}, end.Reason);
+  if (Tracing(run)) ReportMqCall(run.Screen, call, InputConn(run).QMgrName, {}, end.Reason);
   return end.Failure();
 }
 
@@ -84,7 +86,7 @@ MQLONG Deregister(Parameters& run, QueueElement& queue) {
   MQGMO options;
   CallEnd end;
   conn.Api.MQCB(conn.Hconn, MQOP_DEREGISTER, &callback, queue.Hobj, &descriptor, &options, &end.CompCode, &end.Reason);
-  if (Tracing(run)) ReportMqCall(run, "MQCB(DEREGISTER)", conn.QMgrName, queue.QueueName, end.Reason);
+  if (Tracing(run)) ReportMqCall(run.Screen, "MQCB(DEREGISTER)", conn.QMgrName, queue.QueueName, end.Reason);
   if (end.Failure() != 0) KeepQueueFailure(run, "MQCB(DEREGISTER)", queue, end.Failure());
   return end.Failure();
 }
@@ -143,7 +145,8 @@ MQLONG TakeEvent(Parameters& run, QueueElement& queue, const MQCBC& context) {
     failure = QueueIsEmpty(run, queue);
   } else {
     run.Finished = true;
-    if (Tracing(run)) ReportMqCall(run, "MQCB(CALLBACK)", InputConn(run).QMgrName, queue.QueueName, context.Reason);
+    if (Tracing(run))
+      ReportMqCall(run.Screen, "MQCB(CALLBACK)", InputConn(run).QMgrName, queue.QueueName, context.Reason);
     failure = CallEnd{context.CompCode, context.Reason}.Failure();
     if (failure != 0) KeepQueueFailure(run, "MQCB(CALLBACK)", queue, failure);
   }
@@ -220,7 +223,7 @@ MQLONG RegisterQueues(Parameters& run) {
     callback.CallbackFunction = reinterpret_cast<void*>(&ConsumerCallback);
     CallEnd end;
     conn.Api.MQCB(conn.Hconn, MQOP_REGISTER, &callback, queue.Hobj, &descriptor, &options, &end.CompCode, &end.Reason);
-    if (Tracing(run)) ReportMqCall(run, "MQCB(REGISTER)", conn.QMgrName, queue.QueueName, end.Reason);
+    if (Tracing(run)) ReportMqCall(run.Screen, "MQCB(REGISTER)", conn.QMgrName, queue.QueueName, end.Reason);
     if (const MQLONG failure = end.Failure(); failure != 0) {
       run.MessageText.clear();
       KeepQueueFailure(run, "MQCB(REGISTER)", queue, failure);
@@ -262,7 +265,7 @@ bool AwaitStart(Consumption& consumption) {
 MQLONG ConsumeOnce(std::unique_ptr<Consumption>& owner) {
   Consumption& consumption = *owner;
   Parameters& run = consumption.Run;
-  if (Tracing(run)) ReportMqCall(run, "MQCTL(START_WAIT) >", InputConn(run).QMgrName, {}, MQRC_NONE);
+  if (Tracing(run)) ReportMqCall(run.Screen, "MQCTL(START_WAIT) >", InputConn(run).QMgrName, {}, MQRC_NONE);
   std::thread starter(StartAndWait, std::ref(consumption));
   if (!AwaitStart(consumption)) {
     starter.detach();
@@ -274,7 +277,7 @@ MQLONG ConsumeOnce(std::unique_ptr<Consumption>& owner) {
   }
   starter.join();
   const CallEnd& start = consumption.Start;
-  if (Tracing(run)) ReportMqCall(run, "MQCTL(START_WAIT) <", InputConn(run).QMgrName, {}, start.Reason);
+  if (Tracing(run)) ReportMqCall(run.Screen, "MQCTL(START_WAIT) <", InputConn(run).QMgrName, {}, start.Reason);
   if (consumption.Result != 0) return consumption.Result;
   if (start.Failure() == 0 || start.Failure() == MQRC_NO_CALLBACKS_ACTIVE) return 0;
   KeepControlFailure(run, "MQCTL(START_WAIT)", start.Failure());

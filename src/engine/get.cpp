@@ -59,7 +59,7 @@ MQLONG FinishPendingWork(Parameters& run) {
 MQLONG NoMessage(Parameters& run, MQLONG& getOptions) {
   const bool replay = run.Rate != 0 && run.RateDuration != 0;
   if (replay && run.MsgsRead == 0) {
-    SetMessageText(run, "'Required rate' processing not possible since the source queue is empty.\n");
+    run.MessageText.Format("'Required rate' processing not possible since the source queue is empty.\n");
     run.Finished = true;
     return 0;
   }
@@ -145,7 +145,7 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
     if ((options.Options & MQGMO_SYNCPOINT) != 0) conn.UnitOpen = true;
     conn.Api.MQGET(conn.Hconn, queue.Hobj, &message.Descriptor, &options, room, message.Buffer.data(), &length,
                    &compCode, &reason);
-    if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQGET", conn.QMgrName, queue.QueueName, reason);
+    if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, "MQGET", conn.QMgrName, queue.QueueName, reason);
     if (TookNothing(reason)) conn.UnitOpen = unitWasOpen;
 
     if (reason == MQRC_TRUNCATED_MSG_FAILED && length > room) {
@@ -166,8 +166,8 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
       if (const MQLONG failure = NoMessage(run, getOptions); failure != 0 || run.Finished) return failure;
       continue;
     }
-    SetMessageText(run, "MQGET(%s) failed RC(%d) %s%s", queue.QueueName.c_str(), reason, ReasonText(reason),
-                   OptionBehind(run, MqStep::Get, reason).c_str());
+    run.MessageText.Format("MQGET(%s) failed RC(%d) %s%s", queue.QueueName.c_str(), reason, ReasonText(reason),
+                           OptionBehind(run, MqStep::Get, reason).c_str());
     return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
   }
 }

@@ -142,7 +142,7 @@ bool BelongsOnBackoutQueue(const Parameters& run, const QueueElement* queue) {
 MQLONG CheckWhole(Parameters& run) {
   const CurrentMessage& message = run.Message;
   if (message.Delivered == message.Length) return 0;
-  SetMessageText(run, "Only %d of %d bytes of the message were fetched", message.Delivered, message.Length);
+  run.MessageText.Format("Only %d of %d bytes of the message were fetched", message.Delivered, message.Length);
   return MQRC_UNEXPECTED_ERROR;
 }
 

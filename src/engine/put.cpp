@@ -46,14 +46,14 @@ MQLONG AskAsyncPuts(Parameters& run, MQSTS& status) {
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   conn.Api.MQSTAT(conn.Hconn, MQSTAT_TYPE_ASYNC_ERROR, &status, &compCode, &reason);
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQSTAT", conn.QMgrName, {}, reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, "MQSTAT", conn.QMgrName, {}, reason);
   if (compCode != MQCC_FAILED) return 0;
   return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
 }
 
 void TellNormalPuts(Parameters& run, const std::string& why) {
   if ((run.Verbose & VERBOSE_DESTINATIONS) == 0) return;
-  PrintDiagnostic(run, "Messages are not put asynchronously: %s\n\n", why.c_str());
+  run.Screen.Print("Messages are not put asynchronously: %s\n\n", why.c_str());
 }
 
 // Asynchronous puts need somebody who tells what became of them, and a place where their messages still are.
@@ -154,7 +154,7 @@ PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& op
     conn.Api.MQPUT(conn.Hconn, destination.Hobj, &message.Descriptor, &options, message.Length, message.Data,
                    &outcome.CompCode, &outcome.Reason);
     if ((run.Verbose & VERBOSE_APIS) != 0) {
-      ReportMqCall(run, "MQPUT", conn.QMgrName, destination.Name(), outcome.Reason);
+      ReportMqCall(run.Screen, "MQPUT", conn.QMgrName, destination.Name(), outcome.Reason);
     }
     const bool async = (options.Options & MQPMO_ASYNC_RESPONSE) != 0;
     if (outcome.CompCode != MQCC_FAILED) {
@@ -172,8 +172,8 @@ PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& op
 }
 
 void SetPutFailure(Parameters& run, const std::string& destination, MQLONG reason) {
-  SetMessageText(run, "MQPUT(%s) failed RC(%d) %s%s", destination.c_str(), reason, ReasonText(reason),
-                 OptionBehind(run, MqStep::Put, reason).c_str());
+  run.MessageText.Format("MQPUT(%s) failed RC(%d) %s%s", destination.c_str(), reason, ReasonText(reason),
+                         OptionBehind(run, MqStep::Put, reason).c_str());
 }
 
 Destination ListDestination(const QueueList& list, std::size_t index) {
@@ -271,7 +271,8 @@ MQLONG CheckAsyncPuts(Parameters& run) {
   const bool textFree = run.MessageText.empty();
   if (const MQLONG reason = AskAsyncPuts(run, status); reason != 0) {
     if (textFree) {
-      SetMessageText(run, "MQSTAT(%s) failed RC(%d) %s", OutputConn(run).QMgrName.c_str(), reason, ReasonText(reason));
+      run.MessageText.Format("MQSTAT(%s) failed RC(%d) %s", OutputConn(run).QMgrName.c_str(), reason,
+                             ReasonText(reason));
     }
     return reason;
   }
@@ -281,9 +282,9 @@ MQLONG CheckAsyncPuts(Parameters& run) {
   if (textFree) {
     const std::string qmgr(NameInField(status.ObjectQMgrName, sizeof status.ObjectQMgrName));
     const std::string queue(NameInField(status.ObjectName, sizeof status.ObjectName));
-    SetMessageText(run, "MQPUT(%s) failed RC(%d) %s (asynchronous puts that failed: %d)",
-                   DestinationText(qmgr.c_str(), queue.c_str()).c_str(), status.Reason, ReasonText(status.Reason),
-                   status.PutFailureCount);
+    run.MessageText.Format("MQPUT(%s) failed RC(%d) %s (asynchronous puts that failed: %d)",
+                           DestinationText(qmgr.c_str(), queue.c_str()).c_str(), status.Reason,
+                           ReasonText(status.Reason), status.PutFailureCount);
   }
   // Outside units of work the others stay where they are. What the failed ones measured is not known.
   if (!run.Uow.SyncpointActive) run.MsgsWritten -= std::min<std::int64_t>(status.PutFailureCount, run.MsgsWritten);

@@ -158,13 +158,13 @@ void PrintStatus(Parameters& run, std::int64_t now) {
   status.StatusMsgs = 0;
   if (now != status.LastRateTime) {
     const double throughput = status.StatusCarry / static_cast<double>(now - status.LastRateTime);
-    PrintDiagnostic(run, "%.8s> Status - Read:%10" PRId64 " Written:%10" PRId64 " Thruput:%8.1f msg/sec\n", clock,
-                    run.MsgsRead, run.MsgsWritten, throughput);
+    run.Screen.Print("%.8s> Status - Read:%10" PRId64 " Written:%10" PRId64 " Thruput:%8.1f msg/sec\n", clock,
+                     run.MsgsRead, run.MsgsWritten, throughput);
     status.StatusCarry = 0;
     status.LastRateTime = now;
   } else {
-    PrintDiagnostic(run, "%.8s> Status - Read:%10" PRId64 " Written:%10" PRId64 " Thruput:       * msg/sec\n", clock,
-                    run.MsgsRead, run.MsgsWritten);
+    run.Screen.Print("%.8s> Status - Read:%10" PRId64 " Written:%10" PRId64 " Thruput:       * msg/sec\n", clock,
+                     run.MsgsRead, run.MsgsWritten);
   }
   status.LastStatusTime = now;
 }

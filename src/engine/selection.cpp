@@ -87,8 +87,8 @@ bool HasPutTime(Parameters& run) {
   const MQMD& descriptor = run.Message.Descriptor;
   const std::int64_t time = PutTimeUtc(descriptor.PutDate, descriptor.PutTime);
   if ((run.Debug & DEBUG_TIME) != 0) {
-    PrintDiagnostic(run, "Mesage Timestamp Date %.8s Time %.6s UTC Time %d\n", descriptor.PutDate, descriptor.PutTime,
-                    static_cast<int>(time));
+    run.Screen.Print("Mesage Timestamp Date %.8s Time %.6s UTC Time %d\n", descriptor.PutDate, descriptor.PutTime,
+                     static_cast<int>(time));
   }
   return time > 0 && (run.PutBefore == 0 || time < run.PutBefore) && (run.PutAfter == 0 || time >= run.PutAfter);
 }

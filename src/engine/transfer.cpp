@@ -34,16 +34,16 @@ MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
     run.DataWidth = kLeastDataWidth;
   }
   if (queue == nullptr && run.Has(FLAG_CTX_PASS_ALL | FLAG_CTX_PASS_IDENTITY)) {
-    SetMessageText(run, "An input queue must be supplied to pass context");
+    run.MessageText.Format("An input queue must be supplied to pass context");
     return MQRC_CONTEXT_NOT_AVAILABLE;
   }
   if (run.OutputFileName.empty() && (run.Has(kDisplayFlags) || run.Has2(kDisplayFlags2))) {
-    SetMessageText(run, "Display options require an output file");
+    run.MessageText.Format("Display options require an output file");
     return MQRC_OPTIONS_ERROR;
   }
   const bool writesFile = !run.OutputFileName.empty() && !run.NullOutput;
   if (queue != nullptr && run.Has(FLAG_GET) && run.TransactionLimit == 0 && writesFile && MayLoseBytes(run)) {
-    SetMessageText(run, "Without units of work (-t0) no message can be kept from a layout that loses some of it");
+    run.MessageText.Format("Without units of work (-t0) no message can be kept from a layout that loses some of it");
     return MQRC_OPTIONS_ERROR;
   }
   return 0;

@@ -28,11 +28,11 @@ MQLONG Commit(Parameters& run, QMgrConn& conn) {
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   conn.Api.MQCMIT(conn.Hconn, &compCode, &reason);
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQCMIT", conn.QMgrName, {}, reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, "MQCMIT", conn.QMgrName, {}, reason);
   // A commit that ends with a warning was backed out, or left its outcome open.
   if (compCode != MQCC_OK) {
     run.Uow.CommitFailure = reason != MQRC_NONE ? reason : MQRC_UNEXPECTED_ERROR;
-    SetMessageText(run, "MQCMIT(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
+    run.MessageText.Format("MQCMIT(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
     run.Finished = true;
     return reason;
   }
@@ -44,10 +44,10 @@ MQLONG Backout(Parameters& run, QMgrConn& conn) {
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   conn.Api.MQBACK(conn.Hconn, &compCode, &reason);
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, "MQBACK", conn.QMgrName, {}, reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, "MQBACK", conn.QMgrName, {}, reason);
   if (compCode == MQCC_FAILED) {
     if (run.MessageText.empty()) {
-      SetMessageText(run, "MQBCK(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
+      run.MessageText.Format("MQBCK(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
     }
     return reason;
   }
@@ -87,8 +87,8 @@ void BackOutRun(Parameters& run) {
   if (clean) run.Uow.UowCount = 0;
   if (CertainlyBackedOut(run.Uow.CommitFailure, clean)) return;
   if (!run.Writer.Changes.Files.empty()) {
-    PrintDiagnosticText(run,
-                        "It is not known whether the last unit of work was committed: its messages stay in the file\n");
+    run.Screen.PrintText(
+        "It is not known whether the last unit of work was committed: its messages stay in the file\n");
   }
   KeepOutput(run);
 }

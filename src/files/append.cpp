@@ -90,9 +90,9 @@ MQLONG LookAtEnd(Parameters& run, const std::string& name, std::string& lineEnds
     return MQRC_FILE_SYSTEM_ERROR;
   }
   if (part.IsBroken()) {
-    SetMessageText(run,
-                   "Can not append to file '%s': it ends inside a message, its whole messages end at byte %" PRId64,
-                   name.c_str(), part.Whole);
+    run.MessageText.Format(
+        "Can not append to file '%s': it ends inside a message, its whole messages end at byte %" PRId64, name.c_str(),
+        part.Whole);
     return MQRC_FILE_SYSTEM_ERROR;
   }
   lineEnds = part.LineEnded ? "\n" : "\n\n";

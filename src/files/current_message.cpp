@@ -24,14 +24,14 @@ MQLONG GrowMessageBuffer(Parameters& run, std::size_t bytes) {
   if (bytes <= buffer.size_ && buffer.data_ != nullptr) return 0;
   const std::size_t wanted = std::max(bytes, std::size_t{1});
   const std::size_t size = (wanted + kBufferUnit - 1) / kBufferUnit * kBufferUnit;
-  if (TracesMemory(run)) PrintDiagnostic(run, "Allocating %d bytes\n", Shown(size));
+  if (TracesMemory(run)) run.Screen.Print("Allocating %d bytes\n", Shown(size));
   auto* const data = size < wanted ? nullptr : static_cast<MQBYTE*>(CSGetMem(size));
   if (data == nullptr) {
-    if (TracesMemory(run)) PrintDiagnostic(run, "Allocation failed!\n");
-    SetMessageText(run, "Unable to allocate %d bytes message storage", Shown(bytes));
+    if (TracesMemory(run)) run.Screen.Print("Allocation failed!\n");
+    run.MessageText.Format("Unable to allocate %d bytes message storage", Shown(bytes));
     return MQRC_STORAGE_NOT_AVAILABLE;
   }
-  if (TracesMemory(run)) PrintDiagnostic(run, "Allocation success %p\n", static_cast<void*>(data));
+  if (TracesMemory(run)) run.Screen.Print("Allocation success %p\n", static_cast<void*>(data));
   if (buffer.data_ != nullptr) {
     std::memcpy(data, buffer.data_, buffer.size_);
     ReleaseMessageBuffer(run);
@@ -44,7 +44,7 @@ MQLONG GrowMessageBuffer(Parameters& run, std::size_t bytes) {
 void ReleaseMessageBuffer(Parameters& run) {
   MessageBuffer& buffer = run.Message.Buffer;
   if (buffer.data_ == nullptr) return;
-  if (TracesMemory(run)) PrintDiagnostic(run, "Freeing %p\n", static_cast<void*>(buffer.data_));
+  if (TracesMemory(run)) run.Screen.Print("Freeing %p\n", static_cast<void*>(buffer.data_));
   CSFreeMem(buffer.data_);
   buffer.data_ = nullptr;
   buffer.size_ = 0;

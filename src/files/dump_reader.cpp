@@ -83,9 +83,9 @@ MQLONG ReadDescriptorSection(Parameters& run, bool& end) {
     if (kind == Token::EndOfSection) return 0;
     const DescriptorField* const field = FindByLongName(text);
     if (field == nullptr) {
-      SetMessageText(run, "Unrecognised attribute '%.*s' on line %" PRId64 " of file '%s'",
-                     static_cast<int>(std::min(text.size(), std::size_t{INT16_MAX})), text.data(),
-                     run.Reader.LineNumber, run.Naming.InputName.c_str());
+      run.MessageText.Format("Unrecognised attribute '%.*s' on line %" PRId64 " of file '%s'",
+                             static_cast<int>(std::min(text.size(), std::size_t{INT16_MAX})), text.data(),
+                             run.Reader.LineNumber, run.Naming.InputName.c_str());
       return MQRC_FILE_SYSTEM_ERROR;
     }
     if (const MQLONG reason = NextDumpToken(run, kind, text); reason != 0) return reason;
@@ -146,9 +146,9 @@ MQLONG ReadDataSection(Parameters& run, bool& end) {
     if (const MQLONG reason = AppendDumpLine(run); reason != 0) return reason;
   }
   if (announced > run.Message.Length) {
-    PrintDiagnostic(
-        run, "Line %" PRId64 " of file '%s' announces %" PRId64 " bytes of message data, but only %d bytes follow\n",
-        announcedAt, run.Naming.InputName.c_str(), announced, run.Message.Length);
+    run.Screen.Print("Line %" PRId64 " of file '%s' announces %" PRId64
+                     " bytes of message data, but only %d bytes follow\n",
+                     announcedAt, run.Naming.InputName.c_str(), announced, run.Message.Length);
   }
   end = false;
   return 0;

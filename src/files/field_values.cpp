@@ -28,7 +28,7 @@ bool ReadNumber(std::string_view text, MQLONG& number) {
 }  // namespace
 
 MQLONG RefuseLine(Parameters& run, const char* what) {
-  SetMessageText(run, "%s line %" PRId64 " of file '%s'", what, run.Reader.LineNumber, run.Naming.InputName.c_str());
+  run.MessageText.Format("%s line %" PRId64 " of file '%s'", what, run.Reader.LineNumber, run.Naming.InputName.c_str());
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
@@ -55,8 +55,8 @@ MQLONG StoreFieldValue(Parameters& run, TaggedField target, std::string_view val
     case FieldKind::End:
       break;
   }
-  SetMessageText(run, "Internal Eror:Unrecognised attribute type %d on line %" PRId64 " of file '%s'",
-                 static_cast<int>(target.Kind), run.Reader.LineNumber, run.Naming.InputName.c_str());
+  run.MessageText.Format("Internal Eror:Unrecognised attribute type %d on line %" PRId64 " of file '%s'",
+                         static_cast<int>(target.Kind), run.Reader.LineNumber, run.Naming.InputName.c_str());
   return MQRC_UNEXPECTED_ERROR;
 }
 
@@ -67,7 +67,7 @@ MQBYTE* RoomForData(Parameters& run, std::size_t bytes) {
   if (needed < message.Buffer.size()) return message.Buffer.data() + length;
   constexpr std::size_t kLargest = INT32_MAX;
   if (needed > kLargest) {
-    SetMessageText(run, "Unable to allocate %d bytes message storage", INT32_MAX);
+    run.MessageText.Format("Unable to allocate %d bytes message storage", INT32_MAX);
     return nullptr;
   }
   if (GrowMessageBuffer(run, needed <= kLargest / 4 ? 4 * needed : kLargest) != 0) return nullptr;

@@ -16,8 +16,8 @@ bool TracesMemory(const Parameters& run) { return (run.Debug & DEBUG_MEMORY) != 
 int Shown(std::size_t bytes) { return static_cast<int>(std::min(bytes, std::size_t{INT32_MAX})); }
 
 MQLONG NoLineStorage(Parameters& run, std::size_t bytes) {
-  if (TracesMemory(run)) PrintDiagnostic(run, "Allocation failed\n");
-  SetMessageText(run, "Unable to allocate %d bytes line storage", Shown(bytes));
+  if (TracesMemory(run)) run.Screen.Print("Allocation failed\n");
+  run.MessageText.Format("Unable to allocate %d bytes line storage", Shown(bytes));
   return MQRC_STORAGE_NOT_AVAILABLE;
 }
 
@@ -30,15 +30,15 @@ void GrantLine(Parameters& run, std::string_view line) {
   while (reader.LineCapacity < needed) {
     reader.LineCapacity = std::max(2 * reader.LineCapacity, kFirstLineCapacity);
     if (!TracesMemory(run)) continue;
-    PrintDiagnostic(run, "Allocating %d bytes\n", Shown(reader.LineCapacity));
-    PrintDiagnostic(run, "Allocation success %p\n", static_cast<const void*>(line.data()));
+    run.Screen.Print("Allocating %d bytes\n", Shown(reader.LineCapacity));
+    run.Screen.Print("Allocation success %p\n", static_cast<const void*>(line.data()));
   }
 }
 
 MQLONG ReadFailed(Parameters& run) {
   const int error = run.Reader.In.error();
   if (error == ENOMEM) return NoLineStorage(run, 2 * std::max(run.Reader.LineCapacity, kStreamBlock));
-  SetMessageText(run, "Error reading from file '%s' RC(%d)", run.Naming.InputName.c_str(), error);
+  run.MessageText.Format("Error reading from file '%s' RC(%d)", run.Naming.InputName.c_str(), error);
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
@@ -52,10 +52,10 @@ std::string_view WithoutLineEnd(std::string_view line) {
 
 MQLONG CreateLineBuffer(Parameters& run) {
   if (run.Reader.LineCapacity != 0) return 0;
-  if (TracesMemory(run)) PrintDiagnostic(run, "Allocating %d bytes\n", Shown(kFirstLineCapacity));
+  if (TracesMemory(run)) run.Screen.Print("Allocating %d bytes\n", Shown(kFirstLineCapacity));
   const void* const block = run.Reader.In.AllocateBlock();
   if (block == nullptr) return NoLineStorage(run, kFirstLineCapacity);
-  if (TracesMemory(run)) PrintDiagnostic(run, "Allocation success %p\n", block);
+  if (TracesMemory(run)) run.Screen.Print("Allocation success %p\n", block);
   run.Reader.LineCapacity = kFirstLineCapacity;
   return 0;
 }
@@ -65,7 +65,7 @@ void ReleaseLineBuffer(Parameters& run) {
   reader.Line = {};
   reader.LineCapacity = 0;
   if (reader.In.HoldsBytes()) return;  // they go with the file
-  if (TracesMemory(run)) PrintDiagnostic(run, "Freeing %p\n", reader.In.AllocateBlock());
+  if (TracesMemory(run)) run.Screen.Print("Freeing %p\n", reader.In.AllocateBlock());
   reader.In.ReleaseBlock();
 }
 

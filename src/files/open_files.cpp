@@ -20,7 +20,7 @@ constexpr std::size_t kAnswerLimit = 100;  // characters of an answer
 constexpr int kLargestGap = 1000;          // between the numbers of a set's files, where messages number them
 
 MQLONG TooLong(Parameters& run, const std::string& name) {
-  SetMessageText(run, "File name '%s' is longer than %d characters\n", name.c_str(), static_cast<int>(kNameLimit));
+  run.MessageText.Format("File name '%s' is longer than %d characters\n", name.c_str(), static_cast<int>(kNameLimit));
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
@@ -63,7 +63,7 @@ void FindInputSet(Parameters& run) {
 }
 
 MQLONG AlreadyExists(Parameters& run, const std::string& name) {
-  SetMessageText(run, "File '%s' already exists.\n", name.c_str());
+  run.MessageText.Format("File '%s' already exists.\n", name.c_str());
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
@@ -99,7 +99,7 @@ MQLONG OpenInput(Parameters& run) {
   if (listed && name.empty()) return MQRC_FILE_SYSTEM_ERROR;
   if (name.size() > kNameLimit) return TooLong(run, name);
   if (later && run.Naming.InputName == name) {
-    SetMessageText(run, "Duplicate input file '%s'\n", name.c_str());
+    run.MessageText.Format("Duplicate input file '%s'\n", name.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
   run.Naming.InputName.Assign(name);
@@ -115,7 +115,7 @@ MQLONG OpenInput(Parameters& run) {
   const RunFiles::Identity file = IdentityOf(run.Reader.In.stream());
   if (run.Naming.Files.IsOutput(file)) {
     run.Reader.In.Close();
-    SetMessageText(run, "Input file '%s' is an output file of this run\n", name.c_str());
+    run.MessageText.Format("Input file '%s' is an output file of this run\n", name.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
   run.Naming.Files.AddInput(file);
@@ -128,8 +128,8 @@ MQLONG OpenInput(Parameters& run) {
 bool MayOverwrite(Parameters& run, const std::string& name) {
   std::string answer;
   for (;;) {
-    PrintDiagnostic(run, "File '%s' exists - overwrite (y)es/(n)o/(a)ll ?\n", name.c_str());
-    if (!ReadAnswer(run, answer, kAnswerLimit)) return false;
+    run.Screen.Print("File '%s' exists - overwrite (y)es/(n)o/(a)ll ?\n", name.c_str());
+    if (!run.Screen.ReadAnswer(answer, kAnswerLimit)) return false;
     switch (answer.empty() ? '\0' : answer[0]) {
       case 'a':
         run.Flags |= FLAG_FORCE;
@@ -161,7 +161,7 @@ MQLONG CheckOutputFile(Parameters& run, const std::string& name, const RunFiles:
   const bool readsSet = run.Has(FLAG_INPUT_INSERTS) && !run.Has2(FLAG2_GENERIC) && !run.LogMode;
   if (readsSet && !run.Naming.InputSetKnown) FindInputSet(run);
   if (files.IsInput(file)) {
-    SetMessageText(run, "Output file '%s' is an input file of this run\n", name.c_str());
+    run.MessageText.Format("Output file '%s' is an input file of this run\n", name.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
   return files.IsOutput(file) ? AlreadyExists(run, name) : 0;

@@ -70,7 +70,7 @@ bool NotCut(Parameters& run, const ChangedFile& file, int error) {
   const std::string text =
       FormatText("Can not cut file '%s' back: what this run has written behind byte %" PRId64 " is still on its queue",
                  file.Path.c_str(), std::max(file.Length, std::int64_t{0}));
-  PrintDiagnostic(run, "%s\n", WithCause(text, error).c_str());
+  run.Screen.Print("%s\n", WithCause(text, error).c_str());
   return false;
 }
 

@@ -25,7 +25,7 @@ MQLONG CheckOwnBrackets(Parameters& run, std::string_view joined) {
       due += closing;
     } else if (c == ')' || c == '>' || c == ']' || c == '}') {
       if (due.empty() || due.back() != c) {
-        SetMessageText(run, "Unmatched delimiter '%c' bracket.\n", due.empty() ? c : due.back());
+        run.MessageText.Format("Unmatched delimiter '%c' bracket.\n", due.empty() ? c : due.back());
         return MQRCCF_PARM_VALUE_ERROR;
       }
       due.pop_back();

@@ -92,8 +92,8 @@ MQLONG FindProperties(Parameters& run, MessageCut& cut) {
   end.Limit = cut.Outer.From;
   if (const MQLONG reason = RunScan(run, end, keep, result); reason != 0) return reason;
   if (result != ScanResult::Found) {
-    SetMessageText(run, "Missing end property delimiter '%.*s' .\n", static_cast<int>(endRule.Bytes.size()),
-                   endRule.Bytes.c_str());
+    run.MessageText.Format("Missing end property delimiter '%.*s' .\n", static_cast<int>(endRule.Bytes.size()),
+                           endRule.Bytes.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
   cut.HasProperties = true;
@@ -161,8 +161,8 @@ MQLONG BuildWithProperties(Parameters& run, Span properties, Span data) {
   TrackedBlock& block = run.Plain.Properties;
   const std::size_t size = kPropertiesHeader + RoundUp(properties.Length(), sizeof(MQLONG)) + data.Length();
   if (size > INT32_MAX || !block.Grow(RoundUp(size, kPropertiesUnit), 0)) {
-    PrintDiagnostic(run, "Can not allocate buffer for message and properties (%" PRId64 ")\n",
-                    static_cast<std::int64_t>(size));
+    run.Screen.Print("Can not allocate buffer for message and properties (%" PRId64 ")\n",
+                     static_cast<std::int64_t>(size));
     return MQRC_STORAGE_NOT_AVAILABLE;
   }
   const std::string_view text(input.At(properties.From), properties.Length());
@@ -225,7 +225,7 @@ MQLONG ReadWholeFile(Parameters& run) {
   errno = 0;
   const std::int64_t size = in.Size();
   if (size < 0) {
-    SetMessageText(run, "Failed to find the length of the input file RC(%d)\n", errno != 0 ? errno : ESPIPE);
+    run.MessageText.Format("Failed to find the length of the input file RC(%d)\n", errno != 0 ? errno : ESPIPE);
     return MQRC_FILE_SYSTEM_ERROR;
   }
   MessageBuffer& buffer = run.Message.Buffer;
@@ -234,11 +234,12 @@ MQLONG ReadWholeFile(Parameters& run) {
   std::size_t held = 0;
   for (;;) {
     if (size > kLargestWholeFile || held > kLargestWholeFile) {
-      SetMessageText(run, "File is too large at %" PRId64 " bytes\n", std::max(size, static_cast<std::int64_t>(held)));
+      run.MessageText.Format("File is too large at %" PRId64 " bytes\n",
+                             std::max(size, static_cast<std::int64_t>(held)));
       return MQRC_FILE_SYSTEM_ERROR;
     }
     if (wanted > buffer.size() && GrowMessageBuffer(run, wanted) != 0) {
-      SetMessageText(run, "Failed to allocate storage of %" PRId64 " bytes.\n", static_cast<std::int64_t>(wanted));
+      run.MessageText.Format("Failed to allocate storage of %" PRId64 " bytes.\n", static_cast<std::int64_t>(wanted));
       return MQRC_STORAGE_NOT_AVAILABLE;
     }
     const std::size_t read = in.Read(buffer.data() + held, buffer.size() - held);
@@ -292,7 +293,7 @@ void ReleasePlainBuffers(Parameters& run) {
   for (TrackedBlock* block : {&run.Plain.Input.Block, &run.Plain.Properties}) {
     if (block->data() == nullptr) continue;
     if ((run.Debug & DEBUG_MEMORY) != 0) {
-      PrintDiagnostic(run, "Freeing %p\n", static_cast<void*>(block->data()));
+      run.Screen.Print("Freeing %p\n", static_cast<void*>(block->data()));
     }
     block->Release();
   }

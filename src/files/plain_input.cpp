@@ -70,12 +70,12 @@ void TrackedBlock::Release() {
 bool IsBlank(char c) { return c == '\t' || c == '\n' || c == '\r' || c == ' '; }
 
 MQLONG NoMessageStorage(Parameters& run, std::int64_t bytes) {
-  SetMessageText(run, "Unable to allocate %" PRId64 " bytes message storage", bytes);
+  run.MessageText.Format("Unable to allocate %" PRId64 " bytes message storage", bytes);
   return MQRC_STORAGE_NOT_AVAILABLE;
 }
 
 MQLONG ReadError(Parameters& run) {
-  SetMessageText(run, "Error reading from input file RC(%d)\n", run.Reader.In.error());
+  run.MessageText.Format("Error reading from input file RC(%d)\n", run.Reader.In.error());
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
@@ -119,10 +119,9 @@ MQLONG DropTail(Parameters& run) {
   const bool told = run.Has2(FLAG2_COUNTED) && !run.Has2(FLAG2_COUNT_FIRST);
   if (input.TailAt >= 0 && !told) {
     const std::int64_t lost = input.End() - input.TailAt;
-    PrintDiagnostic(run,
-                    "%" PRId64 " byte%s at the end of file '%s', from line %" PRId64
-                    " on, not taken: no end of message found\n",
-                    lost, lost == 1 ? "" : "s", run.Naming.InputName.c_str(), input.TailLine);
+    run.Screen.Print("%" PRId64 " byte%s at the end of file '%s', from line %" PRId64
+                     " on, not taken: no end of message found\n",
+                     lost, lost == 1 ? "" : "s", run.Naming.InputName.c_str(), input.TailLine);
   }
   input.TailAt = -1;
   input.Position = input.End();

@@ -43,13 +43,13 @@ constexpr DelimiterLetter kDelimiterLetters[] = {
 
 bool SetDelimiter(Parameters& run, const DelimiterLetter& letter, std::string_view text) {
   if (text.empty() || text.size() > kDelimiterLimit) {
-    PrintDiagnostic(run, "%s must be between 1 and %d characters in length.\n", letter.Name,
-                    static_cast<int>(kDelimiterLimit));
+    run.Screen.Print("%s must be between 1 and %d characters in length.\n", letter.Name,
+                     static_cast<int>(kDelimiterLimit));
     return false;
   }
   Delimiter& delimiter = run.Plain.*letter.Field;
   if (!delimiter.Typed.empty()) {
-    PrintDiagnosticText(run, letter.Twice);
+    run.Screen.PrintText(letter.Twice);
     return false;
   }
   delimiter.Typed = text;
@@ -59,12 +59,12 @@ bool SetDelimiter(Parameters& run, const DelimiterLetter& letter, std::string_vi
 // "d:": the first half is the start delimiter, the second half the end delimiter.
 bool SetBothDelimiters(Parameters& run, std::string_view text) {
   if (text.size() % 2 != 0) {
-    PrintDiagnostic(run, "Message delimiter parameter must be even in length.\n");
+    run.Screen.Print("Message delimiter parameter must be even in length.\n");
     return false;
   }
   if (text.empty() || text.size() > 2 * kDelimiterLimit) {
-    PrintDiagnostic(run, "Message delimiters must be between 1 and %d characters in length.\n",
-                    static_cast<int>(kDelimiterLimit));
+    run.Screen.Print("Message delimiters must be between 1 and %d characters in length.\n",
+                     static_cast<int>(kDelimiterLimit));
     return false;
   }
   const std::size_t half = text.size() / 2;
@@ -117,11 +117,11 @@ PlainOptionResult ParseNonTarvoOptions(Parameters& run, char letter, std::string
   const bool known = row != std::end(kDelimiterLetters);
   const int shown = static_cast<int>(at + 1);
   if (!known && kind != 'd') {
-    PrintDiagnostic(run, "Unrecognised -%c%.*s parameter.\n\n", letter, shown, text.data());
+    run.Screen.Print("Unrecognised -%c%.*s parameter.\n\n", letter, shown, text.data());
     return PlainOptionResult::RefusedWithHelp;
   }
   if (at + 1 == text.size() || text[at + 1] != ':') {
-    PrintDiagnostic(run, "Expected ':' after parameter -%c%.*s\n", letter, shown, text.data());
+    run.Screen.Print("Expected ':' after parameter -%c%.*s\n", letter, shown, text.data());
     return PlainOptionResult::Refused;
   }
   const std::string_view delimiter = text.substr(at + 2);

@@ -37,8 +37,8 @@ void StartProgressLine(Parameters& run, std::int64_t total, const char* name) {
   progress.StartTime = Now();
   progress.LastTime = progress.StartTime;
   if (progress.Total == 0 || name == nullptr) return;
-  PrintDiagnostic(run, "\nLoading '%s' ", name);
-  if (run.Screen.StdinIsTerminal) ShowInPlace(run, ":  0%");
+  run.Screen.Print("\nLoading '%s' ", name);
+  if (run.Screen.StdinIsTerminal) run.Screen.ShowInPlace(":  0%");
 }
 
 void ShowProgress(Parameters& run, bool terminal) {
@@ -51,7 +51,7 @@ void ShowProgress(Parameters& run, bool terminal) {
   if (now == progress.LastTime) return;
   progress.LastPercent = percent;
   progress.LastTime = now;
-  ShowInPlace(run, FormatText(": %2d%%", percent) + TimeLeft(now - progress.StartTime, percent));
+  run.Screen.ShowInPlace(FormatText(": %2d%%", percent) + TimeLeft(now - progress.StartTime, percent));
 }
 
 void EndProgressLine(Parameters& run, bool newline) {
@@ -63,13 +63,13 @@ void EndProgressLine(Parameters& run, bool newline) {
     if (!run.Plain.StartProperty.Typed.empty()) {
       text += FormatText(" (%d with properties)", run.Plain.MessagesWithProperties);
     }
-    if (terminal) ShowInPlace(run, text);
+    if (terminal) run.Screen.ShowInPlace(text);
     run.Plain.MessagesFound = 0;
     run.Plain.MessagesWithProperties = 0;
   } else if (terminal) {
-    EraseInPlace(run);
+    run.Screen.EraseInPlace();
   }
-  run.Screen.InPlaceShown = 0;
-  if (terminal && newline) PrintDiagnosticText(run, "\n");
+  run.Screen.LeaveInPlace();
+  if (terminal && newline) run.Screen.PrintText("\n");
   progress = ProgressState{};
 }

@@ -102,8 +102,8 @@ MQLONG AppendDataLine(Parameters& run) {
 MQLONG ReadDescriptorLines(Parameters& run, bool& end) {
   const char kind = run.Reader.Line.front();
   if (kind != 'A' && kind != 'N') {
-    SetMessageText(run, "Expected message attribute at line % " PRId64 " of file '%s'", run.Reader.LineNumber,
-                   run.Naming.InputName.c_str());
+    run.MessageText.Format("Expected message attribute at line % " PRId64 " of file '%s'", run.Reader.LineNumber,
+                           run.Naming.InputName.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
   if (kind == 'N') {
@@ -160,8 +160,8 @@ MQLONG ReadDataLines(Parameters& run, bool& end) {
   }
   // A file that is cut off between two data lines reads like a shorter message.
   if (!reader.PassedEmptyLine) {
-    PrintDiagnostic(run, "File '%s' ends without an empty line behind its last message and may have been cut off\n",
-                    run.Naming.InputName.c_str());
+    run.Screen.Print("File '%s' ends without an empty line behind its last message and may have been cut off\n",
+                     run.Naming.InputName.c_str());
   }
   end = false;
   return 0;
@@ -172,10 +172,9 @@ void TellIfCut(Parameters& run) {
   ReaderState& reader = run.Reader;
   if (reader.CutLine.empty()) return;
   reader.Loss = MQRC_FILE_SYSTEM_ERROR;
-  PrintDiagnostic(run,
-                  "File '%s' has been cut off inside line %" PRId64 ": its whole messages end at byte %" PRId64
-                  ", nothing behind is taken\n",
-                  run.Naming.InputName.c_str(), reader.LineNumber, reader.WholeUpTo);
+  run.Screen.Print("File '%s' has been cut off inside line %" PRId64 ": its whole messages end at byte %" PRId64
+                   ", nothing behind is taken\n",
+                   run.Naming.InputName.c_str(), reader.LineNumber, reader.WholeUpTo);
 }
 
 }  // namespace
@@ -207,7 +206,7 @@ MQLONG CheckInputFormat(Parameters& run, bool& end) {
     return 0;
   }
   if (!dumpMark && !fileMark && !later) {
-    SetMessageText(run, "File '%s' does not appear to be a TARVO file", run.Naming.InputName.c_str());
+    run.MessageText.Format("File '%s' does not appear to be a TARVO file", run.Naming.InputName.c_str());
     return MQRC_FILE_SYSTEM_ERROR;
   }
   const bool comment = !dump && line.front() == '*';

@@ -136,7 +136,7 @@ MQLONG LosesBytes(Parameters& run) {
   const MQMD& descriptor = run.Message.Descriptor;
   std::string id(2 * sizeof descriptor.MsgId, '0');
   EncodeHex(id.data(), descriptor.MsgId, sizeof descriptor.MsgId);
-  SetMessageText(run, "Message %d (MsgId %s) can not be written as text without loss", run.MessageIndex, id.c_str());
+  run.MessageText.Format("Message %d (MsgId %s) can not be written as text without loss", run.MessageIndex, id.c_str());
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
@@ -150,8 +150,8 @@ MQLONG WriteMessageData(Parameters& run) {
   OutputFile& file = run.Writer.Out;
   const CurrentMessage& message = run.Message;
   if (message.Delivered < message.Length) {
-    SetMessageText(run, "Only %d of %d bytes of message data are there to be written", message.Delivered,
-                   message.Length);
+    run.MessageText.Format("Only %d of %d bytes of message data are there to be written", message.Delivered,
+                           message.Length);
     return MQRC_UNEXPECTED_ERROR;
   }
   const DataBytes data(message.Data, static_cast<std::size_t>(message.Length));

@@ -143,8 +143,8 @@ PcfRequest QueryRequest(const Parameters& run, const QMgrConn& conn) {
 }
 
 MQLONG ReportUnreadable(Parameters& run) {
-  PrintDiagnostic(run, "Failed to parse command server response. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
-                  ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
+  run.Screen.Print("Failed to parse command server response. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
+                   ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
   return MQRC_STORAGE_NOT_AVAILABLE;
 }
 
@@ -190,29 +190,28 @@ MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
 MQLONG TakeReply(Parameters& run, PcfReply& reply) {
   if (!reply.usable()) return ReportUnreadable(run);
   if (reply.header().Command != MQCMD_INQUIRE_Q) {
-    PrintDiagnostic(run, "Wrong command server response. CMD(%d)\n", reply.header().Command);
+    run.Screen.Print("Wrong command server response. CMD(%d)\n", reply.header().Command);
     return MQRCCF_COMMAND_REPLY_ERROR;
   }
   if (reply.header().Reason != MQRC_NONE) {
-    PrintDiagnostic(run, "Command Server Response failure. RC(%d) %s\n", reply.header().Reason,
-                    ReasonText(reply.header().Reason));
+    run.Screen.Print("Command Server Response failure. RC(%d) %s\n", reply.header().Reason,
+                     ReasonText(reply.header().Reason));
     return reply.header().Reason;
   }
   return TakeQueueReply(run, reply);
 }
 
 MQLONG CanNotOpen(Parameters& run, const char* queue, const CallResult& result) {
-  PrintDiagnostic(run, "Can not open %s. RC(%d) %s\n", queue, result.Reason, ReasonText(result.Reason));
+  run.Screen.Print("Can not open %s. RC(%d) %s\n", queue, result.Reason, ReasonText(result.Reason));
   return result.Reason;
 }
 
 MQLONG NoReply(Parameters& run, const CallResult& result) {
   if (InterruptSignal() != 0) return 0;
   if (result.Reason == MQRC_NO_MSG_AVAILABLE) {
-    PrintDiagnosticText(run, "No response from command server.\n");
+    run.Screen.PrintText("No response from command server.\n");
   } else {
-    PrintDiagnostic(run, "MQGET failed for 'Query Queue' command. RC(%d) %s\n", result.Reason,
-                    ReasonText(result.Reason));
+    run.Screen.Print("MQGET failed for 'Query Queue' command. RC(%d) %s\n", result.Reason, ReasonText(result.Reason));
   }
   return result.Reason;
 }
@@ -222,7 +221,7 @@ MQLONG AskForQueues(Parameters& run, QMgrConn& conn, MQHOBJ commandQueue) {
   Question question(conn);
   if (const CallResult opened = question.OpenReplyQueue(); opened.failed()) return CanNotOpen(run, kModelQueue, opened);
   if (const CallResult put = question.Ask(QueryRequest(run, conn), commandQueue); put.failed()) {
-    PrintDiagnostic(run, "Failed to MQPUT 'Query Queue' command. RC(%d) %s\n", put.Reason, ReasonText(put.Reason));
+    run.Screen.Print("Failed to MQPUT 'Query Queue' command. RC(%d) %s\n", put.Reason, ReasonText(put.Reason));
     return put.Reason;
   }
   for (;;) {
@@ -250,7 +249,7 @@ bool TakeSizes(Parameters& run, QMgrConn& conn, PcfReply& reply, QueueElement& q
   if (!reply.usable()) return ReportUnreadable(run) == 0;
   const MQLONG reason = reply.header().Reason;
   if (reason != MQRC_NONE || (run.Verbose & VERBOSE_APIS) != 0) {
-    ReportMqCall(run, "Inquire Queue Status", conn.QMgrName, queue.QueueName, reason);
+    ReportMqCall(run.Screen, "Inquire Queue Status", conn.QMgrName, queue.QueueName, reason);
   }
   if (reason != MQRC_NONE) return false;
   for (PcfParameter parameter; reply.Next(parameter);) {
@@ -267,7 +266,7 @@ bool TakeSizes(Parameters& run, QMgrConn& conn, PcfReply& reply, QueueElement& q
 bool AskForSizes(Parameters& run, QMgrConn& conn, QueueElement& queue) {
   const auto failed = [&](const char* call, std::string_view object, const CallResult& result) {
     if (result.failed() || (run.Verbose & VERBOSE_APIS) != 0) {
-      ReportMqCall(run, call, conn.QMgrName, object, result.Reason);
+      ReportMqCall(run.Screen, call, conn.QMgrName, object, result.Reason);
     }
     return result.failed();
   };
@@ -278,7 +277,7 @@ bool AskForSizes(Parameters& run, QMgrConn& conn, QueueElement& queue) {
     const CallResult got = question.GetReply();
     if (failed("MQGET", question.replyQueue(), got)) {
       if (got.Reason == MQRC_NO_MSG_AVAILABLE && InterruptSignal() == 0) {
-        PrintDiagnosticText(run, "No response from command server.\n");
+        run.Screen.PrintText("No response from command server.\n");
       }
       return false;
     }
@@ -302,8 +301,8 @@ MQLONG QueryQueueNames(Parameters& run) try {
   conn.Api.MQCLOSE(conn.Hconn, &commandQueue, MQCO_NONE, &result.Code, &result.Reason);
   return outcome;
 } catch (const std::bad_alloc&) {
-  PrintDiagnostic(run, "Failed to allocate command buffer. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
-                  ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
+  run.Screen.Print("Failed to allocate command buffer. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
+                   ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
   return MQRC_STORAGE_NOT_AVAILABLE;
 }
 
@@ -314,6 +313,6 @@ void InquireQueueStatus(Parameters& run, std::span<QueueElement> queues) try {
     if (!AskForSizes(run, conn, queue)) return;
   }
 } catch (const std::bad_alloc&) {
-  PrintDiagnostic(run, "Failed to allocate command buffer. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
-                  ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
+  run.Screen.Print("Failed to allocate command buffer. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
+                   ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
 }

@@ -36,7 +36,7 @@ MQLONG FindFiles(Parameters& run, MQLONG& leftOut) {
       why = "a system queue is loaded only when it is named";
     }
     if (why == nullptr) return run.Generic.Queues.Add(std::move(entry));
-    PrintDiagnostic(run, "File '%s' is left out: %s\n", entry.FilePath.c_str(), why);
+    run.Screen.Print("File '%s' is left out: %s\n", entry.FilePath.c_str(), why);
     return 0;
   });
   if (result == 0) run.Generic.Queues.FormGroups();
@@ -50,7 +50,7 @@ bool CheckIndexes(Parameters& run) {
   int expected = 0;
   bool reported = false;
   const auto problem = [&](const std::string& path, const char* what) {
-    if (!reported) PrintDiagnostic(run, "Indexed File '%s' %s\n", path.c_str(), what);
+    if (!reported) run.Screen.Print("Indexed File '%s' %s\n", path.c_str(), what);
     reported = true;
     sound = false;
   };
@@ -83,7 +83,7 @@ bool CheckReadable(Parameters& run) {
     InputFile probe;
     if (probe.Open(file.FilePath.c_str(), "r") == 0) continue;
     failed = true;
-    PrintDiagnostic(run, "%s\n", file.FilePath.c_str());
+    run.Screen.Print("%s\n", file.FilePath.c_str());
   }
   return !failed || Confirm(run, "\nThese files can not be read.\nAre you sure you want to continue? ");
 }
@@ -111,10 +111,10 @@ MQLONG CheckQueues(Parameters& run) {
     const MQLONG reason = InquireDepth(conn, file.QueueName, depth);
     if (reason != 0) {
       problem = reason;
-      PrintDiagnostic(run, "%-48s RC(%d) %s\n", file.QueueName.c_str(), reason, ReasonText(reason));
+      run.Screen.Print("%-48s RC(%d) %s\n", file.QueueName.c_str(), reason, ReasonText(reason));
     } else if (depth > 0) {
       problem = MQRC_Q_NOT_EMPTY;
-      PrintDiagnostic(run, "%-48s Not empty.\n", file.QueueName.c_str());
+      run.Screen.Print("%-48s Not empty.\n", file.QueueName.c_str());
     }
   }
   if (problem == 0) return 0;
@@ -185,7 +185,7 @@ MQLONG GenericLoad(Parameters& run) {
   if (result != 0) return result;
   GenericQueueList& files = run.Generic.Queues;
   if (files.empty()) {
-    PrintDiagnosticText(run, "No matching TARVO files found.\n");
+    run.Screen.PrintText("No matching TARVO files found.\n");
     return leftOut;
   }
   if (!CheckIndexes(run) || !CheckReadable(run)) return MQRC_OBJECT_ALREADY_EXISTS;
@@ -201,7 +201,7 @@ MQLONG GenericLoad(Parameters& run) {
     // A unit that could not even be backed out stays open on the connection: the next queue's commit would carry it
     // out.
     if (OutputConn(run).UnitOpen || InterruptSignal() != 0) {
-      PrintDiagnostic(run, "The queues from '%s' on are not loaded.\n", start.QueueName.c_str());
+      run.Screen.Print("The queues from '%s' on are not loaded.\n", start.QueueName.c_str());
       break;
     }
     run.Naming.InputPaths.clear();

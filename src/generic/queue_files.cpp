@@ -62,7 +62,7 @@ bool ReadIndex(std::string_view text, int& index) {
 }
 
 MQLONG Refuse(Parameters& run, const char* text) {
-  PrintDiagnosticText(run, text);
+  run.Screen.PrintText(text);
   return MQRC_OPTIONS_ERROR;
 }
 

@@ -23,7 +23,7 @@ MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_vie
     if (!at->is_directory(unknown)) names.insert(at->path().filename().string());
   }
   if (error) {
-    PrintDiagnosticText(run, WithCause("Can not scan for files.\n", error));
+    run.Screen.PrintText(WithCause("Can not scan for files.\n", error));
     return MQRC_NOT_AUTHORIZED;
   }
   for (const std::string& name : names) {
@@ -33,17 +33,17 @@ MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_vie
 }
 
 bool AskTerminal(Parameters& run, std::string& answer) {
-  if (run.Screen.StdinIsTerminal) return ReadAnswer(run, answer, kAnswerLimit);
-  PrintDiagnosticText(run, "No, because standard input is no terminal.\n");
+  if (run.Screen.StdinIsTerminal) return run.Screen.ReadAnswer(answer, kAnswerLimit);
+  run.Screen.PrintText("No, because standard input is no terminal.\n");
   return false;
 }
 
 bool Confirm(Parameters& run, const char* question) {
   if (run.Has(FLAG_FORCE)) return true;
-  PrintDiagnosticText(run, question);
+  run.Screen.PrintText(question);
   std::string answer;
   const bool yes = AskTerminal(run, answer) && (answer.starts_with('Y') || answer.starts_with('y'));
-  if (yes) PrintDiagnosticText(run, "\n");
+  if (yes) run.Screen.PrintText("\n");
   return yes;
 }
 
@@ -85,7 +85,7 @@ void ReportQueueFailure(MQLONG reason, MQLONG& firstFailure) {
 void ShowMessageText(Parameters& run) {
   if (run.MessageText.empty()) return;
   std::fflush(stdout);
-  PrintDiagnostic(run, "%s\n", run.MessageText.c_str());
+  run.Screen.Print("%s\n", run.MessageText.c_str());
   run.MessageText.clear();
 }
 

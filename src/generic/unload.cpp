@@ -30,7 +30,7 @@ void ShowNothingFound(Parameters& run) {
     if (i > 0) text += i + 1 == patterns.size() ? " or " : ",";
     text += '\'' + std::string(NameInField(patterns[i].ObjectName, sizeof patterns[i].ObjectName)) + '\'';
   }
-  PrintDiagnostic(run, "%s.\n", text.c_str());
+  run.Screen.Print("%s.\n", text.c_str());
 }
 
 MQLONG FindExistingFiles(Parameters& run) {
@@ -62,11 +62,10 @@ MQLONG CheckNames(Parameters& run) {
     const std::string longest = queue.Depth > 1 ? IndexedName(run.Naming, queue.Depth) : queue.FilePath;
     std::error_code error;
     if (longest.size() > kPathLimit) {
-      PrintDiagnostic(run, "File name '%s' is longer than %d characters\n", longest.c_str(),
-                      static_cast<int>(kPathLimit));
+      run.Screen.Print("File name '%s' is longer than %d characters\n", longest.c_str(), static_cast<int>(kPathLimit));
       result = MQRC_FILE_SYSTEM_ERROR;
     } else if (!replaced.contains(queue.FilePath) && std::filesystem::exists(queue.FilePath, error)) {
-      PrintDiagnostic(run, "File '%s' already exists.\n", queue.FilePath.c_str());
+      run.Screen.Print("File '%s' already exists.\n", queue.FilePath.c_str());
       result = MQRC_OBJECT_ALREADY_EXISTS;
     }
   }
@@ -80,9 +79,9 @@ bool ShowExisting(Parameters& run, bool listed) {
     if (!file.GroupStart || file.QueueListed != listed) continue;
     any = true;
     if (file.HighestIndex > file.Index) {
-      PrintDiagnostic(run, "%s[-> %c%d]\n", file.FilePath.c_str(), '$', file.HighestIndex);
+      run.Screen.Print("%s[-> %c%d]\n", file.FilePath.c_str(), '$', file.HighestIndex);
     } else {
-      PrintDiagnostic(run, "%s\n", file.FilePath.c_str());
+      run.Screen.Print("%s\n", file.FilePath.c_str());
     }
   }
   return any;
@@ -99,15 +98,15 @@ enum class ForeignFiles { Keep, Delete, Quit };
 
 ForeignFiles AskAboutForeignFiles(Parameters& run) {
   if (!ShowExisting(run, false)) return ForeignFiles::Keep;
-  PrintDiagnosticText(run, "\nThese files already exist and will not be affected by the download.");
-  PrintDiagnosticText(run, "\nHowever, they could affect and contaminate a future upload.\n");
+  run.Screen.PrintText("\nThese files already exist and will not be affected by the download.");
+  run.Screen.PrintText("\nHowever, they could affect and contaminate a future upload.\n");
   if (run.Has(FLAG_FORCE)) return ForeignFiles::Keep;
   for (;;) {
-    PrintDiagnosticText(run, "What would you like to do? (c)ontinue, (d)elete the files, (q)uit ");
+    run.Screen.PrintText("What would you like to do? (c)ontinue, (d)elete the files, (q)uit ");
     std::string answer;
     if (!AskTerminal(run, answer) || answer.starts_with('q')) return ForeignFiles::Quit;
     if (answer.starts_with('c') || answer.starts_with('d')) {
-      PrintDiagnosticText(run, "\n");
+      run.Screen.PrintText("\n");
       return answer.starts_with('c') ? ForeignFiles::Keep : ForeignFiles::Delete;
     }
   }
@@ -123,7 +122,7 @@ bool CheckAccess(Parameters& run) {
     CloseQueue(conn, hobj);
     if (reason == 0) continue;
     failed = true;
-    PrintDiagnostic(run, "%-48s RC(%d) %s\n", queue.QueueName.c_str(), reason, ReasonText(reason));
+    run.Screen.Print("%-48s RC(%d) %s\n", queue.QueueName.c_str(), reason, ReasonText(reason));
   }
   return !failed || Confirm(run, "\nError accessing these queues.\nAre you sure you want to continue? ");
 }
@@ -149,7 +148,7 @@ MQLONG DeleteForeignFiles(Parameters& run) {
     if (!file.QueueListed) std::filesystem::remove(file.FilePath, error);
     if (error) {
       const std::string text = FormatText("Attempt to delete file '%s' failed.\n", file.FilePath.c_str());
-      PrintDiagnosticText(run, WithCause(text, error));
+      run.Screen.PrintText(WithCause(text, error));
       return MQRC_OBJECT_ALREADY_EXISTS;
     }
   }
@@ -226,11 +225,11 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
 
 MQLONG GenericUnload(Parameters& run) {
   if (run.Has(FLAG_GET)) {
-    PrintDiagnosticText(run, "You can not do a destructive generic unload.\n");
+    run.Screen.PrintText("You can not do a destructive generic unload.\n");
     return MQRC_OPTIONS_ERROR;
   }
   if (run.Has(FLAG_SUMMARY | FLAG_SHOW_TIME_ON_QUEUE)) {
-    PrintDiagnosticText(run, "The display options 's' and 'T' write no messages, which a generic unload is for.\n");
+    run.Screen.PrintText("The display options 's' and 'T' write no messages, which a generic unload is for.\n");
     return MQRC_OPTIONS_ERROR;
   }
   MQLONG result = ParseGenericFileSpec(run, run.OutputFileName);
@@ -251,7 +250,7 @@ MQLONG GenericUnload(Parameters& run) {
   MQLONG firstFailure = 0;
   for (const auto& [key, queue] : run.Generic.Queues) {
     if (InterruptSignal() != 0) {
-      PrintDiagnostic(run, "The queues from '%s' on are not unloaded.\n", queue.QueueName.c_str());
+      run.Screen.Print("The queues from '%s' on are not unloaded.\n", queue.QueueName.c_str());
       break;
     }
     UnloadQueue(run, queue, users, systems, firstFailure);
@@ -260,8 +259,7 @@ MQLONG GenericUnload(Parameters& run) {
   // Nothing has left a queue, so it is soon enough when the new files' names reach the disk with the last of them.
   if (const int error = SyncEntries(run.Naming.Directory); error != 0) {
     const char* const directory = run.Naming.Directory.c_str();
-    PrintDiagnosticText(run,
-                        WithCause(FormatText("Error flushing data to file '%s'RC(%d)\n", directory, error), error));
+    run.Screen.PrintText(WithCause(FormatText("Error flushing data to file '%s'RC(%d)\n", directory, error), error));
     if (firstFailure == 0) firstFailure = MQRC_RESOURCE_PROBLEM;
   }
   PrintOutput("\nTotal : %d Queues, %" PRId64 " Messages\n", users.Queues, users.Messages);

@@ -123,8 +123,8 @@ MQLONG TakeChain(Parameters& run, std::string lsn, Chain& chain) {
     chain.push_back({std::exchange(lsn, std::move(previous)), std::move(*piece)});
   }
   if (!wholeWith && !chain.empty() && !lsn.empty()) {
-    PrintDiagnostic(run, "Can not construct message %d, LSN '%s' missing.\n",
-                    static_cast<int>(run.Log.Reader->PutRecords), lsn.c_str());
+    run.Screen.Print("Can not construct message %d, LSN '%s' missing.\n", static_cast<int>(run.Log.Reader->PutRecords),
+                     lsn.c_str());
     return MQRC_INCOMPLETE_MSG;
   }
   for (; wholeWith && chain.size() > *wholeWith; chain.pop_back()) {
@@ -189,11 +189,11 @@ MQLONG ParsePutPart(Parameters& run) {
 MQLONG EndOfLines(Parameters& run, MQLONG result) {
   LogLines& lines = run.Log.Reader->Lines;
   if (const int error = lines.error(); error != 0) {
-    SetMessageText(run, "%s", WithCause(FormatText("Error reading from input file RC(%d)\n", error), error).c_str());
+    run.MessageText.Format("%s", WithCause(FormatText("Error reading from input file RC(%d)\n", error), error).c_str());
     result = MQRC_FILE_SYSTEM_ERROR;
   }
   if (const int code = lines.FormatterExitCode(); code != 0) {
-    PrintDiagnostic(run, "The log formatter ended with code %d: its output may not be complete.\n", code);
+    run.Screen.Print("The log formatter ended with code %d: its output may not be complete.\n", code);
   }
   return result;
 }
@@ -205,7 +205,7 @@ MQLONG EndOfLog(Parameters& run, MQLONG result) {
   run.Finished = true;
   if (log.CutShort) return result;
   for (const std::uint32_t message : log.Pieces.UnusedAfter(log.PutRecords)) {
-    PrintDiagnostic(run, "Extra message parts for message %d unused.\n", static_cast<int>(message));
+    run.Screen.Print("Extra message parts for message %d unused.\n", static_cast<int>(message));
   }
   if (log.Truncated) result = BrokenDump(run, MQRC_INCOMPLETE_MSG);
   result = EndOfLines(run, result);
@@ -249,9 +249,9 @@ MQLONG PrepareLog(Parameters& run, bool& empty) {
   }
   if (run.Log.Reader->CutShort) return 0;
   if (result != 0) {
-    PrintDiagnostic(run, "No MQ log records found.\n");
+    run.Screen.Print("No MQ log records found.\n");
     if (run.Log.ReadingDumpFile) {
-      PrintDiagnostic(run, "Are you sure file '%s' is the output from DMPMQLOG ?\n", run.Log.LogFile.c_str());
+      run.Screen.Print("Are you sure file '%s' is the output from DMPMQLOG ?\n", run.Log.LogFile.c_str());
     }
   }
   return found ? result : EndOfLines(run, result);
@@ -284,8 +284,8 @@ MQLONG CheckLogMessage(Parameters& run) {
     message.Delivered -= properties;
   }
   if (message.Length == message.ExpectedLength) return 0;
-  PrintDiagnostic(run, "Can not construct message %d, message length does not match.\n",
-                  static_cast<int>(run.Log.Reader->PutRecords));
+  run.Screen.Print("Can not construct message %d, message length does not match.\n",
+                   static_cast<int>(run.Log.Reader->PutRecords));
   EndLogReading(run);
   return MQRC_INCOMPLETE_MSG;
 }

@@ -57,7 +57,7 @@ bool ReadLogLine(Parameters& run, std::string_view& line) {
     ++run.Log.DumpLineNumber;
     if (--log.UntilProgress <= 0) ShowLogProgress(run);
     if (!line.starts_with("AMQ")) return true;
-    if (!IsRoutineMessage(line)) PrintDiagnosticText(run, std::string(line) + '\n');
+    if (!IsRoutineMessage(line)) run.Screen.PrintText(std::string(line) + '\n');
   }
   log.CutShort = InterruptSignal() != 0 && (log.Lines.error() == 0 || log.Lines.error() == EINTR);
   return false;
@@ -72,18 +72,18 @@ MQLONG ParseLsn(Parameters& run, std::string_view text, std::string& lsn) {
   const auto line = static_cast<std::int64_t>(run.Log.DumpLineNumber);
   lsn.clear();
   if (!text.starts_with('<')) {
-    PrintDiagnostic(run, "Line %" PRId64 ", LSN format unrecognised.\n", line);
+    run.Screen.Print("Line %" PRId64 ", LSN format unrecognised.\n", line);
     return MQRC_INCOMPLETE_MSG;
   }
   const std::size_t end = text.find('>');
   if (end == std::string_view::npos) return 0;
   const std::string_view found = text.substr(1, end - 1);
   if (found.empty()) {
-    PrintDiagnostic(run, "Line %" PRId64 ", LSN missing.\n", line);
+    run.Screen.Print("Line %" PRId64 ", LSN missing.\n", line);
     return MQRC_INCOMPLETE_MSG;
   }
   if (found.size() > kLongestLsn) {
-    PrintDiagnostic(run, "Line %" PRId64 ", LSN too large.\n", line);
+    run.Screen.Print("Line %" PRId64 ", LSN too large.\n", line);
     return MQRC_INCOMPLETE_MSG;
   }
   if (found != kNoLsn) lsn = found;
@@ -99,22 +99,23 @@ void ShowLogProgress(Parameters& run) {
   LogReader& log = *run.Log.Reader;
   log.UntilProgress = kLinesPerProgress;
   if (!run.Screen.StderrIsTerminal && !log.Ended) return;
-  ShowInPlace(run, FormatText("DMPMQLOG Records : Line:%u Records:%u Messages (%u, %u, %" PRId64 ")",
-                              run.Log.DumpLineNumber, log.Records, log.PutRecords, log.WantedPuts, run.MsgsWritten));
+  run.Screen.ShowInPlace(FormatText("DMPMQLOG Records : Line:%u Records:%u Messages (%u, %u, %" PRId64 ")",
+                                    run.Log.DumpLineNumber, log.Records, log.PutRecords, log.WantedPuts,
+                                    run.MsgsWritten));
 }
 
 void EndLogReading(Parameters& run) {
-  run.Log.ReadingDumpFile = false;
+  run.Screen.Prefix = nullptr;
   if (run.Log.Reader == nullptr || std::exchange(run.Log.Reader->Ended, true)) return;
-  const bool shown = run.Screen.InPlaceShown > 0;
+  const bool shown = run.Screen.StandsInPlace();
   ShowLogProgress(run);
-  run.Screen.InPlaceShown = 0;
-  PrintDiagnosticText(run, shown ? "\n\n" : "\n");
+  run.Screen.LeaveInPlace();
+  run.Screen.PrintText(shown ? "\n\n" : "\n");
 }
 
 MQLONG BrokenDump(Parameters& run, MQLONG reason) {
   if (run.MessageText.empty()) {
-    SetMessageText(run, "The log record is broken or cut off at line %u of the dump", run.Log.DumpLineNumber);
+    run.MessageText.Format("The log record is broken or cut off at line %u of the dump", run.Log.DumpLineNumber);
   }
   return reason;
 }

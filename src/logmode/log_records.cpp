@@ -106,7 +106,7 @@ MQLONG ReadRecordHeader(Parameters& run, LogRecordKind kind, RecordHeader& heade
     }
   }
   if (!prevLsnSeen) return BrokenDump(run, MQRC_FORMAT_ERROR);
-  if (cutOff && !run.Log.Reader->CutShort) PrintDiagnostic(run, "The dump ends inside a log record.\n");
+  if (cutOff && !run.Log.Reader->CutShort) run.Screen.Print("The dump ends inside a log record.\n");
   return 0;
 }
 
@@ -119,18 +119,18 @@ MQLONG ReadMessageHeader(Parameters& run, HexDump& dump) {
   MQBYTE data[kMessagePlace];
   if (!dump.Read(data, kVersionPlace + sizeof(MQLONG))) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   if (const MQLONG version = NumberIn(data, kVersionPlace); version != kHeaderVersion) {
-    PrintDiagnostic(run, "Message Header Version %d not recognised.\n", version);
+    run.Screen.Print("Message Header Version %d not recognised.\n", version);
     return MQRC_FORMAT_ERROR;
   }
   if (!dump.Read(data + dump.taken(), kMqmdVersionPlace + sizeof(MQLONG) - dump.taken()))
     return BrokenDump(run, MQRC_INCOMPLETE_MSG);
   if (std::memcmp(data + kStrucIdPlace, "MD  ", 4) != 0) {
-    PrintDiagnostic(run, "Unrecongnised message format.\n");
+    run.Screen.Print("Unrecongnised message format.\n");
     return MQRC_FORMAT_ERROR;
   }
   if (const MQLONG version = NumberIn(data, kMqmdVersionPlace);
       version != MQMD_VERSION_1 && version != MQMD_VERSION_2) {
-    PrintDiagnostic(run, "Unrecognised MQMD version %d.\n", version);
+    run.Screen.Print("Unrecognised MQMD version %d.\n", version);
     return MQRC_FORMAT_ERROR;
   }
   if (!dump.Read(data + dump.taken(), kMessagePlace - dump.taken())) return BrokenDump(run, MQRC_INCOMPLETE_MSG);

@@ -50,28 +50,28 @@ std::string FormatterPath(const char* installation) {
 MQLONG StartFormatter(Parameters& run) {
   const char* const installation = std::getenv("MQ_INSTALLATION_PATH");
   if (installation == nullptr) {
-    PrintDiagnostic(run, "Environment variable MQ_INSTALLATION_PATH not set.\n");
+    run.Screen.Print("Environment variable MQ_INSTALLATION_PATH not set.\n");
     return MQRC_OPTIONS_ERROR;
   }
   const std::string program = FormatterPath(installation);
   const std::string& command = run.Log.FormatterCommand;
-  PrintDiagnostic(run, "Issuing command %s %s\n", program.c_str(), command.c_str() + command.find(' ') + 1);
+  run.Screen.Print("Issuing command %s %s\n", program.c_str(), command.c_str() + command.find(' ') + 1);
   const ChildProcess::Failure failure = run.Log.Reader->Lines.StartFormatter(program, command);
   const char* const text = failure.text.c_str();
   switch (failure.step) {
     case ChildProcess::Step::None:
       return 0;
     case ChildProcess::Step::Pipe:
-      PrintDiagnostic(run, "Can't create redirection pipe RC(%d) %s\n", failure.error, text);
+      run.Screen.Print("Can't create redirection pipe RC(%d) %s\n", failure.error, text);
       break;
     case ChildProcess::Step::HandleInformation:
-      PrintDiagnostic(run, "Can't set handle information on read pipe RC(%d) %s\n", failure.error, text);
+      run.Screen.Print("Can't set handle information on read pipe RC(%d) %s\n", failure.error, text);
       break;
     case ChildProcess::Step::Create:
-      PrintDiagnostic(run, "Create Process failed RC(%d) %s\n", failure.error, text);
+      run.Screen.Print("Create Process failed RC(%d) %s\n", failure.error, text);
       break;
     case ChildProcess::Step::CloseHandle:
-      PrintDiagnostic(run, "Close Handle failed RC(%d) %s\n", failure.error, text);
+      run.Screen.Print("Close Handle failed RC(%d) %s\n", failure.error, text);
       break;
   }
   return MQRC_UNEXPECTED_ERROR;
@@ -81,16 +81,19 @@ MQLONG OpenDumpFile(Parameters& run, const std::string& name) {
   const std::size_t separator = name.find_last_of(kSeparators);
   const std::string_view baseName = std::string_view(name).substr(separator + 1);  // npos + 1 is 0
   if (ContainsIgnoringCase(baseName, ".LOG")) {
-    PrintDiagnostic(run, ".LOG file are not supported. Please format using DMPMQLOG.\n");
+    run.Screen.Print(".LOG file are not supported. Please format using DMPMQLOG.\n");
     return MQRC_OPTIONS_ERROR;
   }
   if (const int error = run.Log.Reader->Lines.OpenFile(name.c_str()); error != 0) {
-    PrintDiagnosticText(run, WithCause("Can not access MQ log file.\n", error));
+    run.Screen.PrintText(WithCause("Can not access MQ log file.\n", error));
     return MQRC_FILE_SYSTEM_ERROR;
   }
   run.Naming.Files.AddInput(IdentityOf(name));
   run.Log.LogFile.Assign(name);
   run.Log.ReadingDumpFile = true;
+  run.Screen.Prefix = [&log = run.Log] {
+    return log.DumpLineNumber != 0 ? FormatText("Line No. %u: ", log.DumpLineNumber) : std::string();
+  };
   return 0;
 }
 
@@ -103,7 +106,7 @@ bool ParseLogParameter(Parameters& run, std::string_view text) {
   std::string_view start, end;
   const bool rangeGood = bracket == std::string_view::npos || SplitRange(text.substr(bracket + 1), start, end);
   if (!rangeGood || !run.Log.LogFile.Assign(file)) {
-    PrintDiagnostic(run, "Unrecognised log file parameter format.\n");
+    run.Screen.Print("Unrecognised log file parameter format.\n");
     return false;
   }
   std::string command = "dmpmqlog ";
@@ -117,19 +120,19 @@ bool ParseLogParameter(Parameters& run, std::string_view text) {
 
 MQLONG StartLogReading(Parameters& run, std::string_view queueName) {
   if (queueName.empty()) {
-    PrintDiagnostic(run, "Please specify the name of the queue to search the log for using the -i parameter.\n");
+    run.Screen.Print("Please specify the name of the queue to search the log for using the -i parameter.\n");
     return MQRC_OPTIONS_ERROR;
   }
   if (queueName.find_first_of("*?") != std::string_view::npos) {
-    PrintDiagnostic(run, "Wild cards are not supported in input queue name when in log mode.\n");
+    run.Screen.Print("Wild cards are not supported in input queue name when in log mode.\n");
     return MQRC_OPTIONS_ERROR;
   }
-  PrintDiagnostic(run, "Searching for messages logged on queue '%.*s'.\n", static_cast<int>(queueName.size()),
-                  queueName.data());
+  run.Screen.Print("Searching for messages logged on queue '%.*s'.\n", static_cast<int>(queueName.size()),
+                   queueName.data());
   run.Log.Reader = std::make_shared<LogReader>();
   run.Log.Reader->QueueName = queueName;
   run.Log.Reader->CaseCounts = run.Has2(FLAG2_QUOTED_NAME);
-  run.Screen.Redraw = ShowLogProgress;
+  run.Screen.Redraw = [&run] { ShowLogProgress(run); };
   run.Source = &kLogSource;
 
   std::string_view name = run.Log.LogFile.view();

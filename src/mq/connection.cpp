@@ -24,11 +24,11 @@ constexpr MQLONG kCnoVersionWithApplName = 7;
 void Report(Parameters& run, const QMgrConn& conn, MqStep step, std::string_view call, std::string_view object,
             MQLONG compCode, MQLONG reason) {
   if (compCode == MQCC_FAILED) return ReportFailedCall(run, step, call, conn.QMgrName, object, reason);
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, call, conn.QMgrName, object, reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, call, conn.QMgrName, object, reason);
 }
 
 void Trace(Parameters& run, const QMgrConn& conn, std::string_view call, MQLONG reason) {
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run, call, conn.QMgrName, {}, reason);
+  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, call, conn.QMgrName, {}, reason);
 }
 
 // Asks for name, command level and platform. What cannot be learnt stays unknown; that stops nothing.
@@ -60,18 +60,18 @@ void InquireQMgr(Parameters& run, QMgrConn& conn) {
 // interrupt came instead.
 bool PromptPassword(Parameters& run, QMgrConn& conn) {
   if (!StdinIsTerminal()) {
-    PrintDiagnostic(run, "Password prompt not supported for non-stdin file\n");
+    run.Screen.Print("Password prompt not supported for non-stdin file\n");
     return false;
   }
   SecretInput input;
   if (!input.usable()) {
-    PrintDiagnostic(run, "Can not access input stream for password\n");
+    run.Screen.Print("Can not access input stream for password\n");
     return false;
   }
   if (conn.QMgrName.empty()) {
-    PrintDiagnostic(run, "Please enter password for User(%s) >", conn.UserId);
+    run.Screen.Print("Please enter password for User(%s) >", conn.UserId);
   } else {
-    PrintDiagnostic(run, "Please enter password for QM(%s) User(%s) >", conn.QMgrName.c_str(), conn.UserId);
+    run.Screen.Print("Please enter password for QM(%s) User(%s) >", conn.QMgrName.c_str(), conn.UserId);
   }
   Secret& password = conn.Password.emplace(kLongestPassword);
   while (password.view().size() < kLongestPassword) {
@@ -188,7 +188,7 @@ MQLONG OpenIndividually(Parameters& run, QMgrConn& conn, QueueList& list, MQLONG
   try {
     list.Elements.assign(list.Entries.size(), QueueElement());
   } catch (const std::bad_alloc&) {
-    PrintDiagnostic(run, "Can not allocate queue element array. Max Destinations = %d\n", list.Count());
+    run.Screen.Print("Can not allocate queue element array. Max Destinations = %d\n", list.Count());
     return MQRC_OPTIONS_ERROR;
   }
   MQLONG result = MQRC_NONE;
@@ -238,7 +238,7 @@ MQLONG OpenDepthHandle(Parameters& run, QMgrConn& conn, const MQCHAR48& resolved
     run.Pace.RateHobj = MQHO_UNUSABLE_HOBJ;
     return reason;
   }
-  PrintDiagnostic(run, "Monitoring depth of queue '%.48s'\n\n", name.c_str());
+  run.Screen.Print("Monitoring depth of queue '%.48s'\n\n", name.c_str());
   return MQRC_NONE;
 }
 
@@ -251,7 +251,7 @@ MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn) {
   const char* library = conn.LibraryName != nullptr ? conn.LibraryName : "";
   std::string explanation;
   if (const int error = LoadMqApi(library, conn.Api, &explanation); error != 0) {
-    PrintDiagnostic(run, "Error loading MQAPI DLL %s RC(%d)\n%s", library, error, explanation.c_str());
+    run.Screen.Print("Error loading MQAPI DLL %s RC(%d)\n%s", library, error, explanation.c_str());
     return MQRC_ENVIRONMENT_ERROR;
   }
   MQCSP csp;
@@ -277,8 +277,7 @@ void DisconnectQMgr(Parameters& run, QMgrConn& conn) {
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   if (conn.StillDelivers) {
-    PrintDiagnostic(
-        run,
+    run.Screen.Print(
         "Queue manager '%s' could not be stopped delivering messages. It is not disconnected, so that what it "
         "has delivered is backed out when this program ends.\n",
         conn.QMgrName.c_str());
@@ -289,10 +288,10 @@ void DisconnectQMgr(Parameters& run, QMgrConn& conn) {
     conn.Api.MQBACK(conn.Hconn, &compCode, &reason);
     Report(run, conn, MqStep::Other, "MQBACK", {}, compCode, reason);
     if (compCode == MQCC_FAILED) {
-      PrintDiagnostic(run,
-                      "The open unit of work on queue manager '%s' could not be backed out. It is not disconnected, so "
-                      "that the queue manager backs the unit of work out when this program ends.\n",
-                      conn.QMgrName.c_str());
+      run.Screen.Print(
+          "The open unit of work on queue manager '%s' could not be backed out. It is not disconnected, so "
+          "that the queue manager backs the unit of work out when this program ends.\n",
+          conn.QMgrName.c_str());
       conn.Hconn = MQHC_UNUSABLE_HCONN;
       return;
     }
@@ -309,8 +308,8 @@ bool MayFeedItself(Parameters& run) {
 }
 
 MQLONG RefuseOntoItself(Parameters& run, std::string_view queue) {
-  PrintDiagnostic(run, "Sorry, copying or moving queue '%.*s' onto itself would never end, specify a range end\n",
-                  static_cast<int>(queue.size()), queue.data());
+  run.Screen.Print("Sorry, copying or moving queue '%.*s' onto itself would never end, specify a range end\n",
+                   static_cast<int>(queue.size()), queue.data());
   return MQRC_OPTIONS_ERROR;
 }
 
@@ -327,7 +326,7 @@ MQLONG OpenOutputs(Parameters& run) {
     try {
       list->Responses.assign(list->Entries.size(), MQRR());
     } catch (const std::bad_alloc&) {
-      PrintDiagnostic(run, "Can not allocate destination array. Max Destinations = %d\n", list->Count());
+      run.Screen.Print("Can not allocate destination array. Max Destinations = %d\n", list->Count());
       return MQRC_OPTIONS_ERROR;
     }
     if (run.Has2(FLAG2_INDIVIDUAL_QUEUES)) return OpenIndividually(run, conn, *list, options);

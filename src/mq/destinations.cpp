@@ -58,8 +58,8 @@ MQOR Entry(std::string_view qmgr, std::string_view queue) {
 void ShowIncludeChain(Parameters& run, const IncludeRecord& record) {
   if (record.Including == nullptr) return;
   ShowIncludeChain(run, *record.Including);
-  PrintDiagnostic(run, "  File '%s' includes file '%s' on line %d.\n", record.Including->Path.FullPath.c_str(),
-                  record.Path.FullPath.c_str(), record.Including->LineNumber);
+  run.Screen.Print("  File '%s' includes file '%s' on line %d.\n", record.Including->Path.FullPath.c_str(),
+                   record.Path.FullPath.c_str(), record.Including->LineNumber);
 }
 
 // Whether an outer file is this one, by whatever name.
@@ -89,13 +89,13 @@ std::string_view Trimmed(std::string_view line) {
 bool ReadDestinations(Parameters& run, IncludeRecord& record, ListKind kind) {
   const char* path = record.Path.FullPath.c_str();
   if (IsRecursive(record)) {
-    PrintDiagnostic(run, "Recursive use of file '%s'.\n", path);
+    run.Screen.Print("Recursive use of file '%s'.\n", path);
     ShowIncludeChain(run, record);
     return false;
   }
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path, "r"));
   if (file == nullptr) {
-    PrintDiagnosticText(run, WithCause(FormatText("Can not open file '%s'.\n", path), errno));
+    run.Screen.PrintText(WithCause(FormatText("Can not open file '%s'.\n", path), errno));
     return false;
   }
   char piece[kLinePiece];
@@ -108,7 +108,7 @@ bool ReadDestinations(Parameters& run, IncludeRecord& record, ListKind kind) {
     if (!AddDestination(run, destination, kind)) return false;
   }
   if (std::ferror(file.get()) != 0) {
-    PrintDiagnosticText(run, WithCause(FormatText("Can not read file '%s'.\n", path), errno));
+    run.Screen.PrintText(WithCause(FormatText("Can not read file '%s'.\n", path), errno));
     return false;
   }
   return true;
@@ -128,7 +128,7 @@ bool ReadDestinationFile(Parameters& run, std::string_view name, ListKind kind) 
   // An included file may well be empty, but whoever names a file on the command line wants its queues: without one of
   // them the run would take messages that it can put nowhere.
   if (record.Including == nullptr && CountOf(ListOf(run, kind)) == before) {
-    PrintDiagnostic(run, "There are no destinations in file '%s'.\n", record.Path.FullPath.c_str());
+    run.Screen.Print("There are no destinations in file '%s'.\n", record.Path.FullPath.c_str());
     return false;
   }
   return true;
@@ -145,14 +145,14 @@ bool SplitNames(Parameters& run, char separator, std::string_view text, const ch
   const std::string_view qmgr = hasQMgr ? text.substr(0, at) : std::string_view();
   const std::string_view queue = hasQMgr ? text.substr(at + 1) : text;
   if (qmgr.size() > kNameWidth) {
-    PrintDiagnostic(run, "The Queue Manager part of %s '%s' is too long.\n", what, whole.c_str());
+    run.Screen.Print("The Queue Manager part of %s '%s' is too long.\n", what, whole.c_str());
     return false;
   }
   if (queue.size() > kNameWidth) {
     if (hasQMgr) {
-      PrintDiagnostic(run, "The Queue name part of %s '%s' is too long.\n", what, whole.c_str());
+      run.Screen.Print("The Queue name part of %s '%s' is too long.\n", what, whole.c_str());
     } else {
-      PrintDiagnostic(run, "The Queue name '%s' is too long.\n", whole.c_str());
+      run.Screen.Print("The Queue name '%s' is too long.\n", whole.c_str());
     }
     return false;
   }
@@ -179,7 +179,7 @@ bool GrowQueueList(Parameters& run, std::unique_ptr<QueueList>& list) {
     if (list == nullptr) list = std::make_unique<QueueList>();
     if (list->Entries.size() == list->Entries.capacity()) list->Entries.reserve(capacity);
   } catch (const std::bad_alloc&) {
-    PrintDiagnostic(run, "Can not allocate queue list array. Max Destinations = %d\n", static_cast<int>(capacity));
+    run.Screen.Print("Can not allocate queue list array. Max Destinations = %d\n", static_cast<int>(capacity));
     return false;
   }
   return true;
@@ -190,7 +190,7 @@ bool AddDestination(Parameters& run, std::string_view text, ListKind kind) {
   if (!SplitQueueName(run, run.QueueSeparator, text, names, kind)) return false;
   if (names.NamedFile) return true;
   if (names.Queue[0] == '\0') {
-    PrintDiagnostic(run, "The Queue name part of destination '%s' is missing.\n", std::string(text).c_str());
+    run.Screen.Print("The Queue name part of destination '%s' is missing.\n", std::string(text).c_str());
     return false;
   }
   std::unique_ptr<QueueList>& list = ListOf(run, kind);
@@ -216,14 +216,14 @@ void ShowDestinations(Parameters& run) {
   if (run.OutputList != nullptr && run.OutputList->Count() > 1) {
     const char* label = "Output Destinations :";
     for (const MQOR& entry : run.OutputList->Entries) {
-      PrintDiagnostic(run, "%s %s\n", label, DestinationText(entry.ObjectQMgrName, entry.ObjectName).c_str());
+      run.Screen.Print("%s %s\n", label, DestinationText(entry.ObjectQMgrName, entry.ObjectName).c_str());
       label = "                    :";
     }
-    PrintDiagnostic(run, "\n");
+    run.Screen.Print("\n");
     return;
   }
   const bool listed = CountOf(run.OutputList) == 1;
   if (!listed && !run.HasOutputQueue()) return;
   const MQOR entry = listed ? run.OutputList->Entries.front() : Entry(run.OutputQMgrName, run.OutputQueueName);
-  PrintDiagnostic(run, "Output Destination : %s\n\n", DestinationText(entry.ObjectQMgrName, entry.ObjectName).c_str());
+  run.Screen.Print("Output Destination : %s\n\n", DestinationText(entry.ObjectQMgrName, entry.ObjectName).c_str());
 }

@@ -56,7 +56,7 @@ std::string OptionBehind(const Parameters& run, MqStep step, MQLONG reason) {
 
 void ReportFailedCall(Parameters& run, MqStep step, std::string_view call, std::string_view qmgr,
                       std::string_view object, MQLONG reason) {
-  ReportMqCall(run, call, qmgr, object, reason);
+  ReportMqCall(run.Screen, call, qmgr, object, reason);
   const std::string line = OptionBehind(run, step, reason);
-  if (!line.empty()) PrintDiagnosticText(run, line.substr(1) + '\n');
+  if (!line.empty()) run.Screen.PrintText(line.substr(1) + '\n');
 }

@@ -56,7 +56,7 @@ std::optional<MQLONG> ReasonNamed(std::string_view name) {
   return std::nullopt;
 }
 
-void ReportMqCall(Parameters& run, std::string_view call, std::string_view qmgr, std::string_view object,
+void ReportMqCall(Console& screen, std::string_view call, std::string_view qmgr, std::string_view object,
                   MQLONG reason) {
   const std::string_view qmgrName = Name(qmgr);
   const std::string_view objectName = Name(object);
@@ -75,5 +75,5 @@ void ReportMqCall(Parameters& run, std::string_view call, std::string_view qmgr,
   if (!description.empty()) line.append(1, ' ') += description;
   if (!description.ends_with('.')) line += '.';
   line += '\n';
-  PrintDiagnosticText(run, line);
+  screen.PrintText(line);
 }

@@ -8,7 +8,7 @@
 
 #include "mq/mqi.h"
 
-struct Parameters;
+class Console;
 
 // Never null; empty when the code is unknown.
 const char* ReasonText(MQLONG reason);
@@ -18,5 +18,5 @@ std::optional<MQLONG> ReasonNamed(std::string_view name);
 
 // One line on standard error: the call, "on qmgr '...'" / "on object '...'" as far as given (names end at their first
 // blank, at most 48 characters), "returned %d", the reason's text, a full stop. Safe from any thread.
-void ReportMqCall(Parameters& run, std::string_view call, std::string_view qmgr, std::string_view object,
+void ReportMqCall(Console& screen, std::string_view call, std::string_view qmgr, std::string_view object,
                   MQLONG reason);

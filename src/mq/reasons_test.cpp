@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
 
 namespace {
 
@@ -59,10 +59,10 @@ TEST(ReportMqCall, NamesWhatIsGiven) {
       {"MQGET", std::string(60, 'A'), "", -3,
        "MQGET on qmgr 'AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA' returned -3.\n"},
   };
-  Parameters run;
+  Console screen;
   for (const auto& c : cases) {
     testing::internal::CaptureStderr();
-    ReportMqCall(run, c.Call, c.QMgr, c.Object, c.Reason);
+    ReportMqCall(screen, c.Call, c.QMgr, c.Object, c.Reason);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), c.Line);
   }
 }
