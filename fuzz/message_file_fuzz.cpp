@@ -17,17 +17,17 @@ struct Message {
   std::string Data;
 };
 
-constexpr struct {
-  std::uint32_t Flags, Flags2;
-} kLayouts[] = {
-    {0, 0}, {FLAG_ASCII_COLUMNS, 0}, {FLAG_ASCII_LINES | FLAG_APPLDATA_CHAR, 0}, {FLAG_APPLDATA_CHAR, FLAG2_PRINTABLE}};
+constexpr LayoutOptions kLayouts[] = {{},
+                                      {.AsciiColumns = true},
+                                      {.AsciiLines = true, .ApplDataAsText = true},
+                                      {.Printable = true, .ApplDataAsText = true}};
 
 // Every message of a file; `whole` is cleared when its end was not reached.
 std::vector<Message> ReadAll(const char* name, bool& whole) {
   const auto owner = std::make_unique<Parameters>();
   Parameters& run = *owner;
   std::vector<Message> messages;
-  run.InputFileName.Assign(name);
+  run.Asked.Input.FileName = name;
   bool end = false;
   MQLONG reason = OpenFiles(run, {.Input = true});
   if (reason == 0) reason = CreateLineBuffer(run);
@@ -44,9 +44,7 @@ std::vector<Message> ReadAll(const char* name, bool& whole) {
 void WriteAll(const char* name, const std::vector<Message>& messages, std::size_t layout) {
   const auto owner = std::make_unique<Parameters>();
   Parameters& run = *owner;
-  run.Flags |= kLayouts[layout].Flags;
-  run.Flags2 |= kLayouts[layout].Flags2;
-  run.DataWidth = 25;
+  run.Asked.Layout = kLayouts[layout];
   run.Writer.FileName.Assign(name);
   Require(run.Writer.Out.Open(name, "wb") == 0 && WriteFileHeader(run, nullptr) == 0);
   for (const Message& message : messages) {

@@ -48,12 +48,11 @@ class Cutter {
       stop = behind = file_.size();
     }
     position_ = behind;
-    return run_.Has2(FLAG2_INCLUDE_MSG_DELIMS) ? file_.substr(outer, behind - outer)
-                                               : file_.substr(inner, stop - inner);
+    return run_.Asked.Plain.IncludeMsgDelims ? file_.substr(outer, behind - outer) : file_.substr(inner, stop - inner);
   }
 
  private:
-  bool Balances(std::string_view bytes) const { return (run_.DelimFlags & DELIM_NO_BRACKETS) != 0 || Balanced(bytes); }
+  bool Balances(std::string_view bytes) const { return run_.Asked.Plain.NoBrackets || Balanced(bytes); }
   // The first place at or behind `from` where the delimiter counts: brackets are looked at from `origin` on.
   std::size_t Find(std::string_view delimiter, std::size_t origin, std::size_t from, bool itsBracketsCount) const {
     for (std::size_t at = file_.find(delimiter, from); at != kNone; at = file_.find(delimiter, at + 1)) {
@@ -97,9 +96,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const auto owner = std::make_unique<Parameters>();
   Parameters& run = *owner;
-  run.Flags = FLAG_CTX_DEFAULT;
+  run.Asked.Output.Context = PutContext::Default;
   if (!TakeOptions(run, input.substr(0, lineEnd))) return 0;
-  run.InputFileName.Assign("in");
+  run.Asked.Input.FileName = "in";
   Require(OpenFiles(run, {.Input = true}) == 0);
   if (PreparePlainFile(run) != 0) {
     Require(!run.MessageText.empty());
@@ -109,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   MQLONG reason = 0;
   while ((reason = ReadPlainMessage(run)) == 0 && !run.Finished) messages.push_back(DataInHand(run));
   Require(reason == 0 || !run.MessageText.empty());
-  if (run.Has2(FLAG2_WHOLE_FILE)) {
+  if (run.Asked.Plain.WholeFile) {
     Require(reason == 0 && messages.size() == 1 && messages[0] == file);
     return 0;
   }

@@ -14,23 +14,22 @@ namespace {
 
 constexpr std::size_t kConfirmationAnswer = 711;  // characters
 
-bool TracesCalls(const Parameters& run) { return (run.Verbose & VERBOSE_APIS) != 0; }
+bool TracesCalls(const Parameters& run) { return run.Asked.Display.TraceCalls; }
 
 // Whether a destructive run browses each message and gets only the selected ones, so that the others stay on the queue.
-// From here on FLAG_SELECTING says so.
-void DecideBrowseFirst(Parameters& run) {
-  const bool selects = run.Has(FLAG_SELECTING | kIdentifierFlags) || run.Has2(FLAG2_INVERT);
-  run.Flags &= ~FLAG_SELECTING;
-  if (selects && run.Has(FLAG_GET) && !run.Has(FLAG_PURGE)) run.Flags |= FLAG_SELECTING;
+bool BrowsesFirst(const Options& asked) {
+  const bool selects = asked.Selection.Active || asked.Selection.HasIdentifier() || asked.Selection.Invert;
+  return selects && asked.Input.Remove && !asked.Input.Purge;
 }
 
 // Asks before queues are emptied into nothing. (With a selection and no target, messages are only looked at.)
 bool MayEmpty(Parameters& run) {
-  const bool removes = run.Has(FLAG_GET) && !run.Has(FLAG_SELECTING);
-  const bool hasTarget = run.HasOutputQueue() || !run.OutputFileName.empty();
-  if (!removes || hasTarget || run.Has(FLAG_PURGE | FLAG_QUIET) || !run.Screen.StdinIsTerminal) return true;
+  const bool removes = run.Asked.Input.Remove && !run.BrowseFirst;
+  const bool hasTarget = run.Asked.Output.HasQueues() || !run.Asked.Output.FileName.empty();
+  if (!removes || hasTarget || run.Asked.Input.Purge || run.Asked.Display.Quiet || !run.Screen.StdinIsTerminal)
+    return true;
   std::string names;
-  for (const QueueElement& queue : run.InputList->Elements) {
+  for (const QueueElement& queue : run.Inputs.Elements) {
     if (!names.empty()) names += ", ";
     names += queue.QueueName.view();
   }
@@ -40,17 +39,17 @@ bool MayEmpty(Parameters& run) {
 }
 
 MQLONG OpenOptions(const Parameters& run) {
-  const bool exclusive = run.Has2(FLAG2_EXCLUSIVE_INPUT);
+  const bool exclusive = run.Asked.Input.Exclusive;
   MQLONG options = 0;
-  if (run.Has(FLAG_GET)) {
+  if (run.Asked.Input.Remove) {
     options |= exclusive ? MQOO_INPUT_EXCLUSIVE : MQOO_INPUT_SHARED;
-    if (run.Has(FLAG_SELECTING)) options |= MQOO_BROWSE;
-    if (run.Has(FLAG_CTX_PASS_ALL | FLAG_CTX_PASS_IDENTITY)) options |= MQOO_SAVE_ALL_CONTEXT;
+    if (run.BrowseFirst) options |= MQOO_BROWSE;
+    if (run.Asked.Output.PassesContext()) options |= MQOO_SAVE_ALL_CONTEXT;
   } else {
     options |= MQOO_BROWSE;
     if (exclusive) options |= MQOO_INPUT_EXCLUSIVE;
   }
-  if (!run.Has2(FLAG2_NO_BACKOUT)) options |= MQOO_INQUIRE;
+  if (!run.Asked.Input.NoBackoutQueue) options |= MQOO_INQUIRE;
   return options;
 }
 
@@ -60,17 +59,16 @@ MQLONG OpenInputQueue(Parameters& run, QueueElement& queue, MQLONG& options) {
   MQOD descriptor;
   FillField(descriptor.ObjectName, sizeof descriptor.ObjectName, queue.QueueName, '\0');
   if (MayFeedItself(run)) descriptor.Version = MQOD_VERSION_3;
-  if (run.Selector != nullptr) {
+  if (run.Asked.Selection.Selector) {
     descriptor.Version = MQOD_VERSION_4;
-    descriptor.SelectionString.VSPtr = run.Selector->data();
-    descriptor.SelectionString.VSLength = static_cast<MQLONG>(run.Selector->size());
+    descriptor.SelectionString.VSPtr = const_cast<char*>(run.Asked.Selection.Selector->data());
+    descriptor.SelectionString.VSLength = static_cast<MQLONG>(run.Asked.Selection.Selector->size());
   }
   for (;;) {
     MQLONG code = MQCC_FAILED;
     MQLONG reason = 0;
     conn.Api.MQOPEN(conn.Hconn, &descriptor, options, &queue.Hobj, &code, &reason);
     if (code == MQCC_FAILED && reason == MQRC_NOT_AUTHORIZED && (options & MQOO_INQUIRE) != 0) {
-      run.Flags2 |= FLAG2_NO_BACKOUT;
       options &= ~MQOO_INQUIRE;
       run.Screen.Print(
           "Cannot open queue '%s' for inquire. Backout requeue processing is disabled, TARVO will "
@@ -109,16 +107,17 @@ void InquireInputQueue(Parameters& run, QueueElement& queue) {
 
 // One element a queue, in the order of the list.
 MQLONG CreateElements(Parameters& run) {
-  QueueList& list = *run.InputList;
+  const auto& queues = run.Asked.Input.Queues;
+  auto& elements = run.Inputs.Elements;
   try {
-    list.Elements.resize(list.Entries.size());
+    elements.resize(queues.size());
   } catch (const std::bad_alloc&) {
-    run.Screen.Print("Can not allocate queue element array. Max queues = %d\n", list.Count());
+    run.Screen.Print("Can not allocate queue element array. Max queues = %d\n", static_cast<int>(queues.size()));
     return MQRC_STORAGE_NOT_AVAILABLE;
   }
-  for (std::size_t i = 0; i < list.Entries.size(); ++i) {
-    const MQCHAR48& name = list.Entries[i].ObjectName;
-    list.Elements[i].QueueName.Assign(NameInField(name, sizeof name));
+  for (std::size_t i = 0; i < queues.size(); ++i) {
+    const std::string& name = queues[i].Queue;
+    elements[i].QueueName.Assign(NameInField(name.data(), name.size()));
   }
   return 0;
 }
@@ -126,8 +125,8 @@ MQLONG CreateElements(Parameters& run) {
 }  // namespace
 
 MQLONG OpenInputQueues(Parameters& run) {
-  DecideBrowseFirst(run);
-  if (run.Has(FLAG_CTX_PASS_ALL | FLAG_CTX_PASS_IDENTITY) && !run.Has(FLAG_GET)) {
+  run.BrowseFirst = BrowsesFirst(run.Asked);
+  if (run.Asked.Output.PassesContext() && !run.Asked.Input.Remove) {
     run.Screen.Print("To pass context you must GET the source message not browse\n");
     return MQRC_CONTEXT_NOT_AVAILABLE;
   }
@@ -135,10 +134,14 @@ MQLONG OpenInputQueues(Parameters& run) {
   if (!MayEmpty(run)) return MQRC_OBJECT_ALREADY_EXISTS;
 
   MQLONG options = OpenOptions(run);
-  for (QueueElement& queue : run.InputList->Elements) {
+  for (QueueElement& queue : run.Inputs.Elements) {
     if (const MQLONG reason = OpenInputQueue(run, queue, options); reason != 0) return reason;
-    if (!run.Has2(FLAG2_NO_BACKOUT)) InquireInputQueue(run, queue);
+    if ((options & MQOO_INQUIRE) != 0) InquireInputQueue(run, queue);
   }
-  if (run.Has(FLAG_SUMMARY) && !run.Has2(FLAG2_NO_QSTATUS)) InquireQueueStatus(run, run.InputList->Elements);
+  // Where one queue may not be asked, no message is requeued.
+  if ((options & MQOO_INQUIRE) == 0) {
+    for (QueueElement& queue : run.Inputs.Elements) queue.BackoutThreshold = 0;
+  }
+  if (run.Asked.Display.Summary && !run.Asked.Display.NoQueueStatus) InquireQueueStatus(run, run.Inputs.Elements);
   return 0;
 }

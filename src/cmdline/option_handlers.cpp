@@ -16,11 +16,13 @@ bool StoreNumber(OptionScan& scan, std::string_view argument, std::string_view t
   return true;
 }
 
-bool ApplyLetter(Parameters& run, const LetterBits* table, char letter) {
-  while (table->Letter != 0 && table->Letter != letter) ++table;
-  run.Flags |= table->Flags;
-  run.Flags2 |= table->Flags2;
-  return table->Letter != 0;
+bool ApplyLetter(Options& asked, std::span<const LetterSetting> table, char letter) {
+  for (const LetterSetting& setting : table) {
+    if (setting.Letter != letter) continue;
+    setting.Field(asked) = true;
+    return true;
+  }
+  return false;
 }
 
 bool CheckColon(OptionScan& scan, std::string_view argument) {

@@ -4,12 +4,14 @@
 // telling the user why. Handlers live in option_handlers_<theme>.cpp.
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
 #include "cmdline/numbers.h"
 #include "common/secret.h"
 #include "mq/mqi.h"
+#include "options/options.h"
 
 struct Parameters;
 
@@ -52,14 +54,14 @@ bool RefuseArgument(OptionScan& scan, std::string_view argument);
 bool StoreNumber(OptionScan& scan, std::string_view argument, std::string_view text, std::int32_t& field,
                  std::int32_t least = 0, std::int32_t most = kMostInteger);
 
-// One letter of an option that is a list of letters, and the bits that it sets.
-struct LetterBits {
+// One letter of an option that is a list of letters, and what it sets.
+struct LetterSetting {
   char Letter;
-  std::uint32_t Flags;
-  std::uint32_t Flags2;
+  bool& (*Field)(Options& asked);
 };
-// Sets the bits of `letter` in the table (ended by letter 0). False when the letter is not in it.
-bool ApplyLetter(Parameters& run, const LetterBits* table, char letter);
+#define TARVO_SETS(member) [](Options& asked) -> bool& { return asked.member; }
+// Sets what `letter` stands for in the table. False when the letter is not in it.
+bool ApplyLetter(Options& asked, std::span<const LetterSetting> table, char letter);
 
 // "<letter>:<value>" arguments: false, after printing why, when the ':' is missing.
 bool CheckColon(OptionScan& scan, std::string_view argument);

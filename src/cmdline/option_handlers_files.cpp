@@ -10,23 +10,22 @@
 
 namespace {
 
-constexpr LetterBits kDisplayLetters[] = {
-    {'A', FLAG_ASCII_LINES, 0},
-    {'C', FLAG_SHOW_CORRELID, 0},
-    {'H', 0, FLAG2_NO_FILE_HEADER},
-    {'K', FLAG_QUIET, FLAG2_COUNT},
-    {'M', FLAG_SHOW_MSGID, 0},
-    {'N', 0, FLAG2_NO_MQMD},
-    {'T', FLAG_SHOW_TIME_ON_QUEUE, 0},
-    {'a', FLAG_ASCII_COLUMNS, 0},
-    {'c', FLAG_APPLDATA_CHAR, 0},
-    {'i', FLAG_WRITE_INDEX, 0},
-    {'k', 0, FLAG2_COUNT},
-    {'p', 0, FLAG2_PRINTABLE},
-    {'r', 0, FLAG2_RAW},
-    {'s', FLAG_SUMMARY, 0},
-    {'t', 0, FLAG2_TEXT_LINES},
-    {0, 0, 0},
+constexpr LetterSetting kDisplayLetters[] = {
+    {'A', TARVO_SETS(Layout.AsciiLines)},
+    {'C', TARVO_SETS(Display.CorrelIds)},
+    {'H', TARVO_SETS(Layout.NoHeader)},
+    {'K', TARVO_SETS(Display.Count)},
+    {'M', TARVO_SETS(Display.MsgIds)},
+    {'N', TARVO_SETS(Layout.NoDescriptor)},
+    {'T', TARVO_SETS(Layout.TimeOnQueue)},
+    {'a', TARVO_SETS(Layout.AsciiColumns)},
+    {'c', TARVO_SETS(Layout.ApplDataAsText)},
+    {'i', TARVO_SETS(Layout.Index)},
+    {'k', TARVO_SETS(Display.Count)},
+    {'p', TARVO_SETS(Layout.Printable)},
+    {'r', TARVO_SETS(Layout.Raw)},
+    {'s', TARVO_SETS(Display.Summary)},
+    {'t', TARVO_SETS(Layout.TextLines)},
 };
 
 // Moves `at` over the digits of a width and stores it.
@@ -34,14 +33,14 @@ bool StoreWidth(OptionScan& scan, const char* argument, const char*& at) {
   const std::size_t digits = std::strspn(at, "0123456789");
   const std::string_view text(at, digits);
   at += digits;
-  return StoreNumber(scan, argument, text, scan.run.DataWidth, 0, kWidestLine);
+  return StoreNumber(scan, argument, text, scan.run.Asked.Layout.DataWidth, 0, kWidestLine);
 }
 
 }  // namespace
 
 bool HandleFile(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
-  if (!run.OutputFileName.empty()) {
+  if (!run.Asked.Output.FileName.empty()) {
     run.Screen.Print("Sorry, you can only specify one input and one output file\n");
     return false;
   }
@@ -49,17 +48,19 @@ bool HandleFile(OptionScan& scan, const char* argument) {
     run.Screen.Print("No file was named in parameter '-%c %s'\n", scan.Letter, argument);
     return false;
   }
-  (run.InputFileName.empty() ? run.InputFileName : run.OutputFileName).Assign(argument);
+  constexpr std::size_t kLongestName = 255;
+  std::string& name = run.Asked.Input.HasFile() ? run.Asked.Output.FileName : run.Asked.Input.FileName;
+  name = std::string_view(argument).substr(0, WholeCharacters(argument, kLongestName));
   return true;
 }
 
 bool HandleForcedFile(OptionScan& scan, const char* argument) {
-  scan.run.Flags |= FLAG_FORCE;
+  scan.run.Asked.Output.Overwrite = true;
   return HandleFile(scan, argument);
 }
 
 bool HandleAccessMode(OptionScan& scan, const char* argument) {
-  scan.run.FileAccessMode = argument;
+  scan.run.Asked.Output.AccessMode = argument;
   return true;
 }
 
@@ -72,7 +73,7 @@ bool HandleNonTarvo(OptionScan& scan, const char* argument) {
 }
 
 bool HandleLog(OptionScan& scan, const char* argument) {
-  scan.run.LogMode = true;
+  scan.run.Asked.Log.Given = true;
   return ParseLogParameter(scan.run, argument);
 }
 
@@ -96,15 +97,16 @@ bool HandleDisplay(OptionScan& scan, const char* argument) {
       }
       at += 4;
       scan.SelfTest = true;
-    } else if (!ApplyLetter(run, kDisplayLetters, letter)) {
+    } else if (!ApplyLetter(run.Asked, kDisplayLetters, letter)) {
       run.Screen.Print("I did not understand your display parameter '%c'\n\n", letter);
       ShowOptionHelp(run, scan.Letter);
       return false;
     } else if (letter == 's' && *at == '-') {
-      run.Flags2 |= FLAG2_NO_QSTATUS;
+      run.Asked.Display.NoQueueStatus = true;
       ++at;
     }
-    run.Screen.Quiet = run.Has(FLAG_QUIET);
+    if (letter == 'K') run.Asked.Display.Quiet = true;
+    run.Screen.Quiet = run.Asked.Display.Quiet;
   }
   return true;
 }

@@ -10,11 +10,14 @@ namespace {
 
 constexpr int kUnlimited = -1;  // "*"
 
-constexpr LetterBits kContextLetters[] = {
-    {'A', FLAG_CTX_SET_ALL, 0},       {'I', FLAG_CTX_SET_IDENTITY, 0},
-    {'a', FLAG_CTX_PASS_ALL, 0},      {'i', FLAG_CTX_PASS_IDENTITY, 0},
-    {'d', FLAG_CTX_DEFAULT, 0},       {'n', FLAG_CTX_NONE, 0},
-    {'t', FLAG_CTX_SET_ALL_TIMES, 0}, {0, 0, 0},
+struct ContextLetter {
+  char Letter;
+  PutContext Context;
+};
+constexpr ContextLetter kContextLetters[] = {
+    {'A', PutContext::SetAll},       {'I', PutContext::SetIdentity}, {'a', PutContext::PassAll},
+    {'i', PutContext::PassIdentity}, {'d', PutContext::Default},     {'n', PutContext::None},
+    {'t', PutContext::SetAllTimes},
 };
 
 struct MessageType {
@@ -27,8 +30,7 @@ constexpr MessageType kMessageTypes[] = {
 bool OverrideMessageType(Parameters& run, const char* name) {
   for (const MessageType& type : kMessageTypes) {
     if (!SameIgnoringCase(name, type.Name)) continue;
-    run.OverrideMd.MsgType = type.Type;
-    run.OverrideMask |= OVERRIDE_MSG_TYPE;
+    run.Asked.Output.Override.MsgType = type.Type;
     return true;
   }
   run.Screen.Print("Unrecognised -At: parameter '%s'\n", name);
@@ -39,11 +41,10 @@ bool OverrideMessageType(Parameters& run, const char* name) {
 bool OverrideReplyQueue(Parameters& run, const char* text) {
   QueueNames names;
   if (!SplitNames(run, run.QueueSeparator, text, "reply queue", names)) return false;
-  MQMD& md = run.OverrideMd;
-  FillField(md.ReplyToQMgr, sizeof md.ReplyToQMgr, TextInField(names.QMgr, sizeof names.QMgr), '\0');
-  FillField(md.ReplyToQ, sizeof md.ReplyToQ, TextInField(names.Queue, sizeof names.Queue), '\0');
-  md.MsgType = MQMT_REQUEST;
-  run.OverrideMask |= OVERRIDE_REPLY_QUEUE | OVERRIDE_MSG_TYPE;
+  OverrideOptions& fields = run.Asked.Output.Override;
+  fields.ReplyTo = QueueName{std::string(TextInField(names.QMgr, sizeof names.QMgr)),
+                             std::string(TextInField(names.Queue, sizeof names.Queue))};
+  fields.MsgType = MQMT_REQUEST;
   return true;
 }
 
@@ -61,22 +62,20 @@ bool StoreRatePart(OptionScan& scan, const char* argument, std::string_view text
 bool HandleOverride(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   if (!CheckColon(scan, argument)) return false;
-  MQMD& md = run.OverrideMd;
+  OverrideOptions& fields = run.Asked.Output.Override;
   const char* value = argument + 2;
-  const auto overrideNumber = [&](MQLONG& field, std::uint32_t bit) {
-    run.OverrideMask |= bit;
-    return StoreNumber(scan, argument, value, field, kLeastInteger);
+  const auto overrideNumber = [&](std::optional<std::int32_t>& field) {
+    return StoreNumber(scan, argument, value, field.emplace(), kLeastInteger);
   };
   switch (argument[0]) {
     case 'c':
-      return overrideNumber(md.CodedCharSetId, OVERRIDE_CCSID);
+      return overrideNumber(fields.CodedCharSetId);
     case 'e':
-      return overrideNumber(md.Expiry, OVERRIDE_EXPIRY);
+      return overrideNumber(fields.Expiry);
     case 'p':
-      return overrideNumber(md.Priority, OVERRIDE_PRIORITY);
+      return overrideNumber(fields.Priority);
     case 'f':
-      FillField(md.Format, sizeof md.Format, value);
-      run.OverrideMask |= OVERRIDE_FORMAT;
+      fields.Format = value;
       return true;
     case 'r':
       return OverrideReplyQueue(run, value);
@@ -92,21 +91,24 @@ bool HandleConvert(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   const std::string_view text = argument;
   const std::size_t colon = text.find(':');
-  run.ConvertEncoding = MQENC_NATIVE;
+  run.Asked.Input.ConvertEncoding = MQENC_NATIVE;
   if (colon != std::string_view::npos) {
     const auto encoding = WholeHexNumber(text.substr(colon + 1), kMostInteger);
     if (!encoding) return RefuseArgument(scan, argument);
-    if (*encoding != 0) run.ConvertEncoding = static_cast<MQLONG>(*encoding);
+    if (*encoding != 0) run.Asked.Input.ConvertEncoding = static_cast<MQLONG>(*encoding);
   }
-  run.Flags |= FLAG_CONVERT;
-  return StoreNumber(scan, argument, text.substr(0, colon), run.ConvertCcsid, kLeastInteger);
+  run.Asked.Input.Convert = true;
+  return StoreNumber(scan, argument, text.substr(0, colon), run.Asked.Input.ConvertCcsid, kLeastInteger);
 }
 
 bool HandleContext(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   const bool single = argument[0] == '\0' || argument[1] == '\0';
-  run.Flags &= ~kContextFlags;
-  if (single && argument[0] != '\0' && ApplyLetter(run, kContextLetters, argument[0])) return true;
+  for (const ContextLetter& row : kContextLetters) {
+    if (!single || row.Letter != argument[0]) continue;
+    run.Asked.Output.Context = row.Context;
+    return true;
+  }
   run.Screen.PrintText(single ? "I did not understand your context parameter\n\n"
                               : "The context parameter can only be a single letter\n\n");
   ShowOptionHelp(run, scan.Letter);
@@ -115,43 +117,44 @@ bool HandleContext(OptionScan& scan, const char* argument) {
 
 bool HandleDelay(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
-  if (argument[0] != 'r') return StoreNumber(scan, argument, argument, run.Delay, -kMostInteger);
-  run.Flags |= FLAG_DELAY_RELATIVE;
+  if (argument[0] != 'r') return StoreNumber(scan, argument, argument, run.Asked.Pace.Delay, -kMostInteger);
+  run.Asked.Pace.DelayRelative = true;
   std::string_view percent = argument + 1;
   if (!percent.empty()) {
     if (percent.ends_with('%')) percent.remove_suffix(1);
-    if (!StoreNumber(scan, argument, percent, run.Delay)) return false;
+    if (!StoreNumber(scan, argument, percent, run.Asked.Pace.Delay)) return false;
   }
-  if (percent.empty() || run.Delay == 0) run.Delay = 100;
+  if (percent.empty() || run.Asked.Pace.Delay == 0) run.Asked.Pace.Delay = 100;
   return true;
 }
 
 bool HandleStripHeaders(OptionScan& scan, const char*) {
-  scan.run.Flags |= FLAG_STRIP_HEADERS;
+  scan.run.Asked.Output.StripHeaders = true;
   return true;
 }
 
 bool HandlePurge(OptionScan& scan, const char*) {
-  scan.run.Flags |= FLAG_PURGE;
+  scan.run.Asked.Input.Purge = true;
   return true;
 }
 
 bool HandleTransactionLimit(OptionScan& scan, const char* argument) {
   constexpr int kNoCommitByCount = -1;
-  return StoreNumber(scan, argument, argument, scan.run.TransactionLimit, kNoCommitByCount);
+  return StoreNumber(scan, argument, argument, scan.run.Asked.Units.MessageLimit, kNoCommitByCount);
 }
 
 bool HandleRate(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   const std::string_view text = argument;
   const std::size_t colon = text.find(':');
-  if (!StoreRatePart(scan, argument, text.substr(0, colon), run.Rate)) return false;
-  return colon == std::string_view::npos || StoreRatePart(scan, argument, text.substr(colon + 1), run.RateDuration);
+  if (!StoreRatePart(scan, argument, text.substr(0, colon), run.Asked.Pace.Rate)) return false;
+  return colon == std::string_view::npos ||
+         StoreRatePart(scan, argument, text.substr(colon + 1), run.Asked.Pace.RateDuration);
 }
 
 bool HandleWait(OptionScan& scan, const char* argument) {
-  if (!StoreNumber(scan, argument, argument, scan.run.WaitInterval, kLeastInteger)) return false;
-  if (scan.run.WaitInterval < 0) scan.run.WaitInterval = kUnlimited;
+  if (!StoreNumber(scan, argument, argument, scan.run.Asked.Input.WaitInterval, kLeastInteger)) return false;
+  if (scan.run.Asked.Input.WaitInterval < 0) scan.run.Asked.Input.WaitInterval = kUnlimited;
   return true;
 }
 
@@ -159,6 +162,6 @@ bool HandleBufferSize(OptionScan& scan, const char* argument) {
   constexpr int kKilobyte = 1024;
   int kilobytes = 0;
   if (!StoreNumber(scan, argument, argument, kilobytes, 0, kMostInteger / kKilobyte)) return false;
-  scan.run.InitialBufferSize = kilobytes * kKilobyte;
+  scan.run.Asked.Input.InitialBufferSize = kilobytes * kKilobyte;
   return true;
 }

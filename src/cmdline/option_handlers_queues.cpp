@@ -11,20 +11,7 @@
 
 namespace {
 
-// The first output stands in fields of its own, so that a run with one queue needs no list; a destination file makes
-// the list at once.
-bool AddFirstOutput(Parameters& run, const char* argument) {
-  QueueNames names;
-  if (!SplitQueueName(run, run.QueueSeparator, argument, names, ListKind::Output)) return false;
-  if (names.NamedFile) return true;
-  if (names.Queue[0] == '\0') {
-    run.Screen.Print("The Queue name part of destination '%s' is missing.\n", argument);
-    return false;
-  }
-  run.OutputQMgrName.Assign(TextInField(names.QMgr, sizeof names.QMgr));
-  run.OutputQueueName.Assign(TextInField(names.Queue, sizeof names.Queue));
-  return true;
-}
+constexpr std::size_t kLongestQMgr = sizeof(MQCHAR48);
 
 bool Refuse(Parameters& run, std::string_view text) {
   run.Screen.PrintText(text);
@@ -37,8 +24,8 @@ bool RefuseSecond(OptionScan& scan) {
 }
 
 // Stores a field of the current queue manager that may be given once.
-bool StoreOnce(OptionScan& scan, const char*& field, const char* argument) {
-  if (field != nullptr) return RefuseSecond(scan);
+bool StoreOnce(OptionScan& scan, std::optional<std::string>& field, const char* argument) {
+  if (field) return RefuseSecond(scan);
   field = argument;
   return true;
 }
@@ -75,16 +62,16 @@ bool CheckSecondQMgr(OptionScan& scan, std::string_view name) {
   if (scan.FirstQMgrOption != 1) {
     return Refuse(run, "Sorry, if you are using two Queue Managers then -m must be the first parameter.\n");
   }
-  if (run.QMgrs[0].QMgrName == name.substr(0, run.QMgrs[0].QMgrName.kCapacity)) {
+  if (run.Asked.QMgrs[0].Name == name.substr(0, kLongestQMgr)) {
     return Refuse(run, "Sorry, the Queue Manager names must be different.\n");
   }
-  if (run.HasInputQueues() && run.HasOutputQueue()) {
+  if (run.Asked.Input.HasQueues() && run.Asked.Output.HasQueues()) {
     return Refuse(run, "Sorry, you can not specify both input and output queues before the second -m parameter.\n");
   }
-  if (run.LogMode && !run.HasInputQueues()) {
+  if (run.Asked.Log.Given && !run.Asked.Input.HasQueues()) {
     return Refuse(run, "Please specify the name of the queue to search the log for using the -i parameter.\n");
   }
-  if (!run.HasInputQueues() && !run.HasOutputQueue()) {
+  if (!run.Asked.Input.HasQueues() && !run.Asked.Output.HasQueues()) {
     return Refuse(run, "Sorry, you must at least specify an input or output queue before the second -m parameter.\n");
   }
   return true;
@@ -95,37 +82,36 @@ bool CheckSecondQMgr(OptionScan& scan, std::string_view name) {
 bool HandleInputQueue(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   const bool get = scan.Letter == 'I';
-  if (run.InputList != nullptr && run.Has(FLAG_GET) != get) {
+  if (run.Asked.Input.HasQueues() && run.Asked.Input.Remove != get) {
     return Refuse(run, "Sorry, you can not specify both -i and -I in the same command\n");
   }
-  if (get) run.Flags |= FLAG_GET;
+  if (get) run.Asked.Input.Remove = true;
   return AddDestination(run, argument, ListKind::Input);
 }
 
 bool HandleOutputQueue(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
-  return run.HasOutputQueue() ? AddDestination(run, argument, ListKind::Output) : AddFirstOutput(run, argument);
+  return AddDestination(scan.run, argument, ListKind::Output);
 }
 
 bool HandleQMgr(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
-  if (scan.CurrentQMgr < 2 && !run.QMgrs[scan.CurrentQMgr].QMgrName.empty()) ++scan.CurrentQMgr;
+  if (scan.CurrentQMgr < 2 && !run.Asked.QMgrs[scan.CurrentQMgr].Name.empty()) ++scan.CurrentQMgr;
   if (scan.CurrentQMgr > 1) return Refuse(run, "Sorry, you can only specify at most two Queue Managers\n");
   if (scan.CurrentQMgr == 0) {
     scan.FirstQMgrOption = scan.OptionsSeen;
   } else {
     if (!CheckSecondQMgr(scan, argument)) return false;
-    (run.HasInputQueues() ? run.OutputQMgr : run.InputQMgr) = 1;
+    (run.Asked.Input.HasQueues() ? run.Asked.Output.QMgr : run.Asked.Input.QMgr) = 1;
   }
-  run.QMgrs[scan.CurrentQMgr].QMgrName.Assign(argument);
+  run.Asked.QMgrs[scan.CurrentQMgr].Name = std::string_view(argument).substr(0, kLongestQMgr);
   return true;
 }
 
 bool HandleLibrary(OptionScan& scan, const char* argument) {
-  return StoreOnce(scan, scan.run.QMgrs[scan.CurrentQMgr].LibraryName, argument);
+  return StoreOnce(scan, scan.run.Asked.QMgrs[scan.CurrentQMgr].Library, argument);
 }
 bool HandleUserId(OptionScan& scan, const char* argument) {
-  return StoreOnce(scan, scan.run.QMgrs[scan.CurrentQMgr].UserId, argument);
+  return StoreOnce(scan, scan.run.Asked.QMgrs[scan.CurrentQMgr].UserId, argument);
 }
 
 bool NamesPasswordFile(std::string_view argument) { return argument.starts_with('@') && !argument.starts_with("@@"); }

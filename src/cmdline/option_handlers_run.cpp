@@ -12,15 +12,14 @@
 
 namespace {
 
-constexpr LetterBits kGeneralLetters[] = {
-    {'B', 0, FLAG2_NO_BACKOUT},        {'F', 0, FLAG2_NO_FORCE_RFH2},
-    {'I', 0, FLAG2_INDIVIDUAL_QUEUES}, {'T', 0, FLAG2_FULL_GET},
-    {'a', 0, FLAG2_ASYNC_PUT},         {'e', 0, FLAG2_EXCLUSIVE_INPUT},
-    {'r', 0, FLAG2_READ_AHEAD},        {0, 0, 0},
+constexpr LetterSetting kGeneralLetters[] = {
+    {'B', TARVO_SETS(Input.NoBackoutQueue)}, {'F', TARVO_SETS(Input.NoForcedRfh2)},
+    {'I', TARVO_SETS(Output.Individually)},  {'T', TARVO_SETS(Input.AlwaysData)},
+    {'a', TARVO_SETS(Output.AsyncPut)},      {'e', TARVO_SETS(Input.Exclusive)},
+    {'r', TARVO_SETS(Input.ReadAhead)},
 };
 
 void ShowMachineInformation(Parameters& run) {
-  run.Flags2 |= FLAG2_MACHINE_INFO;
   ShowBanner(run);
   PrintOutput("  User Identifier:%s\n  Machine Name   :%s\n\n", UserName(), ComputerName());
 }
@@ -28,21 +27,21 @@ void ShowMachineInformation(Parameters& run) {
 // What follows an 'S': one character, or "(...)" with the name of a feature; of one that is never closed, the first
 // letter. Returns where the letters go on.
 const char* ApplyFeature(Parameters& run, const char* at) {
-  run.Flags2 |= FLAG2_FULL_GET;
+  run.Asked.Input.AlwaysData = true;
   if (*at == '\0') return at;
   if (*at++ != '(') return at;
   const std::size_t length = std::strcspn(at, ")");
   if (at[length] == '\0') return length == 0 ? at : at + 1;
   if (std::string_view(at, length) == "CFH3") {
     PrintOutput("CFH3 Processing Active\n");
-    run.PcfFlags |= PCF_CFH3;
+    run.Asked.Output.RaiseCfhVersion = true;
   }
   return at + length + 1;
 }
 
 // An interval directly behind a verbose letter; without digits the field keeps its value.
 bool StoreInterval(OptionScan& scan, const char* argument, const char*& at, int& field) {
-  scan.run.Verbose |= VERBOSE_STATUS;
+  scan.run.Asked.Display.Status = true;
   const std::size_t digits = std::strspn(at, "0123456789");
   if (digits == 0) return true;
   const std::string_view text(at, digits);
@@ -61,7 +60,7 @@ bool HandleGeneral(OptionScan& scan, const char* argument) {
     } else if (letter == 'i') {
       ShowMachineInformation(run);
       return false;
-    } else if (!ApplyLetter(run, kGeneralLetters, letter)) {
+    } else if (!ApplyLetter(run.Asked, kGeneralLetters, letter)) {
       run.Screen.Print("I did not understand your options parameter '%c'\n\n", letter);
       ShowOptionHelp(run, scan.Letter);
       return false;
@@ -71,7 +70,7 @@ bool HandleGeneral(OptionScan& scan, const char* argument) {
 }
 
 bool HandleQuiet(OptionScan& scan, const char*) {
-  scan.run.Flags |= FLAG_QUIET;
+  scan.run.Asked.Display.Quiet = true;
   scan.run.Screen.Quiet = true;
   return true;
 }
@@ -82,19 +81,19 @@ bool HandleVerbose(OptionScan& scan, const char* argument) {
     const char letter = *at++;
     switch (letter) {
       case 'a':
-        run.Verbose |= VERBOSE_APIS;
+        run.Asked.Display.TraceCalls = true;
         break;
       case 'd':
-        run.Verbose |= VERBOSE_DESTINATIONS;
+        run.Asked.Display.ShowDestinations = true;
         break;
       case 'r':
-        run.Verbose |= VERBOSE_RATE;
+        run.Asked.Display.RateDetails = true;
         break;
       case 's':
-        if (!StoreInterval(scan, argument, at, run.StatusEveryMsgs)) return false;
+        if (!StoreInterval(scan, argument, at, run.Asked.Display.StatusEveryMsgs)) return false;
         break;
       case 't':
-        if (!StoreInterval(scan, argument, at, run.StatusEverySecs)) return false;
+        if (!StoreInterval(scan, argument, at, run.Asked.Display.StatusEverySecs)) return false;
         break;
       case '!':
         run.Screen.Print("sizeof(MQLONG) '%d'\nsizeof(char *) '%d'\n", static_cast<int>(sizeof(MQLONG)),
@@ -112,11 +111,10 @@ bool HandleVerbose(OptionScan& scan, const char* argument) {
 bool HandleDebug(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   const auto has = [argument](char letter) { return std::strchr(argument, letter) != nullptr; };
-  if (has('m')) run.Debug |= DEBUG_MEMORY;
-  if (has('t')) run.Debug |= DEBUG_TIME;
-  if (has('v')) run.Debug |= DEBUG_WORD_SIZE;
+  if (has('m')) run.Asked.Display.TraceMemory = true;
+  if (has('t')) run.Asked.Display.TraceTimes = true;
+  if (has('v')) run.Asked.Display.WordSize = true;
   if (has('T')) {
-    run.Debug |= DEBUG_TIME_TEST;
     const std::int64_t now = run.StartTime;
     run.Screen.Print("Current Time:%" PRId64 "\n", now);
     run.Screen.Print("Local Time  :%s\n", LocalTimeText(now).c_str());

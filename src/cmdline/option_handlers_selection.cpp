@@ -36,7 +36,7 @@ unsigned char HexByte(std::string_view digits, std::size_t index) {
 
 // What the six search options differ in.
 struct SearchKind {
-  SearchString (Parameters::*Entries)[kSearchStrings];
+  Member<SelectionOptions, std::vector<std::string>> Strings;
   enum { Text, Ebcdic, Hex } Form;
   const char* Name;         // in the refusal of a fourth string
   const char* LimitedName;  // in the refusal of a long one
@@ -44,17 +44,16 @@ struct SearchKind {
 };
 
 bool AddSearchString(OptionScan& scan, const SearchKind& kind, const char* argument) {
-  constexpr std::size_t kMostBytes = sizeof(SearchString::Text) - 1;
+  constexpr std::size_t kMostStrings = 3;
+  constexpr std::size_t kMostBytes = 99;
   Parameters& run = scan.run;
   const std::string_view text = argument;
   const bool isHex = kind.Form == SearchKind::Hex;
-  run.Flags |= FLAG_SELECTING;
+  run.Asked.Selection.Active = true;
 
-  SearchString* entry = run.*kind.Entries;
-  SearchString* const end = entry + kSearchStrings;
-  while (entry != end && entry->Length != 0) ++entry;
-  if (entry == end) {
-    run.Screen.Print("Sorry, you can only specify %d %s search strings\n", kSearchStrings, kind.Name);
+  std::vector<std::string>& strings = run.Asked.Selection.*kind.Strings;
+  if (strings.size() == kMostStrings) {
+    run.Screen.Print("Sorry, you can only specify %d %s search strings\n", static_cast<int>(kMostStrings), kind.Name);
     return false;
   }
   const std::size_t longest = isHex ? kMostBytes * 2 : kMostBytes;
@@ -73,30 +72,29 @@ bool AddSearchString(OptionScan& scan, const SearchKind& kind, const char* argum
     run.Screen.Print("Sorry the search string must not be empty\n");
     return false;
   }
+  std::string& string = strings.emplace_back();
   for (std::size_t i = 0; i < bytes; ++i) {
     const unsigned char byte = isHex ? HexByte(text, i) : static_cast<unsigned char>(text[i]);
-    entry->Text[i] = static_cast<char>(kind.Form == SearchKind::Ebcdic ? AsciiToEbcdic(byte) : byte);
+    string += static_cast<char>(kind.Form == SearchKind::Ebcdic ? AsciiToEbcdic(byte) : byte);
   }
-  entry->Length = static_cast<int>(bytes);
   return true;
 }
 
-constexpr SearchKind kAscii = {&Parameters::AsciiSearch, SearchKind::Text, "ASCII", "", ""};
-constexpr SearchKind kAsciiNot = {&Parameters::AsciiNotSearch, SearchKind::Text, "ASCII 'not'", "", ""};
-constexpr SearchKind kEbcdic = {&Parameters::EbcdicSearch, SearchKind::Ebcdic, "Ebcdic", "", ""};
-constexpr SearchKind kEbcdicNot = {&Parameters::EbcdicNotSearch, SearchKind::Ebcdic, "Ebcdic 'not'", "", ""};
-constexpr SearchKind kHex = {&Parameters::HexSearch, SearchKind::Hex, "Hex", "hex ", ""};
-constexpr SearchKind kHexNot = {&Parameters::HexNotSearch, SearchKind::Hex, "Hex 'not'", "", "negative "};
+constexpr SearchKind kAscii = {&SelectionOptions::Ascii, SearchKind::Text, "ASCII", "", ""};
+constexpr SearchKind kAsciiNot = {&SelectionOptions::AsciiNot, SearchKind::Text, "ASCII 'not'", "", ""};
+constexpr SearchKind kEbcdic = {&SelectionOptions::Ebcdic, SearchKind::Ebcdic, "Ebcdic", "", ""};
+constexpr SearchKind kEbcdicNot = {&SelectionOptions::EbcdicNot, SearchKind::Ebcdic, "Ebcdic 'not'", "", ""};
+constexpr SearchKind kHex = {&SelectionOptions::Hex, SearchKind::Hex, "Hex", "hex ", ""};
+constexpr SearchKind kHexNot = {&SelectionOptions::HexNot, SearchKind::Hex, "Hex 'not'", "", "negative "};
 
 struct IdentifierKind {
   char Letter;
-  Member<Parameters, MQBYTE24> Field;
-  std::uint32_t Flag;
+  Member<SelectionOptions, std::optional<Identifier>> Field;
 };
 constexpr IdentifierKind kIdentifiers[] = {
-    {'m', &Parameters::SelMsgId, FLAG_BY_MSGID},
-    {'c', &Parameters::SelCorrelId, FLAG_BY_CORRELID},
-    {'g', &Parameters::SelGroupId, FLAG_BY_GROUPID},
+    {'m', &SelectionOptions::MsgId},
+    {'c', &SelectionOptions::CorrelId},
+    {'g', &SelectionOptions::GroupId},
 };
 
 const IdentifierKind* FindIdentifier(char letter) {
@@ -108,14 +106,14 @@ const IdentifierKind* FindIdentifier(char letter) {
 
 // Reads hex digit pairs into an identifier, zeros behind them. An identifier of zeros is none: it would match every
 // message, so it is refused like a text that is no hex.
-bool ReadHexIdentifier(Parameters& run, std::string_view text, MQBYTE24& identifier) {
-  const std::string_view digits = text.substr(0, 2 * sizeof(MQBYTE24));
+bool ReadHexIdentifier(Parameters& run, std::string_view text, Identifier& identifier) {
+  const std::string_view digits = text.substr(0, 2 * sizeof(Identifier));
   if (digits.size() < 2 || !IsHex(digits)) {
     run.Screen.Print("Sorry the hex identifier does not appear to be hex\n");
     return false;
   }
   bool isNone = true;
-  std::memset(identifier, 0, sizeof identifier);
+  identifier.fill(0);
   for (std::size_t i = 0; i < digits.size() / 2; ++i) {
     identifier[i] = HexByte(digits, i);
     isNone = isNone && identifier[i] == 0;
@@ -174,10 +172,9 @@ bool HandleIdentifier(OptionScan& scan, const char* argument) {
     }
     return false;
   }
-  MQBYTE24& identifier = run.*kind->Field;
-  run.Flags |= kind->Flag;
+  Identifier& identifier = (run.Asked.Selection.*kind->Field).emplace();
   if (isHex) return ReadHexIdentifier(run, argument + 2, identifier);
-  FillField(reinterpret_cast<char*>(identifier), sizeof identifier, argument + 1);
+  FillField(reinterpret_cast<char*>(identifier.data()), sizeof identifier, argument + 1);
   return true;
 }
 
@@ -188,24 +185,24 @@ bool HandleGetFilter(OptionScan& scan, const char* argument) {
   switch (argument[0]) {
     case 'i':
       if (!value.empty()) return RefuseArgument(scan, argument);
-      run.Flags2 |= FLAG2_INVERT;
+      run.Asked.Selection.Invert = true;
       return true;
-    case 'r':
-      run.Flags2 |= FLAG2_BY_DLQ_REASON;
-      run.Flags |= FLAG_SELECTING;
+    case 'r': {
+      std::int32_t& wanted = run.Asked.Selection.DlqReason.emplace();
+      run.Asked.Selection.Active = true;
       if (const auto reason = ReasonNamed(value)) {
-        run.DlqReason = *reason;
+        wanted = *reason;
         return true;
       }
-      return StoreNumber(scan, argument, value, run.DlqReason);
+      return StoreNumber(scan, argument, value, wanted);
+    }
     case 't': {
       QueueNames masks;
       if (!SplitNames(run, run.QueueSeparator, value, "destination", masks)) return false;
-      run.TargetQMgrMask.Assign(TextInField(masks.QMgr, sizeof masks.QMgr));
-      run.TargetQueueMask.Assign(TextInField(masks.Queue, sizeof masks.Queue));
-      if (run.TargetQueueMask.empty()) return RefuseArgument(scan, argument);
-      run.Flags2 |= FLAG2_BY_TARGET;
-      run.Flags |= FLAG_SELECTING;
+      if (masks.Queue[0] == '\0') return RefuseArgument(scan, argument);
+      run.Asked.Selection.Target = QueueName{std::string(TextInField(masks.QMgr, sizeof masks.QMgr)),
+                                             std::string(TextInField(masks.Queue, sizeof masks.Queue))};
+      run.Asked.Selection.Active = true;
       return true;
     }
     default:
@@ -216,8 +213,8 @@ bool HandleGetFilter(OptionScan& scan, const char* argument) {
 
 bool HandleSelector(OptionScan& scan, const char* argument) {
   if (argument[0] == '\0') return RefuseArgument(scan, argument);
-  scan.run.Flags |= FLAG_SELECTING;
-  scan.run.Selector = std::make_unique<std::string>(argument);
+  scan.run.Asked.Selection.Active = true;
+  scan.run.Asked.Selection.Selector = argument;
   return true;
 }
 
@@ -228,25 +225,25 @@ bool HandlePriority(OptionScan& scan, const char* argument) {
   const std::string_view least = text.substr(0, comma);
   const std::string_view most = comma == std::string_view::npos ? std::string_view() : text.substr(comma + 1);
   if (least.empty() && most.empty()) return RefuseArgument(scan, argument);
-  run.Flags |= FLAG_SELECTING;
-  return (least.empty() || StoreNumber(scan, argument, least, run.PriorityAtLeast)) &&
-         (most.empty() || StoreNumber(scan, argument, most, run.PriorityAtMost));
+  run.Asked.Selection.Active = true;
+  return (least.empty() || StoreNumber(scan, argument, least, run.Asked.Selection.PriorityAtLeast)) &&
+         (most.empty() || StoreNumber(scan, argument, most, run.Asked.Selection.PriorityAtMost));
 }
 
 bool HandleRange(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
-  run.Flags |= FLAG_SELECTING;
-  if (ReadRange(argument, run.RangeStart, run.RangeEnd)) return true;
+  run.Asked.Selection.Active = true;
+  if (ReadRange(argument, run.Asked.Selection.RangeStart, run.Asked.Selection.RangeEnd)) return true;
   run.Screen.Print("Invalid message range parameter '%s'\n", argument);
   return false;
 }
 
 bool HandleTime(OptionScan& scan, const char* argument) {
-  scan.run.Flags |= FLAG_SELECTING;
+  scan.run.Asked.Selection.Active = true;
   return ParseTimeSelection(scan.run, argument);
 }
 
 bool HandleSize(OptionScan& scan, const char* argument) {
-  scan.run.Flags |= FLAG_SELECTING;
+  scan.run.Asked.Selection.Active = true;
   return ParseSizeSelection(scan.run, argument);
 }

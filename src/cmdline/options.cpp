@@ -207,16 +207,11 @@ bool ScanOption(OptionScan& scan, Cursor& cursor, char letter) {
   return option->Handle(scan, argument);
 }
 
-void DropIfEmpty(std::unique_ptr<QueueList>& list) {
-  if (list != nullptr && list->Count() == 0) list.reset();
-}
-
 void FinishScan(OptionScan& scan) {
   Parameters& run = scan.run;
+  for (int i = 0; i < 2; ++i) run.QMgrs[i].QMgrName.Assign(run.Asked.QMgrs[i].Name);
   ShowBanner(run);
-  if ((run.Debug & DEBUG_WORD_SIZE) != 0) run.Screen.Print("%dBit %s\n", 64, "LittleEndian");
-  DropIfEmpty(run.InputList);
-  DropIfEmpty(run.OutputList);
+  if (run.Asked.Display.WordSize) run.Screen.Print("%dBit %s\n", 64, "LittleEndian");
   if (scan.SelfTest) RunFileFormatTest(run);
 }
 

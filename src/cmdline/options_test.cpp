@@ -21,36 +21,33 @@ void ExpectAccepted(const std::vector<Accepted>& cases) {
   }
 }
 
-std::string_view Queue(const QueueList& list, std::size_t index) {
-  return NameInField(list.Entries[index].ObjectName, sizeof(MQCHAR48));
-}
-std::string_view Bytes(const SearchString& string) { return {string.Text, static_cast<std::size_t>(string.Length)}; }
-std::string Bytes(const MQBYTE24& identifier) {
-  return std::string(reinterpret_cast<const char*>(identifier), sizeof identifier);
-}
+std::string Bytes(const Identifier& identifier) { return {identifier.begin(), identifier.end()}; }
 
 }  // namespace
 
 TEST(Scanner, FindsLettersAndTheirArguments) {
   ExpectAccepted({
-      {{"-iQ1"}, [](const Parameters& run) { return Queue(*run.InputList, 0) == "Q1"; }},
-      {{"-i", "Q1"}, [](const Parameters& run) { return Queue(*run.InputList, 0) == "Q1"; }},
-      {{"-iQ1", "--"}, [](const Parameters& run) { return Queue(*run.InputList, 0) == "Q1"; }},
+      {{"-iQ1"}, [](const Parameters& run) { return run.Asked.Input.Queues[0].Queue == "Q1"; }},
+      {{"-i", "Q1"}, [](const Parameters& run) { return run.Asked.Input.Queues[0].Queue == "Q1"; }},
+      {{"-iQ1", "--"}, [](const Parameters& run) { return run.Asked.Input.Queues[0].Queue == "Q1"; }},
       {{"-m:QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == "QM1"; }},
       {{"-m", ":QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == "QM1"; }},
       {{"-m::QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == ":QM1"; }},
-      {{"-qp"}, [](const Parameters& run) { return run.Has(FLAG_QUIET) && run.Has(FLAG_PURGE) && run.Screen.Quiet; }},
-      {{"-pq"}, [](const Parameters& run) { return run.Has(FLAG_QUIET) && run.Has(FLAG_PURGE); }},
-      {{"-hpiQ1"}, [](const Parameters& run) { return run.Has(FLAG_STRIP_HEADERS) && run.HasInputQueues(); }},
-      {{"-t", "-1"}, [](const Parameters& run) { return run.TransactionLimit == -1; }},
+      {{"-qp"},
+       [](const Parameters& run) { return run.Asked.Display.Quiet && run.Asked.Input.Purge && run.Screen.Quiet; }},
+      {{"-pq"}, [](const Parameters& run) { return run.Asked.Display.Quiet && run.Asked.Input.Purge; }},
+      {{"-hpiQ1"}, [](const Parameters& run) { return run.Asked.Output.StripHeaders && run.Asked.Input.HasQueues(); }},
+      {{"-t", "-1"}, [](const Parameters& run) { return run.Asked.Units.MessageLimit == -1; }},
       {{"-$+", "-oQM+A/B"},
-       [](const Parameters& run) { return run.OutputQMgrName == "QM" && run.OutputQueueName == "A/B"; }},
-      {{"-A:c:1208"}, [](const Parameters& run) { return run.OverrideMd.CodedCharSetId == 1208; }},
+       [](const Parameters& run) {
+         return run.Asked.Output.Queues[0].QMgr == "QM" && run.Asked.Output.Queues[0].Queue == "A/B";
+       }},
+      {{"-A:c:1208"}, [](const Parameters& run) { return *run.Asked.Output.Override.CodedCharSetId == 1208; }},
   });
 }
 
 TEST(Scanner, KnowsASlashByTheSystem) {
-  EXPECT_TRUE(Parse({"/iQ1"}, PathStyle::Windows)->HasInputQueues());
+  EXPECT_TRUE(Parse({"/iQ1"}, PathStyle::Windows)->Asked.Input.HasQueues());
   const Parsed path = Parse({"-IQ1", "/backup"}, PathStyle::Posix);
   EXPECT_EQ(path.Outcome.ExitCode, MQRC_OPTIONS_ERROR);
   EXPECT_TRUE(path.Errors.starts_with("Unexpected argument '/backup'\n")) << path.Errors;
@@ -75,9 +72,9 @@ TEST(SelectionOptions, Ranges) {
     SCOPED_TRACE(one.Text);
     Parsed parsed = Parse({"-r", one.Text});
     EXPECT_TRUE(parsed.Outcome.GoOn);
-    EXPECT_EQ(parsed->RangeStart, one.Start);
-    EXPECT_EQ(parsed->RangeEnd, one.End);
-    EXPECT_TRUE(parsed->Has(FLAG_SELECTING));
+    EXPECT_EQ(parsed->Asked.Selection.RangeStart, one.Start);
+    EXPECT_EQ(parsed->Asked.Selection.RangeEnd, one.End);
+    EXPECT_TRUE(parsed->Asked.Selection.Active);
   }
   for (const char* text : {"x", "", "#", "#0", "5#0", "0", "..", "..0", "0..0", "5.", "5..x", "5..9x", "5-9",
                            "2147483648", "2147483647#2"}) {
@@ -89,8 +86,8 @@ TEST(SelectionOptions, Ranges) {
 
 TEST(Scanner, CredentialsBelongToTheLastQueueManager) {
   Parsed parsed = Parse({"-mQM1", "-oQ2", "-uusr", "-U", ":@@first", "-mQM2", "-qUsecond", "-lmqm", "-iQ1"});
-  EXPECT_STREQ(parsed->QMgrs[0].UserId, "usr");
-  EXPECT_STREQ(parsed->QMgrs[1].LibraryName, "mqm");
+  EXPECT_EQ(parsed->Asked.QMgrs[0].UserId, "usr");
+  EXPECT_EQ(parsed->Asked.QMgrs[1].Library, "mqm");
   EXPECT_EQ(parsed->QMgrs[0].Password->view(), "@first");
   EXPECT_EQ(parsed->QMgrs[1].Password->view(), "second");
   EXPECT_FALSE(Parse({"-iQ1"})->QMgrs[0].Password.has_value());
@@ -121,48 +118,56 @@ TEST(Scanner, TakesThePasswordsOutOfTheArguments) {
 TEST(Options, AreStored) {
   ExpectAccepted({
       {{"-f" + std::string(256, 'x')},
-       [](const Parameters& run) { return run.InputFileName == std::string(255, 'x'); }},
+       [](const Parameters& run) { return run.Asked.Input.FileName == std::string(255, 'x'); }},
       {{"-dAC", "-dMw40T"},
        [](const Parameters& run) {
-         return run.DataWidth == 40 && run.Has(FLAG_ASCII_LINES) && run.Has(FLAG_SHOW_CORRELID) &&
-                run.Has(FLAG_SHOW_MSGID) && run.Has(FLAG_SHOW_TIME_ON_QUEUE);
+         return run.Asked.Layout.DataWidth == 40 && run.Asked.Layout.AsciiLines && run.Asked.Display.CorrelIds &&
+                run.Asked.Display.MsgIds && run.Asked.Layout.TimeOnQueue;
        }},
-      {{"-s" + std::string(99, 'x')}, [](const Parameters& run) { return run.AsciiSearch[0].Length == 99; }},
+      {{"-s" + std::string(99, 'x')}, [](const Parameters& run) { return run.Asked.Selection.Ascii[0].size() == 99; }},
       {{"-ea~", "-e\x80"},
        [](const Parameters& run) {
-         return Bytes(run.EbcdicSearch[0]) == "\x81\xA1" && Bytes(run.EbcdicSearch[1]) == "\x4B";
+         return run.Asked.Selection.Ebcdic[0] == "\x81\xA1" && run.Asked.Selection.Ebcdic[1] == "\x4B";
        }},
       {{"-gg" + std::string(30, 'g')},
-       [](const Parameters& run) { return Bytes(run.SelGroupId) == std::string(24, 'g'); }},
+       [](const Parameters& run) { return Bytes(*run.Asked.Selection.GroupId) == std::string(24, 'g'); }},
       {{"-gxg" + std::string(60, '4')},
-       [](const Parameters& run) { return Bytes(run.SelGroupId) == std::string(24, 'D'); }},
-      {{"-At:reply"}, [](const Parameters& run) { return run.OverrideMd.MsgType == MQMT_REPLY; }},
+       [](const Parameters& run) { return Bytes(*run.Asked.Selection.GroupId) == std::string(24, 'D'); }},
+      {{"-At:reply"}, [](const Parameters& run) { return *run.Asked.Output.Override.MsgType == MQMT_REPLY; }},
       {{"-c1208:111"},
        [](const Parameters& run) {
-         return run.ConvertCcsid == 1208 && run.ConvertEncoding == 0x111 && run.Has(FLAG_CONVERT);
+         return run.Asked.Input.ConvertCcsid == 1208 && run.Asked.Input.ConvertEncoding == 0x111 &&
+                run.Asked.Input.Convert;
        }},
-      {{"-c437"}, [](const Parameters& run) { return run.ConvertCcsid == 437 && run.ConvertEncoding == 546; }},
-      {{"-Ca", "-Ct"}, [](const Parameters& run) { return (run.Flags & kContextFlags) == FLAG_CTX_SET_ALL_TIMES; }},
-      {{"-Dr"}, [](const Parameters& run) { return run.Delay == 100 && run.Has(FLAG_DELAY_RELATIVE); }},
-      {{"-Dr50%"}, [](const Parameters& run) { return run.Delay == 50; }},
-      {{"-R*:60"}, [](const Parameters& run) { return run.Rate == -1 && run.RateDuration == 60; }},
-      {{"-w-7"}, [](const Parameters& run) { return run.WaitInterval == -1; }},
-      {{"-b4"}, [](const Parameters& run) { return run.InitialBufferSize == 4096; }},
+      {{"-c437"},
+       [](const Parameters& run) {
+         return run.Asked.Input.ConvertCcsid == 437 && run.Asked.Input.ConvertEncoding == 546;
+       }},
+      {{"-Ca", "-Ct"}, [](const Parameters& run) { return run.Asked.Output.Context == PutContext::SetAllTimes; }},
+      {{"-Dr"}, [](const Parameters& run) { return run.Asked.Pace.Delay == 100 && run.Asked.Pace.DelayRelative; }},
+      {{"-Dr50%"}, [](const Parameters& run) { return run.Asked.Pace.Delay == 50; }},
+      {{"-R*:60"},
+       [](const Parameters& run) { return run.Asked.Pace.Rate == -1 && run.Asked.Pace.RateDuration == 60; }},
+      {{"-w-7"}, [](const Parameters& run) { return run.Asked.Input.WaitInterval == -1; }},
+      {{"-b4"}, [](const Parameters& run) { return run.Asked.Input.InitialBufferSize == 4096; }},
       {{"-OBFIaerT"},
        [](const Parameters& run) {
-         const std::uint32_t all = FLAG2_NO_BACKOUT | FLAG2_NO_FORCE_RFH2 | FLAG2_INDIVIDUAL_QUEUES | FLAG2_ASYNC_PUT |
-                                   FLAG2_EXCLUSIVE_INPUT | FLAG2_READ_AHEAD | FLAG2_FULL_GET;
-         return (run.Flags2 & all) == all;
+         const InputOptions& in = run.Asked.Input;
+         const OutputOptions& out = run.Asked.Output;
+         return in.NoBackoutQueue && in.NoForcedRfh2 && in.Exclusive && in.ReadAhead && in.AlwaysData &&
+                out.Individually && out.AsyncPut;
        }},
-      {{"-OS(cfh3)a"}, [](const Parameters& run) { return run.PcfFlags == 0 && run.Has2(FLAG2_ASYNC_PUT); }},
-      {{"-OS(ea"}, [](const Parameters& run) { return !run.Has2(FLAG2_EXCLUSIVE_INPUT) && run.Has2(FLAG2_ASYNC_PUT); }},
-      {{"-OSae"}, [](const Parameters& run) { return !run.Has2(FLAG2_ASYNC_PUT) && run.Has2(FLAG2_EXCLUSIVE_INPUT); }},
-      {{"-OS(CFH3)"}, [](const Parameters& run) { return run.PcfFlags == PCF_CFH3; }},
+      {{"-OS(cfh3)a"},
+       [](const Parameters& run) { return !run.Asked.Output.RaiseCfhVersion && run.Asked.Output.AsyncPut; }},
+      {{"-OS(ea"}, [](const Parameters& run) { return !run.Asked.Input.Exclusive && run.Asked.Output.AsyncPut; }},
+      {{"-OSae"}, [](const Parameters& run) { return !run.Asked.Output.AsyncPut && run.Asked.Input.Exclusive; }},
+      {{"-OS(CFH3)"}, [](const Parameters& run) { return run.Asked.Output.RaiseCfhVersion; }},
       {{"-vs10t"},
        [](const Parameters& run) {
-         return run.Verbose == VERBOSE_STATUS && run.StatusEveryMsgs == 10 && run.StatusEverySecs == 300;
+         return run.Asked.Display.Status && run.Asked.Display.StatusEveryMsgs == 10 &&
+                run.Asked.Display.StatusEverySecs == 300;
        }},
-      {{"-Vmt"}, [](const Parameters& run) { return run.Debug == (DEBUG_MEMORY | DEBUG_TIME); }},
+      {{"-Vmt"}, [](const Parameters& run) { return run.Asked.Display.TraceMemory && run.Asked.Display.TraceTimes; }},
   });
   EXPECT_EQ(Parse({"-Vv"}).Errors, "64Bit LittleEndian\n");
 }

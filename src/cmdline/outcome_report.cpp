@@ -12,7 +12,7 @@ struct Totals {
 };
 
 bool HasOutput(const Parameters& run) {
-  return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.OutputList != nullptr || !run.OutputFileName.empty();
+  return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.TargetList != nullptr || !run.Asked.Output.FileName.empty();
 }
 
 void ShowRead(Parameters& run, const Totals& totals) {
@@ -25,10 +25,10 @@ void ShowWritten(Parameters& run, const Totals& totals) {
 }
 
 void ShowTotals(Parameters& run) {
-  if (run.Has(FLAG_SUMMARY)) return ShowSummary(run);
+  if (run.Asked.Display.Summary) return ShowSummary(run);
   const Totals totals = {run.MsgsRead, run.BytesRead, run.MsgsWritten, run.BytesWritten};
   ShowRead(run, totals);
-  if (run.Has2(FLAG2_COUNT)) {
+  if (run.Asked.Display.Count) {
     PrintReportLine(run, {"Counted", 0, false, totals.MsgsWritten, static_cast<std::uint64_t>(totals.BytesWritten)});
   } else if (HasOutput(run) && !run.NullOutput) {
     ShowWritten(run, totals);
@@ -49,8 +49,8 @@ void ShowCompleted(Parameters& run) {
 void ShowOutcome(Parameters& run, const Outcome& outcome) {
   if (!run.MessageText.empty()) run.Screen.Print("%s\n", run.MessageText.c_str());
   if (outcome.SkipReport) return;
-  if (run.Has(FLAG_QUIET)) {
-    if (run.Has2(FLAG2_COUNT)) PrintOutput("%" PRId64, run.MsgsWritten);
+  if (run.Asked.Display.Quiet || run.ReportSilenced) {
+    if (run.Asked.Display.Count) PrintOutput("%" PRId64, run.MsgsWritten);
     return;
   }
   if (outcome.ReportEnabled) ShowTotals(run);

@@ -22,16 +22,12 @@
 
 namespace {
 
-constexpr int kForceRfh2Level = 700;              // the first command level that knows message properties
-constexpr int kLogBufferSize = 1048576;           // bytes; a message of the log is rebuilt from many records
 constexpr int kPageWithoutTerminal = 500;         // rows
 constexpr int kPageOfUnknownTerminal = 24;        // rows
 constexpr std::size_t kConfirmationAnswer = 711;  // characters
 
 // The first input queue, whose element stands for the input in the transfer; null for other inputs.
-QueueElement* FirstInput(Parameters& run) {
-  return run.InputList != nullptr && !run.InputList->Elements.empty() ? run.InputList->Elements.data() : nullptr;
-}
+QueueElement* FirstInput(Parameters& run) { return run.Inputs.Elements.empty() ? nullptr : run.Inputs.Elements.data(); }
 
 void SetUpConsole(Console& screen) {
   const int height = ConsoleHeight();
@@ -51,80 +47,75 @@ void TakeStartTime(Parameters& run) {
 }
 
 MQLONG ConnectQMgrs(Parameters& run) {
-  const bool readsQueues = run.HasInputQueues() && !run.LogMode;
-  if (!readsQueues && !run.HasOutputQueue()) return 0;
-  MQLONG reason = ConnectQMgr(run, InputConn(run));
-  if (reason == 0 && run.OutputQMgr != run.InputQMgr) reason = ConnectQMgr(run, OutputConn(run));
-  if (InputConn(run).CommandLevel < kForceRfh2Level) run.Flags2 |= FLAG2_NO_FORCE_RFH2;
+  const bool readsQueues = run.Asked.Input.HasQueues() && !run.Asked.Log.Given;
+  if (!readsQueues && !run.Asked.Output.HasQueues()) return 0;
+  MQLONG reason = ConnectQMgr(run, run.Asked.Input.QMgr);
+  if (reason == 0 && run.Asked.Output.QMgr != run.Asked.Input.QMgr) reason = ConnectQMgr(run, run.Asked.Output.QMgr);
   return reason;
 }
 
 void ShowFileLimits(Parameters& run) {
   constexpr unsigned kStyle = kUnitsSeveral | kUnitsShort;
   run.Screen.Print("Output file limits active:\n");
-  if (run.LimitMsgs != 0) run.Screen.Print("  Maximum number of messages:%d\n", run.LimitMsgs);
-  if (run.LimitSize != 0) {
-    run.Screen.Print("  Maximum file size         :%s\n", FormatUnits(run.LimitSize, kByteUnits, kStyle).c_str());
+  if (run.Asked.Limits.Msgs != 0) run.Screen.Print("  Maximum number of messages:%d\n", run.Asked.Limits.Msgs);
+  if (run.Asked.Limits.Size != 0) {
+    run.Screen.Print("  Maximum file size         :%s\n",
+                     FormatUnits(run.Asked.Limits.Size, kByteUnits, kStyle).c_str());
   }
-  if (run.LimitAge != 0) {
-    run.Screen.Print("  Maximum file age          :%s\n", FormatUnits(run.LimitAge, kSecondUnits, kStyle).c_str());
+  if (run.Asked.Limits.Age != 0) {
+    run.Screen.Print("  Maximum file age          :%s\n",
+                     FormatUnits(run.Asked.Limits.Age, kSecondUnits, kStyle).c_str());
   }
   run.Screen.Print("\n");
 }
 
 void ShowWhatWillBeDone(Parameters& run) {
-  if (run.Has(FLAG_QUIET)) return;
+  if (run.Asked.Display.Quiet) return;
   ShowBanner(run);
-  if (run.Has(FLAG_SELECTING | kIdentifierFlags)) ShowSelection(run);
-  if (run.LimitsActive) ShowFileLimits(run);
+  if (run.Asked.Selection.Active || run.Asked.Selection.HasIdentifier()) ShowSelection(run);
+  if (run.Asked.Limits.Active) ShowFileLimits(run);
 }
 
 // Asks the log for messages of the one queue that was named.
 MQLONG StartLog(Parameters& run) {
-  if (run.InputList != nullptr && run.InputList->Count() > 1) {
+  if (run.Asked.Input.Queues.size() > 1) {
     run.Screen.Print("Only one queue name is allowed in log mode.\n");
     return MQRC_OPTIONS_ERROR;
   }
-  run.InitialBufferSize = kLogBufferSize;
-  const MQCHAR48* name = run.HasInputQueues() ? &run.InputList->Entries[0].ObjectName : nullptr;
-  return StartLogReading(run, name != nullptr ? NameInField(*name, sizeof *name) : std::string_view());
+  const auto& queues = run.Asked.Input.Queues;
+  return StartLogReading(run, queues.empty() ? std::string_view() : std::string_view(queues[0].Queue));
 }
 
 MQLONG OpenInput(Parameters& run) {
-  if (run.HasInputQueues() && !run.LogMode) return OpenInputQueues(run);
-  const MQLONG reason = run.LogMode ? StartLog(run) : 0;
-  run.Flags &= ~FLAG_SELECTING;  // nothing is browsed before it is got
-  return reason;
+  if (run.Asked.Input.HasQueues() && !run.Asked.Log.Given) return OpenInputQueues(run);
+  return run.Asked.Log.Given ? StartLog(run) : 0;
 }
 
 // Plain files are counted first when there is somebody to look at the count. What is no file can be read only once.
 void DecideCountingFirst(Parameters& run) {
-  if (!run.Has2(FLAG2_NON_TARVO) || run.InputFileName.empty() || run.LogMode) return;
-  if (run.Has2(FLAG2_WHOLE_FILE | FLAG2_NO_PRELIM_COUNT)) return;
+  if (!run.Asked.Plain.Given || run.Asked.Input.FileName.empty() || run.Asked.Log.Given) return;
+  if (run.Asked.Plain.WholeFile || run.Asked.Plain.NoPreliminaryCount) return;
   std::error_code error;
-  const auto kind = std::filesystem::status(run.InputFileName.c_str(), error).type();
+  const auto kind = std::filesystem::status(run.Asked.Input.FileName.c_str(), error).type();
   const bool onlyOnce = kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::character;
-  run.Flags2 |= run.Screen.StdinIsTerminal && !onlyOnce ? FLAG2_COUNT_FIRST : FLAG2_NO_PRELIM_COUNT;
+  if (run.Screen.StdinIsTerminal && !onlyOnce) run.Plain.Pass = CountingPass::Running;
 }
 
 // Whether some step between the get and the target looks at more of a message than its descriptor and its length.
 bool LooksAtData(Parameters& run) {
-  const auto used = [](const SearchString* strings) { return strings[0].Length != 0; };
-  const bool byContent = used(run.AsciiSearch) || used(run.AsciiNotSearch) || used(run.EbcdicSearch) ||
-                         used(run.EbcdicNotSearch) || used(run.HexSearch) || used(run.HexNotSearch);
-  if (byContent || run.Has2(FLAG2_BY_DLQ_REASON | FLAG2_BY_TARGET) || run.Has(FLAG_STRIP_HEADERS)) return true;
+  if (run.Asked.Selection.LooksAtData() || run.Asked.Output.StripHeaders) return true;
 
   // A message that ends on the backout queue takes its data along.
-  if (!run.Has(FLAG_GET) || run.Has2(FLAG2_NO_BACKOUT) || !run.HasInputQueues()) return false;
-  for (const QueueElement& queue : run.InputList->Elements) {
+  if (!run.Asked.Input.Remove || run.Asked.Input.NoBackoutQueue || !run.Asked.Input.HasQueues()) return false;
+  for (const QueueElement& queue : run.Inputs.Elements) {
     if (queue.BackoutThreshold > 0) return true;
   }
   return false;
 }
 
 void DecideDescriptorOnly(Parameters& run) {
-  const bool dataGoesNowhere = run.NullOutput || run.Has(FLAG_SUMMARY);
-  if (dataGoesNowhere && !run.Has2(FLAG2_FULL_GET) && !LooksAtData(run)) run.Flags2 |= FLAG2_DESCRIPTOR_ONLY;
+  const bool dataGoesNowhere = run.NullOutput || run.Asked.Display.Summary;
+  if (dataGoesNowhere && !run.Asked.Input.AlwaysData && !LooksAtData(run)) run.DescriptorOnly = true;
 }
 
 MQLONG Transfer(Parameters& run, QueueElement* queue) {
@@ -143,8 +134,7 @@ MQLONG CloseFiles(Parameters& run, MQLONG result) {
 
 // Makes the run forget the messages and files of the counting pass.
 void ForgetCountingPass(Parameters& run) {
-  run.Flags2 &= ~FLAG2_COUNT_FIRST;
-  run.Flags2 |= FLAG2_NO_PRELIM_COUNT | FLAG2_COUNTED;
+  run.Plain.Pass = CountingPass::Done;
   run.Finished = false;
   run.MsgsRead = run.BytesRead = run.MsgsWritten = run.BytesWritten = 0;
   run.UowMsgsRead = run.UowBytesRead = run.UowMsgsWritten = run.UowBytesWritten = 0;
@@ -174,7 +164,7 @@ MQLONG OpenRunFiles(Parameters& run, Outcome& outcome, bool& goOn) {
   const OpenRequest both = {run.Screen.StdinIsTerminal, true, true};
   goOn = false;
   MQLONG reason = OpenFiles(run, both);
-  if (reason == 0 && run.MessageText.empty() && run.Has2(FLAG2_COUNT_FIRST)) {
+  if (reason == 0 && run.MessageText.empty() && run.Plain.Pass == CountingPass::Running) {
     reason = CountAndAsk(run, goOn);
     if (reason != 0) return reason;
     outcome.SkipReport = !goOn;
@@ -194,20 +184,20 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   ShowWhatWillBeDone(run);
   NormaliseRange(run);
 
-  if (run.Has2(FLAG2_GENERIC)) {
+  if (run.Asked.Input.Generic || run.Asked.Output.Generic) {
     outcome.SkipReport = true;
-    const bool unload = run.OutputFileName.view().find('*') != std::string_view::npos;
-    return unload ? GenericUnload(run) : GenericLoad(run);
+    return run.Asked.Output.Generic ? GenericUnload(run) : GenericLoad(run);
   }
 
   if (const MQLONG reason = OpenInput(run); reason != 0) return reason;
-  if (run.HasOutputQueue()) {
+  if (run.Asked.Output.HasQueues()) {
     if (const MQLONG reason = OpenOutputs(run); reason != 0) return reason;
   }
   if (InterruptSignal() != 0) return 0;  // no file is touched for a run that does nothing
   DecideCountingFirst(run);
   run.MessageIndex = -1;
-  run.NullOutput = run.OutputFileName == "null";
+  run.Naming.InputSet = run.Asked.Input.FileSet;
+  run.NullOutput = run.Asked.Output.FileName == "null";
   bool goOn = false;
   if (const MQLONG reason = OpenRunFiles(run, outcome, goOn); reason != 0 || !goOn) return reason;
   DecideDescriptorOnly(run);

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cinttypes>
 #include <ctime>
-#include <span>
 #include <string_view>
+#include <vector>
 
 #include "cmdline/parameters.h"
 #include "common/units.h"
@@ -26,8 +26,8 @@ std::string HexText(std::string_view bytes) {
   return text;
 }
 
-std::string HexText(const MQBYTE24& identifier) {
-  return HexText(std::string_view(reinterpret_cast<const char*>(identifier), sizeof identifier));
+std::string HexText(const Identifier& identifier) {
+  return HexText(std::string_view(reinterpret_cast<const char*>(identifier.data()), identifier.size()));
 }
 
 std::string AsciiFromEbcdic(std::string_view bytes) {
@@ -37,8 +37,8 @@ std::string AsciiFromEbcdic(std::string_view bytes) {
 }
 
 void ShowRange(Parameters& run) {
-  const int start = run.RangeStart;
-  const int end = run.RangeEnd;
+  const int start = run.Asked.Selection.RangeStart;
+  const int end = run.Asked.Selection.RangeEnd;
   if (start == 0 && end == 0) return;
   if (start == 0) {
     run.Screen.Print("  Message index up to %d.\n", end);
@@ -52,84 +52,85 @@ void ShowRange(Parameters& run) {
 }
 
 void ShowSizes(Parameters& run) {
-  if (run.SizeAtLeast != -1) {
+  if (run.Asked.Selection.SizeAtLeast != -1) {
     run.Screen.Print("  Message size greater or equal to %s\n",
-                     FormatUnits(run.SizeAtLeast, kByteUnits, kSizeStyle).c_str());
+                     FormatUnits(run.Asked.Selection.SizeAtLeast, kByteUnits, kSizeStyle).c_str());
   }
-  if (run.SizeBelow != -1) {
-    run.Screen.Print("  Message size less than %s\n", FormatUnits(run.SizeBelow, kByteUnits, kSizeStyle).c_str());
+  if (run.Asked.Selection.SizeBelow != -1) {
+    run.Screen.Print("  Message size less than %s\n",
+                     FormatUnits(run.Asked.Selection.SizeBelow, kByteUnits, kSizeStyle).c_str());
   }
 }
 
 void ShowPriorities(Parameters& run) {
-  if (run.PriorityAtLeast != -1) {
-    run.Screen.Print("  Message priority greater or equal to %d\n", run.PriorityAtLeast);
+  if (run.Asked.Selection.PriorityAtLeast != -1) {
+    run.Screen.Print("  Message priority greater or equal to %d\n", run.Asked.Selection.PriorityAtLeast);
   }
-  if (run.PriorityAtMost != -1) {
-    run.Screen.Print("  Message priority less than or equal to %d\n", run.PriorityAtMost);
+  if (run.Asked.Selection.PriorityAtMost != -1) {
+    run.Screen.Print("  Message priority less than or equal to %d\n", run.Asked.Selection.PriorityAtMost);
   }
 }
 
 void ShowIdentifiers(Parameters& run) {
-  if (run.Has(FLAG_BY_MSGID)) {
-    run.Screen.Print("  Message Identifier 0x'%s'\n", HexText(run.SelMsgId).c_str());
+  if (run.Asked.Selection.MsgId.has_value()) {
+    run.Screen.Print("  Message Identifier 0x'%s'\n", HexText(*run.Asked.Selection.MsgId).c_str());
   }
-  if (run.Has(FLAG_BY_CORRELID)) {
-    run.Screen.Print("  Correlation Identifier 0x'%s'\n", HexText(run.SelCorrelId).c_str());
+  if (run.Asked.Selection.CorrelId.has_value()) {
+    run.Screen.Print("  Correlation Identifier 0x'%s'\n", HexText(*run.Asked.Selection.CorrelId).c_str());
   }
-  if (run.Has(FLAG_BY_GROUPID)) {
-    run.Screen.Print("  Group Identifier 0x'%s'\n", HexText(run.SelGroupId).c_str());
+  if (run.Asked.Selection.GroupId.has_value()) {
+    run.Screen.Print("  Group Identifier 0x'%s'\n", HexText(*run.Asked.Selection.GroupId).c_str());
   }
 }
 
 void ShowPutTimes(Parameters& run) {
   const std::int64_t now = run.StartTime;
-  const bool debug = (run.Debug & DEBUG_TIME) != 0;
-  if (run.PutAfter != 0) {
-    const std::string time = LocalTimeText(run.PutAfter);
-    if (run.YoungerThan != 0) {
-      run.Screen.Print("  Younger than (%s) %s", FormatDuration(run.YoungerThan).c_str(), time.c_str());
+  const bool debug = run.Asked.Display.TraceTimes;
+  if (run.Asked.Selection.PutAfter != 0) {
+    const std::string time = LocalTimeText(run.Asked.Selection.PutAfter);
+    if (run.Asked.Selection.YoungerThan != 0) {
+      run.Screen.Print("  Younger than (%s) %s", FormatDuration(run.Asked.Selection.YoungerThan).c_str(), time.c_str());
     } else {
       run.Screen.Print("  Put after  %s", time.c_str());
     }
-    if (debug) run.Screen.Print("  Put after  %" PRId64 " (%" PRId64 ")", run.PutAfter, now - run.PutAfter);
+    if (debug)
+      run.Screen.Print("  Put after  %" PRId64 " (%" PRId64 ")", run.Asked.Selection.PutAfter,
+                       now - run.Asked.Selection.PutAfter);
   }
-  if (run.PutBefore != 0) {
-    const std::string time = LocalTimeText(run.PutBefore);
-    if (run.OlderThan == 0) {
+  if (run.Asked.Selection.PutBefore != 0) {
+    const std::string time = LocalTimeText(run.Asked.Selection.PutBefore);
+    if (run.Asked.Selection.OlderThan == 0) {
       run.Screen.Print("  Put before %s", time.c_str());
     } else {
       // Aligned under the younger line when there is one.
-      run.Screen.Print("  Older %sthan (%s) %s", run.PutAfter != 0 ? "  " : "", FormatDuration(run.OlderThan).c_str(),
-                       time.c_str());
+      run.Screen.Print("  Older %sthan (%s) %s", run.Asked.Selection.PutAfter != 0 ? "  " : "",
+                       FormatDuration(run.Asked.Selection.OlderThan).c_str(), time.c_str());
     }
-    if (debug) run.Screen.Print("  Put before %" PRId64 " (%" PRId64 ")", run.PutBefore, now - run.PutBefore);
+    if (debug)
+      run.Screen.Print("  Put before %" PRId64 " (%" PRId64 ")", run.Asked.Selection.PutBefore,
+                       now - run.Asked.Selection.PutBefore);
   }
 }
 
 void ShowDeadLetterFilters(Parameters& run) {
-  if (run.Has2(FLAG2_BY_TARGET)) {
-    if (!run.TargetQMgrMask.empty() || run.TargetQueueMask.empty()) {
-      run.Screen.Print("  Messages targeted to %s/%s\n", run.TargetQMgrMask.c_str(), run.TargetQueueMask.c_str());
-    } else {
-      run.Screen.Print("  Messages targeted to %s\n", run.TargetQueueMask.c_str());
-    }
+  const SelectionOptions& selection = run.Asked.Selection;
+  if (selection.Target) {
+    const std::string qmgr = selection.Target->QMgr.empty() ? "" : selection.Target->QMgr + '/';
+    run.Screen.Print("  Messages targeted to %s%s\n", qmgr.c_str(), selection.Target->Queue.c_str());
   }
-  if (run.Has2(FLAG2_BY_DLQ_REASON)) {
-    run.Screen.Print("  Messages with DLQ Reason %d %s\n", run.DlqReason, ReasonText(run.DlqReason));
+  if (selection.DlqReason) {
+    run.Screen.Print("  Messages with DLQ Reason %d %s\n", *selection.DlqReason, ReasonText(*selection.DlqReason));
   }
 }
 
 enum class Shown { AsItIs, FromEbcdic, Hex };
 
-void ShowStrings(Parameters& run, std::span<const SearchString> strings, Shown shown, const char* contain,
+void ShowStrings(Parameters& run, const std::vector<std::string>& strings, Shown shown, const char* contain,
                  const char* kind) {
-  for (const SearchString& string : strings) {
-    if (string.Length == 0) return;
-    const std::string_view bytes(string.Text, static_cast<std::size_t>(string.Length));
+  for (const std::string& bytes : strings) {
     const std::string text = shown == Shown::Hex          ? HexText(bytes)
                              : shown == Shown::FromEbcdic ? AsciiFromEbcdic(bytes)
-                                                          : std::string(bytes);
+                                                          : bytes;
     run.Screen.Print("  %s the %s string %s'%s'\n", contain, kind, shown == Shown::Hex ? "0x" : "", text.c_str());
   }
 }
@@ -137,22 +138,24 @@ void ShowStrings(Parameters& run, std::span<const SearchString> strings, Shown s
 void ShowContents(Parameters& run) {
   static constexpr char kWith[] = "Containing";
   static constexpr char kWithout[] = "Not containing";
-  ShowStrings(run, run.AsciiSearch, Shown::AsItIs, kWith, "ASCII");
-  ShowStrings(run, run.AsciiNotSearch, Shown::AsItIs, kWithout, "ASCII");
-  ShowStrings(run, run.EbcdicSearch, Shown::FromEbcdic, kWith, "EBCDIC");
-  ShowStrings(run, run.EbcdicNotSearch, Shown::FromEbcdic, kWithout, "EBCDIC");
-  ShowStrings(run, run.HexSearch, Shown::Hex, kWith, "HEX");
-  ShowStrings(run, run.HexNotSearch, Shown::Hex, kWithout, "HEX");
+  ShowStrings(run, run.Asked.Selection.Ascii, Shown::AsItIs, kWith, "ASCII");
+  ShowStrings(run, run.Asked.Selection.AsciiNot, Shown::AsItIs, kWithout, "ASCII");
+  ShowStrings(run, run.Asked.Selection.Ebcdic, Shown::FromEbcdic, kWith, "EBCDIC");
+  ShowStrings(run, run.Asked.Selection.EbcdicNot, Shown::FromEbcdic, kWithout, "EBCDIC");
+  ShowStrings(run, run.Asked.Selection.Hex, Shown::Hex, kWith, "HEX");
+  ShowStrings(run, run.Asked.Selection.HexNot, Shown::Hex, kWithout, "HEX");
 }
 
 }  // namespace
 
 void ShowSelection(Parameters& run) {
-  if (run.Has(FLAG_QUIET)) return;
-  if ((run.Debug & DEBUG_TIME) != 0) run.Screen.Print("Current Time:%" PRId64 "\n", run.StartTime);
-  run.Screen.PrintText(run.Has2(FLAG2_INVERT) ? "Inverse Message selection active:\n" : "Message selection active:\n");
+  if (run.Asked.Display.Quiet) return;
+  if (run.Asked.Display.TraceTimes) run.Screen.Print("Current Time:%" PRId64 "\n", run.StartTime);
+  run.Screen.PrintText(run.Asked.Selection.Invert ? "Inverse Message selection active:\n"
+                                                  : "Message selection active:\n");
   ShowRange(run);
-  if (run.Selector != nullptr) run.Screen.Print("  Messages matching selector '%s'\n", run.Selector->c_str());
+  if (run.Asked.Selection.Selector)
+    run.Screen.Print("  Messages matching selector '%s'\n", run.Asked.Selection.Selector->c_str());
   ShowSizes(run);
   ShowPriorities(run);
   ShowIdentifiers(run);

@@ -1,5 +1,6 @@
 #include "cmdline/validate.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -12,12 +13,11 @@ constexpr std::int64_t kGenericSizeLimit = 524288000;  // bytes; 500 MB
 // One check: the refusal to print, or null.
 using Check = const char*(Parameters& run);
 
-bool HasInputFile(const Parameters& run) { return !run.InputFileName.empty(); }
-bool HasOutputFile(const Parameters& run) { return !run.OutputFileName.empty(); }
-bool IsGeneric(const Text<255>& name) { return name.view().find('*') != std::string_view::npos; }
+bool HasInputFile(const Parameters& run) { return !run.Asked.Input.FileName.empty(); }
+bool HasOutputFile(const Parameters& run) { return !run.Asked.Output.FileName.empty(); }
+bool IsGeneric(const std::string& name) { return name.find('*') != std::string_view::npos; }
 
-bool HasInserts(const Text<255>& name) {
-  const std::string_view text = name;
+bool HasInserts(const std::string& text) {
   for (const std::string_view insert : {"%i", "%n", "%o", "%I", "%N", "%O"}) {
     if (text.find(insert) != std::string_view::npos) return true;
   }
@@ -25,125 +25,147 @@ bool HasInserts(const Text<255>& name) {
 }
 
 const char* CheckRate(Parameters& run) {
-  if (run.Rate == 0) return nullptr;
-  if (!run.HasOutputQueue()) return "'Required rate' processing requires that the target is a Queue.\n";
-  if (run.RateDuration == 0) return nullptr;
-  if (!run.HasInputQueues()) return "Repeated 'Required rate' processing requires that the input is a queue.\n";
-  if (run.Has(FLAG_GET)) return "Repeated 'Required rate' processing requires that you browse the input queue.\n";
+  if (run.Asked.Pace.Rate == 0) return nullptr;
+  if (!run.Asked.Output.HasQueues()) return "'Required rate' processing requires that the target is a Queue.\n";
+  if (run.Asked.Pace.RateDuration == 0) return nullptr;
+  if (!run.Asked.Input.HasQueues()) return "Repeated 'Required rate' processing requires that the input is a queue.\n";
+  if (run.Asked.Input.Remove) return "Repeated 'Required rate' processing requires that you browse the input queue.\n";
   return nullptr;
 }
 
 const char* TurnAgesIntoTimes(Parameters& run) {
-  if (run.YoungerThan != 0 && run.OlderThan != 0 && run.YoungerThan < run.OlderThan) {
-    std::swap(run.YoungerThan, run.OlderThan);
+  if (run.Asked.Selection.YoungerThan != 0 && run.Asked.Selection.OlderThan != 0 &&
+      run.Asked.Selection.YoungerThan < run.Asked.Selection.OlderThan) {
+    std::swap(run.Asked.Selection.YoungerThan, run.Asked.Selection.OlderThan);
   }
-  if (run.YoungerThan != 0) run.PutAfter = run.StartTime - run.YoungerThan;
-  if (run.OlderThan != 0) run.PutBefore = run.StartTime - run.OlderThan;
+  if (run.Asked.Selection.YoungerThan != 0)
+    run.Asked.Selection.PutAfter = run.StartTime - run.Asked.Selection.YoungerThan;
+  if (run.Asked.Selection.OlderThan != 0) run.Asked.Selection.PutBefore = run.StartTime - run.Asked.Selection.OlderThan;
   return nullptr;
 }
 
 // The only file named beside input queues is where they go.
 const char* TakeFileAsOutput(Parameters& run) {
-  if (HasInputFile(run) && !HasOutputFile(run) && run.HasInputQueues()) {
-    run.OutputFileName.Assign(run.InputFileName);
-    run.InputFileName.clear();
+  if (HasInputFile(run) && !HasOutputFile(run) && run.Asked.Input.HasQueues()) {
+    run.Asked.Output.FileName = run.Asked.Input.FileName;
+    run.Asked.Input.FileName.clear();
   }
   return nullptr;
 }
 
 const char* CheckSummary(Parameters& run) {
-  if (!run.Has(FLAG_SUMMARY)) return nullptr;
-  if (!HasOutputFile(run) || run.OutputFileName == "stdout") run.OutputFileName.Assign("null");
-  return run.HasOutputQueue() ? "Sorry, you can't specify an output queue with summary display.\n" : nullptr;
+  if (!run.Asked.Display.Summary) return nullptr;
+  if (!HasOutputFile(run) || run.Asked.Output.FileName == "stdout") run.Asked.Output.FileName = "null";
+  return run.Asked.Output.HasQueues() ? "Sorry, you can't specify an output queue with summary display.\n" : nullptr;
 }
 
 const char* CheckCount(Parameters& run) {
-  return run.Has2(FLAG2_COUNT) && (HasOutputFile(run) || run.HasOutputQueue())
+  return run.Asked.Display.Count && (HasOutputFile(run) || run.Asked.Output.HasQueues())
              ? "Sorry, you can't specify an output queue/file with the count display.\n"
              : nullptr;
 }
 
 const char* CheckSides(Parameters& run) {
-  if (run.HasInputQueues() && HasInputFile(run)) return "Please don't specify both an input queue and an input file.\n";
-  if (!run.LogMode && !run.HasInputQueues() && !HasInputFile(run)) {
+  if (run.Asked.Input.HasQueues() && HasInputFile(run))
+    return "Please don't specify both an input queue and an input file.\n";
+  if (!run.Asked.Log.Given && !run.Asked.Input.HasQueues() && !HasInputFile(run)) {
     return "Please enter either an input queue or an input file.\n";
   }
-  if (run.HasOutputQueue() && HasOutputFile(run)) {
+  if (run.Asked.Output.HasQueues() && HasOutputFile(run)) {
     return "Please enter either an output queue or an output file, not both.\n";
   }
   return nullptr;
 }
 
 const char* CheckPurge(Parameters& run) {
-  return run.HasInputQueues() && !run.Has(FLAG_GET) && run.Has(FLAG_PURGE)
+  return run.Asked.Input.HasQueues() && !run.Asked.Input.Remove && run.Asked.Input.Purge
              ? "Purge is not valid when you are browsing the Input Queue\n"
              : nullptr;
 }
 
 const char* CheckSelector(Parameters& run) {
-  if (run.Selector == nullptr) return nullptr;
-  if (run.LogMode || HasInputFile(run)) return "SQL92 Selection is only supported when the input is a queue\n";
-  if (run.Has(FLAG_PURGE)) return "The purge option is not supported when using the SQL92 selector\n";
+  if (!run.Asked.Selection.Selector) return nullptr;
+  if (run.Asked.Log.Given || HasInputFile(run)) return "SQL92 Selection is only supported when the input is a queue\n";
+  if (run.Asked.Input.Purge) return "The purge option is not supported when using the SQL92 selector\n";
   return nullptr;
 }
 
 const char* NoteInserts(Parameters& run) {
-  if (HasInserts(run.InputFileName)) run.Flags |= FLAG_INPUT_INSERTS;
-  if (HasInserts(run.OutputFileName)) {
-    run.Flags |= FLAG_OUTPUT_INSERTS;
-    run.LimitsActive = true;
+  run.Asked.Input.FileSet = HasInserts(run.Asked.Input.FileName);
+  if (HasInserts(run.Asked.Output.FileName)) {
+    run.Asked.Output.FileInserts = true;
+    run.Asked.Limits.Active = true;
   }
   return nullptr;
 }
 
 // A file for every queue needs input queues that are connected, since the command server is asked for their names.
 const char* CheckGenericOutput(Parameters& run) {
-  if (!IsGeneric(run.OutputFileName)) return nullptr;
-  if (!run.HasInputQueues() || run.LogMode) return "Please enter an input queue for the generic unload.\n";
-  run.Flags |= FLAG_OUTPUT_INSERTS;
-  run.Flags2 |= FLAG2_GENERIC;
-  if (!run.LimitsActive) {
-    run.LimitsActive = true;
-    run.LimitSize = kGenericSizeLimit;
-    run.LimitMsgs = 0;
+  if (!IsGeneric(run.Asked.Output.FileName)) return nullptr;
+  if (!run.Asked.Input.HasQueues() || run.Asked.Log.Given)
+    return "Please enter an input queue for the generic unload.\n";
+  run.Asked.Output.FileInserts = true;
+  run.Asked.Output.Generic = true;
+  if (!run.Asked.Limits.Active) {
+    run.Asked.Limits.Active = true;
+    run.Asked.Limits.Size = kGenericSizeLimit;
+    run.Asked.Limits.Msgs = 0;
   }
   return nullptr;
 }
 
 const char* CheckGenericInput(Parameters& run) {
-  if (!IsGeneric(run.InputFileName)) {
-    const bool unused = run.LimitsActive && !run.Has(FLAG_OUTPUT_INSERTS);
+  if (!IsGeneric(run.Asked.Input.FileName)) {
+    const bool unused = run.Asked.Limits.Active && !run.Asked.Output.FileInserts;
     return unused ? "The use of -L parameters requires the use of file index inserts\n" : nullptr;
   }
-  if (!run.HasOutputQueue()) return "Please enter an output queue for the generic load.\n";
-  run.Flags2 |= FLAG2_GENERIC;
-  if (run.LimitsActive) {
+  if (!run.Asked.Output.HasQueues()) return "Please enter an output queue for the generic load.\n";
+  run.Asked.Input.Generic = true;
+  if (run.Asked.Limits.Active) {
     run.Screen.Print("-L parameters are ignored in generic load\n\n");
-    run.LimitsActive = false;
+    run.Asked.Limits.Active = false;
   }
   return nullptr;
 }
 
 // These displays look at messages and keep none of them.
 const char* CheckDisplaysWithMove(Parameters& run) {
-  if (!run.Has(FLAG_GET)) return nullptr;
-  if (run.Has(FLAG_SUMMARY)) return "Sumary option is not valid with move, use browse\n";
-  if (run.Has2(FLAG2_COUNT)) return "Count option is not valid with move, use browse\n";
-  if (run.Has(FLAG_SHOW_TIME_ON_QUEUE)) return "Time on queue option is not valid with move, use browse\n";
+  if (!run.Asked.Input.Remove) return nullptr;
+  if (run.Asked.Display.Summary) return "Sumary option is not valid with move, use browse\n";
+  if (run.Asked.Display.Count) return "Count option is not valid with move, use browse\n";
+  if (run.Asked.Layout.TimeOnQueue) return "Time on queue option is not valid with move, use browse\n";
+  return nullptr;
+}
+
+const char* CompleteWidth(Parameters& run) {
+  constexpr int kDefaultWidth = 25;
+  constexpr int kLeastWidth = 10;
+  int& width = run.Asked.Layout.DataWidth;
+  width = width < 1 ? kDefaultWidth : std::max(width, kLeastWidth);
+  return nullptr;
+}
+
+// A message of the log is rebuilt from many records.
+const char* CompleteBufferSize(Parameters& run) {
+  constexpr int kLogBufferSize = 1024 * 1024;
+  if (run.Asked.Log.Given) run.Asked.Input.InitialBufferSize = kLogBufferSize;
   return nullptr;
 }
 
 constexpr Check* kChecks[] = {
-    CheckRate,  TurnAgesIntoTimes, TakeFileAsOutput, CheckSummary,       CheckCount,        CheckSides,
-    CheckPurge, CheckSelector,     NoteInserts,      CheckGenericOutput, CheckGenericInput, CheckDisplaysWithMove,
+    CheckRate,     TurnAgesIntoTimes,  TakeFileAsOutput, CheckSummary,       CheckCount,        CheckSides,
+    CheckPurge,    CheckSelector,      NoteInserts,      CheckGenericOutput, CheckGenericInput, CheckDisplaysWithMove,
+    CompleteWidth, CompleteBufferSize,
 };
 
-std::string_view Name(const MQCHAR48& field) { return NameInField(field, sizeof field); }
+// Up to its first blank, where the queue manager's names end.
+std::string_view Name(const std::string& name) { return NameInField(name.data(), name.size()); }
 
 // Whether a queue of the output side is the queue `name` of the input queue manager.
-bool FeedsInput(Parameters& run, std::string_view name, std::string_view outputQMgr, std::string_view outputQueue) {
-  if (outputQMgr.empty()) outputQMgr = OutputConn(run).QMgrName;
-  return outputQueue == name && outputQMgr == InputConn(run).QMgrName.view();
+bool FeedsInput(Parameters& run, std::string_view name, const QueueName& output) {
+  std::string_view qmgr = Name(output.QMgr);
+  if (qmgr.empty()) qmgr = OutputConn(run).QMgrName;
+  return Name(output.Queue) == name && qmgr == InputConn(run).QMgrName.view();
 }
 
 }  // namespace
@@ -159,30 +181,25 @@ bool ValidateOptions(Parameters& run) {
 }
 
 bool CheckInputQMgr(Parameters& run) {
-  if (!run.HasInputQueues()) return true;
+  if (!run.Asked.Input.HasQueues()) return true;
   const std::string_view own = InputConn(run).QMgrName;
-  if (own.empty() && run.LogMode) return true;  // the log of a queue manager that nobody named
-  for (const MQOR& input : run.InputList->Entries) {
-    const std::string_view named = TextInField(input.ObjectQMgrName, sizeof input.ObjectQMgrName);
-    if (named.empty() || named == own) continue;
+  if (own.empty() && run.Asked.Log.Given) return true;  // the log of a queue manager that nobody named
+  for (const QueueName& input : run.Asked.Input.Queues) {
+    if (input.QMgr.empty() || input.QMgr == own) continue;
     run.Screen.Print("Input queue '%s' can not be read, the input queue manager is '%s'\n",
-                     DestinationText(input.ObjectQMgrName, input.ObjectName).c_str(), InputConn(run).QMgrName.c_str());
+                     DestinationText(input).c_str(), InputConn(run).QMgrName.c_str());
     return false;
   }
   return true;
 }
 
 bool CheckNotOntoItself(Parameters& run) {
-  if (!run.HasInputQueues() || run.LogMode || !run.HasOutputQueue() || run.RangeEnd != 0) return true;
-  for (const MQOR& input : run.InputList->Entries) {
-    const std::string_view name = Name(input.ObjectName);
-    bool feeds = run.OutputList == nullptr && FeedsInput(run, name, run.OutputQMgrName, run.OutputQueueName);
-    if (run.OutputList != nullptr) {
-      for (const MQOR& output : run.OutputList->Entries) {
-        feeds = feeds || FeedsInput(run, name, Name(output.ObjectQMgrName), Name(output.ObjectName));
-      }
+  const Options& asked = run.Asked;
+  if (!asked.Input.HasQueues() || asked.Log.Given || asked.Selection.RangeEnd != 0) return true;
+  for (const QueueName& input : asked.Input.Queues) {
+    for (const QueueName& output : asked.Output.Queues) {
+      if (FeedsInput(run, Name(input.Queue), output)) return RefuseOntoItself(run, Name(input.Queue)) == 0;
     }
-    if (feeds) return RefuseOntoItself(run, name) == 0;
   }
   return true;
 }

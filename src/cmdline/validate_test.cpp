@@ -26,17 +26,24 @@ TEST(Validation, CompletesTheOptions) {
   };
   for (const Case& one : std::vector<Case>{
            {{"-iQ1", "-T60,30"},
-            [](const Parameters& run) { return run.PutAfter == kStart - 3600 && run.PutBefore == kStart - 1800; }},
+            [](const Parameters& run) {
+              return run.Asked.Selection.PutAfter == kStart - 3600 && run.Asked.Selection.PutBefore == kStart - 1800;
+            }},
            {{"-iQ1", "-T30,60"},
-            [](const Parameters& run) { return run.PutAfter == kStart - 3600 && run.PutBefore == kStart - 1800; }},
+            [](const Parameters& run) {
+              return run.Asked.Selection.PutAfter == kStart - 3600 && run.Asked.Selection.PutBefore == kStart - 1800;
+            }},
            {{"-iQ1", "-Tfu01/01/2020", "-T60"},
-            [](const Parameters& run) { return run.PutAfter == 1577836800 && run.PutBefore == kStart - 3600; }},
+            [](const Parameters& run) {
+              return run.Asked.Selection.PutAfter == 1577836800 && run.Asked.Selection.PutBefore == kStart - 3600;
+            }},
            {{"-i*", "-f*"},
             [](const Parameters& run) {
-              return run.LimitsActive && run.LimitSize == 524288000 && run.LimitMsgs == 0 && run.Has2(FLAG2_GENERIC) &&
-                     run.Has(FLAG_OUTPUT_INSERTS);
+              return run.Asked.Limits.Active && run.Asked.Limits.Size == 524288000 && run.Asked.Limits.Msgs == 0 &&
+                     run.Asked.Output.Generic && run.Asked.Output.FileInserts;
             }},
-           {{"-i*", "-f*", "-Lm5"}, [](const Parameters& run) { return run.LimitSize == 0 && run.LimitMsgs == 5; }},
+           {{"-i*", "-f*", "-Lm5"},
+            [](const Parameters& run) { return run.Asked.Limits.Size == 0 && run.Asked.Limits.Msgs == 5; }},
        }) {
     SCOPED_TRACE(Joined(one.Arguments));
     const Checked checked = Check(one.Arguments);
@@ -46,7 +53,7 @@ TEST(Validation, CompletesTheOptions) {
   const Checked load = Check({"-f*", "-oQ1", "-Ls1m"});
   EXPECT_TRUE(load.Ok);
   EXPECT_EQ(load.Errors, "-L parameters are ignored in generic load\n\n");
-  EXPECT_FALSE(load.Line.Run->LimitsActive);
+  EXPECT_FALSE(load.Line.Run->Asked.Limits.Active);
 }
 
 TEST(Validation, LetsQueuesOfOneNameOnTwoQueueManagersPass) {

@@ -200,17 +200,17 @@ std::optional<double> SizeBytes(std::string_view text) {
 
 bool ParseTimeSelection(Parameters& run, std::string_view text) {
   const char form = text.empty() ? '\0' : text.front();
-  if (form == 'f') return ParseTimestamp(run, text.substr(1), "younger than", run.PutAfter);
-  if (form == 't') return ParseTimestamp(run, text.substr(1), "older than", run.PutBefore);
+  if (form == 'f') return ParseTimestamp(run, text.substr(1), "younger than", run.Asked.Selection.PutAfter);
+  if (form == 't') return ParseTimestamp(run, text.substr(1), "older than", run.Asked.Selection.PutBefore);
 
   const Bounds ages = SplitAtComma(text);
   if (ages.First.empty() && ages.Second.empty()) return RefuseValue(run, 'T', text);
-  if (ages.HasComma && run.YoungerThan != 0) {
+  if (ages.HasComma && run.Asked.Selection.YoungerThan != 0) {
     run.Screen.Print("You can only specify the '%s' age once\n", "younger than");
     return false;
   }
-  return ParseAge(run, ages.Second, "younger than", run.YoungerThan) &&
-         ParseAge(run, ages.First, "older than", run.OlderThan);
+  return ParseAge(run, ages.Second, "younger than", run.Asked.Selection.YoungerThan) &&
+         ParseAge(run, ages.First, "older than", run.Asked.Selection.OlderThan);
 }
 
 bool ParseAge(Parameters& run, std::string_view text, const char* label, int& field) {
@@ -245,8 +245,8 @@ bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, s
 bool ParseSizeSelection(Parameters& run, std::string_view text) {
   const Bounds sizes = SplitAtComma(text);
   if (sizes.First.empty() && sizes.Second.empty()) return RefuseValue(run, 'z', text);
-  return ParseSize(run, sizes.First, "larger than", run.SizeAtLeast) &&
-         ParseSize(run, sizes.Second, "less than", run.SizeBelow);
+  return ParseSize(run, sizes.First, "larger than", run.Asked.Selection.SizeAtLeast) &&
+         ParseSize(run, sizes.Second, "less than", run.Asked.Selection.SizeBelow);
 }
 
 bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG& field) {
@@ -262,11 +262,11 @@ bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG
 }
 
 bool ParseFileLimit(Parameters& run, std::string_view text) {
-  if (!run.LimitsActive) {
-    run.LimitsActive = true;
-    run.LimitMsgs = 0;
-    run.LimitSize = 0;
-    run.LimitAge = 0;
+  if (!run.Asked.Limits.Active) {
+    run.Asked.Limits.Active = true;
+    run.Asked.Limits.Msgs = 0;
+    run.Asked.Limits.Size = 0;
+    run.Asked.Limits.Age = 0;
   }
   const char kind = text.empty() ? '\0' : text.front();
   const std::string_view value = text.substr(text.empty() ? 0 : 1);
@@ -274,14 +274,14 @@ bool ParseFileLimit(Parameters& run, std::string_view text) {
   switch (kind) {
     case 'a':
       if (!ReadLimit(run, {"-La", "file age", kFileAgeUnits}, value, kMostInteger, limit)) return false;
-      run.LimitAge = static_cast<int>(limit);
+      run.Asked.Limits.Age = static_cast<int>(limit);
       return true;
     case 's':
       return ReadLimit(run, {"-Ls", "file size", kSizeUnits}, value, std::numeric_limits<std::int64_t>::max(),
-                       run.LimitSize);
+                       run.Asked.Limits.Size);
     case 'm':
       if (const auto messages = WholeNumber(value, 1, kMostInteger)) {
-        run.LimitMsgs = static_cast<int>(*messages);
+        run.Asked.Limits.Msgs = static_cast<int>(*messages);
         return true;
       }
       run.Screen.Print("Invalid -Lm parameter '%.*s'\n", static_cast<int>(value.size()), value.data());

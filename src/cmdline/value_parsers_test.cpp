@@ -72,8 +72,8 @@ TEST(TimeSelection, ReadsAges) {
     SCOPED_TRACE(one.Text);
     const Applied result = Apply(ParseTimeSelection, {one.Text});
     EXPECT_TRUE(result.Ok);
-    EXPECT_EQ(result.Run->OlderThan, one.Older);
-    EXPECT_EQ(result.Run->YoungerThan, one.Younger);
+    EXPECT_EQ(result.Run->Asked.Selection.OlderThan, one.Older);
+    EXPECT_EQ(result.Run->Asked.Selection.YoungerThan, one.Younger);
   }
 }
 
@@ -95,21 +95,21 @@ TEST(SizeSelection, AddsUpUnits) {
     SCOPED_TRACE(one.Text);
     const Applied result = Apply(ParseSizeSelection, {one.Text});
     EXPECT_TRUE(result.Ok);
-    EXPECT_EQ(result.Run->SizeAtLeast, one.AtLeast);
-    EXPECT_EQ(result.Run->SizeBelow, one.Below);
+    EXPECT_EQ(result.Run->Asked.Selection.SizeAtLeast, one.AtLeast);
+    EXPECT_EQ(result.Run->Asked.Selection.SizeBelow, one.Below);
   }
 }
 
 TEST(FileLimits, SetOneEach) {
   const Applied age = Apply(ParseFileLimit, {"a30m"});
-  EXPECT_EQ(age.Run->LimitAge, 1800);
-  EXPECT_TRUE(age.Run->LimitsActive);
-  EXPECT_EQ(age.Run->LimitMsgs, 0);
-  EXPECT_EQ(Apply(ParseFileLimit, {"s2g"}).Run->LimitSize, 2147483648);
-  EXPECT_EQ(Apply(ParseFileLimit, {"s5000000000B"}).Run->LimitSize, 5000000000);
+  EXPECT_EQ(age.Run->Asked.Limits.Age, 1800);
+  EXPECT_TRUE(age.Run->Asked.Limits.Active);
+  EXPECT_EQ(age.Run->Asked.Limits.Msgs, 0);
+  EXPECT_EQ(Apply(ParseFileLimit, {"s2g"}).Run->Asked.Limits.Size, 2147483648);
+  EXPECT_EQ(Apply(ParseFileLimit, {"s5000000000B"}).Run->Asked.Limits.Size, 5000000000);
   const Applied both = Apply(ParseFileLimit, {"m10", "s1m"});
-  EXPECT_EQ(both.Run->LimitMsgs, 10);
-  EXPECT_EQ(both.Run->LimitSize, 1048576);
+  EXPECT_EQ(both.Run->Asked.Limits.Msgs, 10);
+  EXPECT_EQ(both.Run->Asked.Limits.Size, 1048576);
 }
 
 TEST(ValueParsers, RefuseWhatTheyCanNotRead) {

@@ -47,8 +47,8 @@ std::string IdentifierLine(const char* label, const MQBYTE24& identifier) {
 
 std::string Identifiers(const Parameters& run, const MQBYTE24& msgId, const MQBYTE24& correlId) {
   std::string text;
-  if (run.Has(FLAG_SHOW_MSGID)) text += IdentifierLine("     Message Id:", msgId);
-  if (run.Has(FLAG_SHOW_CORRELID)) text += IdentifierLine("     Correl  Id:", correlId);
+  if (run.Asked.Display.MsgIds) text += IdentifierLine("     Message Id:", msgId);
+  if (run.Asked.Display.CorrelIds) text += IdentifierLine("     Correl  Id:", correlId);
   return text.empty() ? text : text + '\n';
 }
 
@@ -101,9 +101,9 @@ struct Limits {
 
 Limits LimitsOf(const Parameters& run) {
   Limits sum;
-  if (run.InputList == nullptr) return sum;
+  if (run.Inputs.Elements.empty()) return sum;
   bool depthKnown = true, bytesKnown = true, fileKnown = true;
-  for (const QueueElement& queue : run.InputList->Elements) {
+  for (const QueueElement& queue : run.Inputs.Elements) {
     depthKnown = depthKnown && queue.MaxDepth > 0;
     bytesKnown = bytesKnown && queue.MaxMsgLength > 0;
     fileKnown = fileKnown && queue.MaxFileSize > 0;

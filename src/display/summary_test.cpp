@@ -15,8 +15,7 @@ struct SummaryTest : testing::Test {
 
   // Adds an input queue.
   QueueElement& AddQueue(MQLONG maxDepth, MQLONG maxMsgLength) {
-    if (run.InputList == nullptr) run.InputList = std::make_unique<QueueList>();
-    QueueElement& queue = run.InputList->Elements.emplace_back();
+    QueueElement& queue = run.Inputs.Elements.emplace_back();
     queue.MaxDepth = maxDepth;
     queue.MaxMsgLength = maxMsgLength;
     return queue;

@@ -8,7 +8,7 @@ namespace {
 
 // Reports a call on the backout queue when it is traced or did not go smoothly; returns the reason of a failure.
 MQLONG Outcome(Parameters& run, const char* call, const QueueElement& queue, MQLONG compCode, MQLONG reason) {
-  if (compCode != MQCC_OK || (run.Verbose & VERBOSE_APIS) != 0) {
+  if (compCode != MQCC_OK || run.Asked.Display.TraceCalls) {
     ReportMqCall(run.Screen, call, InputConn(run).QMgrName,
                  NameInField(queue.BackoutQueueName, sizeof queue.BackoutQueueName), reason);
   }
@@ -36,7 +36,7 @@ MQLONG RequeueToBackout(Parameters& run, QueueElement& queue, const MQMD& descri
   QMgrConn& conn = InputConn(run);
   MQMD copy = descriptor;
   MQPMO options;
-  options.Options = MQPMO_SET_ALL_CONTEXT | (run.TransactionLimit != 0 ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT);
+  options.Options = MQPMO_SET_ALL_CONTEXT | (run.Asked.Units.MessageLimit != 0 ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT);
   if ((options.Options & MQPMO_SYNCPOINT) != 0) conn.UnitOpen = true;
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;

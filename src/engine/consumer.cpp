@@ -47,7 +47,7 @@ struct Consumption {
   bool Abandoned = false;  // it cannot be stopped: the callback leaves the run alone from now on
 };
 
-bool Tracing(const Parameters& run) { return (run.Verbose & VERBOSE_APIS) != 0; }
+bool Tracing(const Parameters& run) { return run.Asked.Display.TraceCalls; }
 
 void KeepQueueFailure(Parameters& run, const char* call, const QueueElement& queue, MQLONG reason) {
   if (!run.MessageText.empty()) return;
@@ -92,7 +92,7 @@ MQLONG Deregister(Parameters& run, QueueElement& queue) {
 }
 
 MQLONG TakeMessage(Parameters& run, QueueElement& queue, const MQMD& descriptor, void* buffer, const MQCBC& context) {
-  if (context.CallType == MQCBCT_MSG_REMOVED && run.TransactionLimit != 0) InputConn(run).UnitOpen = true;
+  if (context.CallType == MQCBCT_MSG_REMOVED && run.Asked.Units.MessageLimit != 0) InputConn(run).UnitOpen = true;
   if (run.Finished) {
     // Consumption is being stopped. A message that is off its queue all the same goes back with its unit of work.
     if (context.CallType != MQCBCT_MSG_REMOVED) return 0;
@@ -105,7 +105,7 @@ MQLONG TakeMessage(Parameters& run, QueueElement& queue, const MQMD& descriptor,
   }
   if (!queue.Active) {
     queue.Active = true;
-    ++run.InputList->QueuesActive;
+    ++run.Inputs.QueuesActive;
   }
   run.Wait.Since = SteadyMillis();
   CurrentMessage& message = run.Message;
@@ -119,7 +119,7 @@ MQLONG TakeMessage(Parameters& run, QueueElement& queue, const MQMD& descriptor,
 }
 
 MQLONG QueueIsEmpty(Parameters& run, QueueElement& queue) {
-  QueueList& list = *run.InputList;
+  InputQueues& list = run.Inputs;
   if (queue.Active) {
     queue.Active = false;
     --list.QueuesActive;
@@ -133,7 +133,7 @@ MQLONG QueueIsEmpty(Parameters& run, QueueElement& queue) {
     run.Writer.MsgsSinceFlush = 0;
   }
   if (const MQLONG reason = CheckAsyncPuts(run); reason != 0) return reason;
-  if (run.Uow.UowCount != 0 && list.QueuesActive == 0 && run.TransactionLimit != -1) return CommitAll(run);
+  if (run.Uow.UowCount != 0 && list.QueuesActive == 0 && run.Asked.Units.MessageLimit != -1) return CommitAll(run);
   return 0;
 }
 
@@ -150,7 +150,7 @@ MQLONG TakeEvent(Parameters& run, QueueElement& queue, const MQCBC& context) {
     failure = CallEnd{context.CompCode, context.Reason}.Failure();
     if (failure != 0) KeepQueueFailure(run, "MQCB(CALLBACK)", queue, failure);
   }
-  if (failure == 0 && run.WaitInterval == 0) failure = Deregister(run, queue);
+  if (failure == 0 && run.Asked.Input.WaitInterval == 0) failure = Deregister(run, queue);
   return failure;
 }
 
@@ -181,7 +181,7 @@ static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQ
   }
   if (!run.Finished && InterruptSignal() != 0) {
     // A main thread that waits looks for interrupts too, and stops consumption itself.
-    if (run.WaitInterval != 0) return consumption.Ended.notify_one();
+    if (run.Asked.Input.WaitInterval != 0) return consumption.Ended.notify_one();
     EndIfInterrupted(run);
   }
   if (!run.Finished) return;
@@ -190,7 +190,7 @@ static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQ
     KeepControlFailure(run, "MQCTL(STOP)", stopFailure);
     if (consumption.Result == 0) consumption.Result = stopFailure;
     // A start that waits also ends when no consumer is left: this one goes, each other one when it is called.
-    if (run.WaitInterval == 0) Deregister(run, queue);
+    if (run.Asked.Input.WaitInterval == 0) Deregister(run, queue);
   } else {
     consumption.Stopped = true;
   }
@@ -201,13 +201,13 @@ static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQ
 std::int64_t DeliveryLeft(const Parameters& run) {
   const std::int64_t left = WaitLeft(run);
   // A queue that has not reported empty yet may still have messages to deliver.
-  return left <= 0 && run.InputList->QueuesEmptied < run.InputList->Count() ? kEmptyGrace : left;
+  return left <= 0 && run.Inputs.QueuesEmptied < static_cast<int>(run.Inputs.Elements.size()) ? kEmptyGrace : left;
 }
 
 std::int64_t FileLeft(const Parameters& run) {
-  if (run.LimitAge == 0) return kEndlessWaitSlice;
+  if (run.Asked.Limits.Age == 0) return kEndlessWaitSlice;
   // A file that the next message opens reaches its age no sooner.
-  if (!run.Writer.Out.is_open()) return std::int64_t{run.LimitAge} * 1000;
+  if (!run.Writer.Out.is_open()) return std::int64_t{run.Asked.Limits.Age} * 1000;
   return FileAgeLeft(run);
 }
 
@@ -217,7 +217,7 @@ MQLONG RegisterQueues(Parameters& run) {
   MQGMO options;
   options.Options = GetOptions(run, false) | MQGMO_WAIT;
   AddMatchAndConversion(run, descriptor, options);
-  for (QueueElement& queue : run.InputList->Elements) {
+  for (QueueElement& queue : run.Inputs.Elements) {
     MQCBD callback;
     callback.CallbackArea = &queue;
     callback.CallbackFunction = reinterpret_cast<void*>(&ConsumerCallback);
@@ -227,7 +227,7 @@ MQLONG RegisterQueues(Parameters& run) {
     if (const MQLONG failure = end.Failure(); failure != 0) {
       run.MessageText.clear();
       KeepQueueFailure(run, "MQCB(REGISTER)", queue, failure);
-      run.Flags |= FLAG_QUIET;
+      run.ReportSilenced = true;
       return failure;
     }
   }
@@ -327,5 +327,5 @@ MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
 MQLONG ConsumeQueues(Parameters& run) {
   if (const MQLONG failure = RegisterQueues(run); failure != 0) return failure;
   auto consumption = std::make_unique<Consumption>(run);
-  return run.WaitInterval == 0 ? ConsumeOnce(consumption) : ConsumeWithWait(consumption);
+  return run.Asked.Input.WaitInterval == 0 ? ConsumeOnce(consumption) : ConsumeWithWait(consumption);
 }

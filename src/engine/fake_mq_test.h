@@ -164,14 +164,15 @@ struct FakeRun {
       mq.FillTable(run.QMgrs[i].Api);
       run.QMgrs[i].Hconn = i + 1;
       run.QMgrs[i].QMgrName.Assign(i == 0 ? "QM1" : "QM2");
+      run.QMgrs[i].CommandLevel = 900;
     }
-    run.Flags |= FLAG_GET;
+    run.Asked.Input.Remove = true;
     run.OutputHobj = kTarget;
-    run.OutputQueueName.Assign("TARGET");
+    run.TargetQueueName.Assign("TARGET");
+    run.Asked.Output.Queues = {{"", "TARGET"}};
     queue.Hobj = kSource;
     queue.QueueName.Assign("SOURCE");
   }
-  void Set(std::uint32_t flags) { run.Flags |= flags; }
   // Makes this the message in hand.
   void Hold(const std::string& data, const char* format = MQFMT_NONE) {
     ASSERT_EQ(GrowMessageBuffer(run, data.size() + 1), 0);

@@ -20,16 +20,16 @@ bool TookNothing(MQLONG reason) {
   return reason == MQRC_NO_MSG_AVAILABLE || reason == MQRC_NO_MSG_UNDER_CURSOR || reason == MQRC_TRUNCATED_MSG_FAILED;
 }
 
-bool UnitPending(const Parameters& run) { return run.Uow.UowCount != 0 && run.TransactionLimit != -1; }
+bool UnitPending(const Parameters& run) { return run.Uow.UowCount != 0 && run.Asked.Units.MessageLimit != -1; }
 bool FilePending(const Parameters& run) { return run.Writer.Out.is_open() && run.Writer.MsgsSinceFlush != 0; }
 
 // Lets the next get wait for what is left of the wait interval, or of the output file's age when that is less; a file
 // that has reached its age is closed. Nothing waits while something is uncommitted or not flushed.
 MQLONG AddWait(Parameters& run, MQGMO& options) {
-  if (run.WaitInterval == 0 || UnitPending(run) || FilePending(run)) return 0;
+  if (run.Asked.Input.WaitInterval == 0 || UnitPending(run) || FilePending(run)) return 0;
   std::int64_t wait = WaitLeft(run);
   if (wait <= 0) return 0;
-  if (run.LimitAge != 0 && run.Writer.Out.is_open() && run.Writer.MsgsInFile > 0) {
+  if (run.Asked.Limits.Age != 0 && run.Writer.Out.is_open() && run.Writer.MsgsInFile > 0) {
     const std::int64_t left = FileAgeLeft(run);
     if (left > 0) {
       wait = std::min(wait, left);
@@ -57,7 +57,7 @@ MQLONG FinishPendingWork(Parameters& run) {
 // The queue has no (further) message. Decides whether the get is repeated: with what is left of the wait, or, for a
 // required rate with a duration, from the queue's first message on.
 MQLONG NoMessage(Parameters& run, MQLONG& getOptions) {
-  const bool replay = run.Rate != 0 && run.RateDuration != 0;
+  const bool replay = run.Asked.Pace.Rate != 0 && run.Asked.Pace.RateDuration != 0;
   if (replay && run.MsgsRead == 0) {
     run.MessageText.Format("'Required rate' processing not possible since the source queue is empty.\n");
     run.Finished = true;
@@ -82,40 +82,40 @@ MQLONG NoMessage(Parameters& run, MQLONG& getOptions) {
 }  // namespace
 
 std::int64_t WaitLeft(const Parameters& run) {
-  if (run.WaitInterval == -1) return kEndlessWaitSlice;
-  return run.Wait.Since + std::int64_t{run.WaitInterval} * 1000 - SteadyMillis();
+  if (run.Asked.Input.WaitInterval == -1) return kEndlessWaitSlice;
+  return run.Wait.Since + std::int64_t{run.Asked.Input.WaitInterval} * 1000 - SteadyMillis();
 }
 
 std::int64_t FileAgeLeft(const Parameters& run) {
-  return (run.Naming.OpenTime + run.LimitAge - std::time(nullptr)) * 1000;
+  return (run.Naming.OpenTime + run.Asked.Limits.Age - std::time(nullptr)) * 1000;
 }
 
 MQLONG GetOptions(const Parameters& run, bool underCursor) {
-  const MQLONG syncpoint = run.TransactionLimit != 0 ? MQGMO_SYNCPOINT : MQGMO_NO_SYNCPOINT;
+  const MQLONG syncpoint = run.Asked.Units.MessageLimit != 0 ? MQGMO_SYNCPOINT : MQGMO_NO_SYNCPOINT;
   MQLONG options = syncpoint;
   if (underCursor) {
     options |= MQGMO_MSG_UNDER_CURSOR;
-  } else if (run.Has(FLAG_SELECTING) || !run.Has(FLAG_GET)) {
+  } else if (run.BrowseFirst || !run.Asked.Input.Remove) {
     options = MQGMO_BROWSE_NEXT | MQGMO_NO_SYNCPOINT;
   }
-  if (!run.Has2(FLAG2_NO_FORCE_RFH2)) options |= MQGMO_PROPERTIES_FORCE_MQRFH2;
+  const bool properties = run.QMgrs[run.Asked.Input.QMgr].KnowsProperties();
+  if (!run.Asked.Input.NoForcedRfh2 && properties) options |= MQGMO_PROPERTIES_FORCE_MQRFH2;
   return options;
 }
 
 void AddMatchAndConversion(const Parameters& run, MQMD& descriptor, MQGMO& options) {
-  if (run.Has(FLAG_CONVERT)) {
+  if (run.Asked.Input.Convert) {
     options.Options |= MQGMO_CONVERT;
-    descriptor.CodedCharSetId = run.ConvertCcsid;
-    descriptor.Encoding = run.ConvertEncoding;
+    descriptor.CodedCharSetId = run.Asked.Input.ConvertCcsid;
+    descriptor.Encoding = run.Asked.Input.ConvertEncoding;
   }
   // An inverted selection wants the messages that do not match.
-  if (run.Has2(FLAG2_INVERT)) return;
-  if (run.Has(FLAG_BY_MSGID)) std::copy(std::begin(run.SelMsgId), std::end(run.SelMsgId), descriptor.MsgId);
-  if (run.Has(FLAG_BY_CORRELID)) {
-    std::copy(std::begin(run.SelCorrelId), std::end(run.SelCorrelId), descriptor.CorrelId);
-  }
-  if (run.Has(FLAG_BY_GROUPID)) {
-    std::copy(std::begin(run.SelGroupId), std::end(run.SelGroupId), descriptor.GroupId);
+  const SelectionOptions& selection = run.Asked.Selection;
+  if (selection.Invert) return;
+  if (selection.MsgId) std::copy(selection.MsgId->begin(), selection.MsgId->end(), descriptor.MsgId);
+  if (selection.CorrelId) std::copy(selection.CorrelId->begin(), selection.CorrelId->end(), descriptor.CorrelId);
+  if (selection.GroupId) {
+    std::copy(selection.GroupId->begin(), selection.GroupId->end(), descriptor.GroupId);
     options.Version = std::max(options.Version, MQGMO_VERSION_2);
     options.MatchOptions |= MQMO_MATCH_GROUP_ID;
   }
@@ -124,7 +124,7 @@ void AddMatchAndConversion(const Parameters& run, MQMD& descriptor, MQGMO& optio
 MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
   QMgrConn& conn = InputConn(run);
   CurrentMessage& message = run.Message;
-  const bool descriptorOnly = run.Has2(FLAG2_DESCRIPTOR_ONLY);
+  const bool descriptorOnly = run.DescriptorOnly;
   MQLONG getOptions = GetOptions(run, underCursor) | (descriptorOnly ? MQGMO_ACCEPT_TRUNCATED_MSG : 0);
   for (;;) {
     // Identifiers and code pages of the last message must not select or convert the next one.
@@ -145,7 +145,7 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
     if ((options.Options & MQGMO_SYNCPOINT) != 0) conn.UnitOpen = true;
     conn.Api.MQGET(conn.Hconn, queue.Hobj, &message.Descriptor, &options, room, message.Buffer.data(), &length,
                    &compCode, &reason);
-    if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, "MQGET", conn.QMgrName, queue.QueueName, reason);
+    if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, "MQGET", conn.QMgrName, queue.QueueName, reason);
     if (TookNothing(reason)) conn.UnitOpen = unitWasOpen;
 
     if (reason == MQRC_TRUNCATED_MSG_FAILED && length > room) {

@@ -13,26 +13,31 @@ namespace {
 
 TEST(GetOptions, FollowTheModeOfTheRun) {
   struct Case {
-    std::uint32_t Flags;
+    bool Remove, BrowseFirst;
     int TransactionLimit;
     bool UnderCursor;
     MQLONG Options;
   };
   const Case cases[] = {
-      {0, 200, false, MQGMO_BROWSE_NEXT | MQGMO_NO_SYNCPOINT},
-      {FLAG_GET | FLAG_SELECTING, 200, false, MQGMO_BROWSE_NEXT | MQGMO_NO_SYNCPOINT},
-      {FLAG_GET | FLAG_SELECTING, 200, true, MQGMO_MSG_UNDER_CURSOR | MQGMO_SYNCPOINT},
-      {FLAG_GET | FLAG_SELECTING, 0, true, MQGMO_MSG_UNDER_CURSOR | MQGMO_NO_SYNCPOINT},
-      {FLAG_GET, 200, false, MQGMO_SYNCPOINT},
-      {FLAG_GET, -1, false, MQGMO_SYNCPOINT},
-      {FLAG_GET, 0, false, MQGMO_NO_SYNCPOINT},
+      {false, false, 200, false, MQGMO_BROWSE_NEXT | MQGMO_NO_SYNCPOINT},
+      {true, true, 200, false, MQGMO_BROWSE_NEXT | MQGMO_NO_SYNCPOINT},
+      {true, true, 200, true, MQGMO_MSG_UNDER_CURSOR | MQGMO_SYNCPOINT},
+      {true, true, 0, true, MQGMO_MSG_UNDER_CURSOR | MQGMO_NO_SYNCPOINT},
+      {true, false, 200, false, MQGMO_SYNCPOINT},
+      {true, false, -1, false, MQGMO_SYNCPOINT},
+      {true, false, 0, false, MQGMO_NO_SYNCPOINT},
   };
   for (const Case& c : cases) {
     const auto run = std::make_unique<Parameters>();
-    run->Flags = c.Flags;
-    run->TransactionLimit = c.TransactionLimit;
+    run->QMgrs[0].CommandLevel = 700;
+    run->Asked.Input.Remove = c.Remove;
+    run->BrowseFirst = c.BrowseFirst;
+    run->Asked.Units.MessageLimit = c.TransactionLimit;
     EXPECT_EQ(GetOptions(*run, c.UnderCursor), c.Options | MQGMO_PROPERTIES_FORCE_MQRFH2);
-    run->Flags2 = FLAG2_NO_FORCE_RFH2;
+    run->QMgrs[0].CommandLevel = 699;
+    EXPECT_EQ(GetOptions(*run, c.UnderCursor), c.Options);
+    run->QMgrs[0].CommandLevel = 700;
+    run->Asked.Input.NoForcedRfh2 = true;
     EXPECT_EQ(GetOptions(*run, c.UnderCursor), c.Options);
   }
 }
@@ -55,11 +60,11 @@ TEST_F(GetTest, WaitsOnlyWhenNothingIsPending) {
       {30, 0, 5, 200, 0}, {30, 0, 5, -1, kMost},  {-1, 99000, 0, 200, kMost}, {2000000000, 0, 0, 200, kMost}};
   for (const Case& c : cases) {
     mq.Add(kSource, "x");
-    run.WaitInterval = c.WaitInterval;
+    run.Asked.Input.WaitInterval = c.WaitInterval;
     const std::int64_t start = SteadyMillis();
     run.Wait.Since = start - c.LastMessageAgo;
     run.Uow.UowCount = c.UowCount;
-    run.TransactionLimit = c.TransactionLimit;
+    run.Asked.Units.MessageLimit = c.TransactionLimit;
     ASSERT_EQ(Get(), 0);
     const MQGMO& options = mq.GetOptions.back();
     EXPECT_EQ((options.Options & MQGMO_WAIT) != 0, c.Wait != 0);
@@ -70,11 +75,11 @@ TEST_F(GetTest, WaitsOnlyWhenNothingIsPending) {
 
 TEST_F(GetTest, ResetsTheDescriptorAndAsksForIdentifiersAndConversion) {
   run.Message.Descriptor.Priority = 7;
-  run.Flags |= FLAG_BY_MSGID | FLAG_BY_GROUPID | FLAG_CONVERT;
-  run.SelMsgId[0] = 1;
-  run.SelGroupId[23] = 2;
-  run.ConvertCcsid = 1208;
-  run.ConvertEncoding = 273;
+  run.Asked.Input.Convert = true;
+  run.Asked.Selection.MsgId.emplace()[0] = 1;
+  run.Asked.Selection.GroupId.emplace()[23] = 2;
+  run.Asked.Input.ConvertCcsid = 1208;
+  run.Asked.Input.ConvertEncoding = 273;
   mq.Add(kSource, "x");
   ASSERT_EQ(Get(), 0);
   const MQMD& asked = mq.GetDescriptors[0];
@@ -91,7 +96,7 @@ TEST_F(GetTest, ResetsTheDescriptorAndAsksForIdentifiersAndConversion) {
 
 TEST_F(GetTest, CommitsWhatIsPendingBeforeItWaits) {
   run.Uow = {true, 150};
-  run.WaitInterval = 1;
+  run.Asked.Input.WaitInterval = 1;
   run.Wait.Since = SteadyMillis();
   ASSERT_EQ(Get(), 0);
   EXPECT_TRUE(run.Finished);
@@ -108,13 +113,13 @@ TEST_F(GetTest, AFileThatReachesItsAgeIsClosedByAWaitingGetOnly) {
   ASSERT_EQ(run.Writer.Out.Open(name.c_str(), "w"), 0);
   run.Writer.MsgsInFile = 1;
   run.Naming.OpenTime = std::time(nullptr) - 20;
-  run.WaitInterval = 30;
+  run.Asked.Input.WaitInterval = 30;
   run.Wait.Since = SteadyMillis();
-  Set(FLAG_SELECTING);
+  run.BrowseFirst = true;
   mq.Add(kSource, "one");
   mq.Add(kSource, "two");
   ASSERT_EQ(Get(), 0);
-  run.LimitAge = 10;
+  run.Asked.Limits.Age = 10;
   ASSERT_EQ(Get(true), 0);
   EXPECT_TRUE(run.Writer.Out.is_open());
   run.Writer.MsgsSinceFlush = 1;  // it waits for nothing while something is not flushed
@@ -127,7 +132,7 @@ TEST_F(GetTest, AFileThatReachesItsAgeIsClosedByAWaitingGetOnly) {
 }
 
 TEST_F(GetTest, ABrowsedMessageThatHasGoneIsNoFailureOfTheRun) {
-  Set(FLAG_SELECTING);
+  run.BrowseFirst = true;
   EXPECT_EQ(Get(true), MQRC_NO_MSG_UNDER_CURSOR);
   EXPECT_TRUE(run.MessageText.empty());
   EXPECT_FALSE(run.Finished);

@@ -64,7 +64,7 @@ void DelayAsPut(Parameters& run) {
     std::memcpy(replay.ReplayPutTime, descriptor.PutTime, sizeof replay.ReplayPutTime);
     return;
   }
-  const double after = std::clamp(static_cast<double>(distance) * run.Delay / 100, 0.0, kLongestReplay);
+  const double after = std::clamp(static_cast<double>(distance) * run.Asked.Pace.Delay / 100, 0.0, kLongestReplay);
   const std::int64_t wait = *replay.ReplayStart + static_cast<std::int64_t>(after) - run.Pace.Clock->Ticks();
   if (wait <= 0) return;
   if (wait > kAnnouncedWait) AnnounceSleep(wait);
@@ -72,17 +72,17 @@ void DelayAsPut(Parameters& run) {
 }
 
 void Delay(Parameters& run) {
-  if (run.Has(FLAG_DELAY_RELATIVE)) {
+  if (run.Asked.Pace.DelayRelative) {
     DelayAsPut(run);
-  } else if (run.Delay > 0) {
-    run.Pace.Clock->Sleep(run.Delay);
-  } else if (run.Delay < 0) {
+  } else if (run.Asked.Pace.Delay > 0) {
+    run.Pace.Clock->Sleep(run.Asked.Pace.Delay);
+  } else if (run.Asked.Pace.Delay < 0) {
     const auto seed =
         run.Replay.RandomState != 0 ? run.Replay.RandomState : static_cast<std::uint32_t>(run.Pace.Clock->Ticks());
     std::minstd_rand random(seed);
     run.Replay.RandomState = static_cast<std::uint32_t>(random());
-    run.Pace.Clock->Sleep(-static_cast<std::int64_t>(run.Delay) * (run.Replay.RandomState % (kRandomRange + 1)) /
-                          kRandomRange);
+    run.Pace.Clock->Sleep(-static_cast<std::int64_t>(run.Asked.Pace.Delay) *
+                          (run.Replay.RandomState % (kRandomRange + 1)) / kRandomRange);
   }
 }
 
@@ -134,7 +134,7 @@ void StripHeaders(CurrentMessage& message) {
 
 // Only a message that this run takes off its queue is requeued; one that is browsed stays where it is.
 bool BelongsOnBackoutQueue(const Parameters& run, const QueueElement* queue) {
-  return !run.Has2(FLAG2_NO_BACKOUT) && run.Has(FLAG_GET) && queue != nullptr && queue->BackoutThreshold > 0 &&
+  return !run.Asked.Input.NoBackoutQueue && run.Asked.Input.Remove && queue != nullptr && queue->BackoutThreshold > 0 &&
          run.Message.Descriptor.BackoutCount >= queue->BackoutThreshold;
 }
 
@@ -149,20 +149,20 @@ MQLONG CheckWhole(Parameters& run) {
 }  // namespace
 
 MQLONG HandleMessage(Parameters& run, QueueElement* queue) {
-  if (run.Delay != 0 || run.Has(FLAG_DELAY_RELATIVE)) Delay(run);
-  const bool summary = run.Has(FLAG_SUMMARY);
+  if (run.Asked.Pace.Delay != 0 || run.Asked.Pace.DelayRelative) Delay(run);
+  const bool summary = run.Asked.Display.Summary;
   // The backout queue gets the message as it was on its queue, headers included.
   if (!summary && BelongsOnBackoutQueue(run, queue)) {
     if (const MQLONG reason = CheckWhole(run); reason != 0) return reason;
     const CurrentMessage& message = run.Message;
     return RequeueToBackout(run, *queue, message.Descriptor, message.Data, message.Length);
   }
-  if (run.Has(FLAG_STRIP_HEADERS)) StripHeaders(run.Message);
+  if (run.Asked.Output.StripHeaders) StripHeaders(run.Message);
   if (summary) {
     CollectSummary(run);
     return 0;
   }
-  if (run.HasOutputQueue()) {
+  if (run.Asked.Output.HasQueues()) {
     if (const MQLONG reason = CheckWhole(run); reason != 0) return reason;
     return PutMessage(run, queue);
   }

@@ -18,7 +18,7 @@ struct HandleTest : testing::Test, FakeRun {
 };
 
 TEST_F(HandleTest, AMessageTooShortForItsHeaderHasNone) {
-  Set(FLAG_STRIP_HEADERS);
+  run.Asked.Output.StripHeaders = true;
   for (const auto& [format, size] : {std::pair{MQFMT_DEAD_LETTER_HEADER, 171}, {MQFMT_XMIT_Q_HEADER, 427}}) {
     const std::string data(static_cast<std::size_t>(size), 'x');
     Hold(data, format);
@@ -54,19 +54,19 @@ TEST_F(HandleTest, DelaysKeepTheSpacingOfThePutTimes) {
   constexpr const char* kPut[] = {"2026010110000000", "2026010110000090", "2026010110000180", "2025123110000000",
                                   "                ", "2025123110000040", "2026010110000040"};
   const struct {
-    std::uint32_t Flags;
+    bool Relative;
     MQLONG Delay;
     std::vector<std::int64_t> Sleeps;
     const char* Printed;
   } cases[] = {
-      {0, 150, {150, 150, 150, 150, 150, 150, 150}, ""},
-      {FLAG_DELAY_RELATIVE, 100, {900, 900, 400, 86400000}, " - sleeping for 1 day\n"},
-      {FLAG_DELAY_RELATIVE, 10, {90, 90, 40, 8640000}, " - sleeping for 2 hours 24 minutes\n"},
+      {false, 150, {150, 150, 150, 150, 150, 150, 150}, ""},
+      {true, 100, {900, 900, 400, 86400000}, " - sleeping for 1 day\n"},
+      {true, 10, {90, 90, 40, 8640000}, " - sleeping for 2 hours 24 minutes\n"},
   };
   run.Pace.Clock = &kFakeClock;
   for (const auto& c : cases) {
-    run.Flags = c.Flags;
-    run.Delay = c.Delay;
+    run.Asked.Pace.DelayRelative = c.Relative;
+    run.Asked.Pace.Delay = c.Delay;
     run.Replay = {};
     sleeps.clear();
     testing::internal::CaptureStdout();

@@ -13,17 +13,17 @@
 namespace {
 
 struct ContextOption {
-  std::uint32_t Flag;
+  PutContext Context;
   MQLONG Option;
 };
 constexpr ContextOption kContextOptions[] = {
-    {FLAG_CTX_SET_ALL, MQPMO_SET_ALL_CONTEXT},
-    {FLAG_CTX_SET_ALL_TIMES, MQPMO_SET_ALL_CONTEXT},
-    {FLAG_CTX_SET_IDENTITY, MQPMO_SET_IDENTITY_CONTEXT},
-    {FLAG_CTX_PASS_ALL, MQPMO_PASS_ALL_CONTEXT},
-    {FLAG_CTX_PASS_IDENTITY, MQPMO_PASS_IDENTITY_CONTEXT},
-    {FLAG_CTX_DEFAULT, MQPMO_DEFAULT_CONTEXT},
-    {FLAG_CTX_NONE, MQPMO_NO_CONTEXT},
+    {PutContext::SetAll, MQPMO_SET_ALL_CONTEXT},
+    {PutContext::SetAllTimes, MQPMO_SET_ALL_CONTEXT},
+    {PutContext::SetIdentity, MQPMO_SET_IDENTITY_CONTEXT},
+    {PutContext::PassAll, MQPMO_PASS_ALL_CONTEXT},
+    {PutContext::PassIdentity, MQPMO_PASS_IDENTITY_CONTEXT},
+    {PutContext::Default, MQPMO_DEFAULT_CONTEXT},
+    {PutContext::None, MQPMO_NO_CONTEXT},
 };
 
 // The outcome of one or several puts.
@@ -46,19 +46,19 @@ MQLONG AskAsyncPuts(Parameters& run, MQSTS& status) {
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   conn.Api.MQSTAT(conn.Hconn, MQSTAT_TYPE_ASYNC_ERROR, &status, &compCode, &reason);
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, "MQSTAT", conn.QMgrName, {}, reason);
+  if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, "MQSTAT", conn.QMgrName, {}, reason);
   if (compCode != MQCC_FAILED) return 0;
   return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
 }
 
 void TellNormalPuts(Parameters& run, const std::string& why) {
-  if ((run.Verbose & VERBOSE_DESTINATIONS) == 0) return;
+  if (!run.Asked.Display.ShowDestinations) return;
   run.Screen.Print("Messages are not put asynchronously: %s\n\n", why.c_str());
 }
 
 // Asynchronous puts need somebody who tells what became of them, and a place where their messages still are.
 bool DecideAsync(Parameters& run) {
-  if (run.Has(FLAG_GET) && run.TransactionLimit == 0) {
+  if (run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0) {
     TellNormalPuts(run, "without units of work a message whose put fails would be lost");
     return false;
   }
@@ -69,16 +69,16 @@ bool DecideAsync(Parameters& run) {
 }
 
 bool PutsAsynchronously(Parameters& run) {
-  if (!run.Has2(FLAG2_ASYNC_PUT)) return false;
+  if (!run.Asked.Output.AsyncPut) return false;
   if (!run.Async.Decided) run.Async = {.Decided = true, .InUse = DecideAsync(run)};
   return run.Async.InUse;
 }
 
 MQPMO PutOptions(Parameters& run, const QueueElement* queue) {
   MQPMO options;
-  options.Options = run.TransactionLimit != 0 ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT;
+  options.Options = run.Asked.Units.MessageLimit != 0 ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT;
   for (const ContextOption& context : kContextOptions) {
-    if (run.Has(context.Flag)) {
+    if (run.Asked.Output.Context == context.Context) {
       options.Options |= context.Option;
       break;
     }
@@ -116,16 +116,16 @@ void SetPutTime(MQMD& descriptor) {
   std::memcpy(descriptor.PutTime, text + 8, sizeof descriptor.PutTime);
 }
 
-void OverrideFields(MQMD& descriptor, std::uint32_t mask, const MQMD& values) {
-  if ((mask & OVERRIDE_CCSID) != 0) descriptor.CodedCharSetId = values.CodedCharSetId;
-  if ((mask & OVERRIDE_PRIORITY) != 0) descriptor.Priority = values.Priority;
-  if ((mask & OVERRIDE_MSG_TYPE) != 0) descriptor.MsgType = values.MsgType;
-  if ((mask & OVERRIDE_EXPIRY) != 0) descriptor.Expiry = values.Expiry;
-  if ((mask & OVERRIDE_REPLY_QUEUE) != 0) {
-    std::memcpy(descriptor.ReplyToQ, values.ReplyToQ, sizeof descriptor.ReplyToQ);
-    std::memcpy(descriptor.ReplyToQMgr, values.ReplyToQMgr, sizeof descriptor.ReplyToQMgr);
+void OverrideFields(MQMD& descriptor, const OverrideOptions& values) {
+  if (values.CodedCharSetId) descriptor.CodedCharSetId = *values.CodedCharSetId;
+  if (values.Priority) descriptor.Priority = *values.Priority;
+  if (values.MsgType) descriptor.MsgType = *values.MsgType;
+  if (values.Expiry) descriptor.Expiry = *values.Expiry;
+  if (values.ReplyTo) {
+    FillField(descriptor.ReplyToQ, sizeof descriptor.ReplyToQ, values.ReplyTo->Queue, '\0');
+    FillField(descriptor.ReplyToQMgr, sizeof descriptor.ReplyToQMgr, values.ReplyTo->QMgr, '\0');
   }
-  if ((mask & OVERRIDE_FORMAT) != 0) std::memcpy(descriptor.Format, values.Format, sizeof descriptor.Format);
+  if (values.Format) FillField(descriptor.Format, sizeof descriptor.Format, *values.Format);
 }
 
 // A queue manager refuses an old command header together with a version-2 descriptor. Version 1 loses nothing when the
@@ -144,16 +144,16 @@ bool LowerDescriptorVersion(CurrentMessage& message) {
 PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& options) {
   QMgrConn& conn = OutputConn(run);
   CurrentMessage& message = run.Message;
-  if ((run.PcfFlags & PCF_CFH3) != 0) RepairCfh(message);
-  if (run.Has(FLAG_CTX_SET_ALL_TIMES)) SetPutTime(message.Descriptor);
-  if (run.OverrideMask != 0) OverrideFields(message.Descriptor, run.OverrideMask, run.OverrideMd);
+  if (run.Asked.Output.RaiseCfhVersion) RepairCfh(message);
+  if (run.Asked.Output.Context == PutContext::SetAllTimes) SetPutTime(message.Descriptor);
+  OverrideFields(message.Descriptor, run.Asked.Output.Override);
   // A put that fails may still have reached some destinations of a list, or its outcome may be unknown.
   if ((options.Options & MQPMO_SYNCPOINT) != 0) conn.UnitOpen = true;
   for (;;) {
     PutOutcome outcome;
     conn.Api.MQPUT(conn.Hconn, destination.Hobj, &message.Descriptor, &options, message.Length, message.Data,
                    &outcome.CompCode, &outcome.Reason);
-    if ((run.Verbose & VERBOSE_APIS) != 0) {
+    if (run.Asked.Display.TraceCalls) {
       ReportMqCall(run.Screen, "MQPUT", conn.QMgrName, destination.Name(), outcome.Reason);
     }
     const bool async = (options.Options & MQPMO_ASYNC_RESPONSE) != 0;
@@ -182,7 +182,7 @@ Destination ListDestination(const QueueList& list, std::size_t index) {
 }
 
 PutOutcome PutToSingle(Parameters& run, MQPMO& options) {
-  const Destination destination{run.OutputHobj, run.OutputQMgrName.c_str(), run.OutputQueueName.c_str()};
+  const Destination destination{run.OutputHobj, run.TargetQMgrName.c_str(), run.TargetQueueName.c_str()};
   const PutOutcome outcome = PutToQueue(run, destination, options);
   if (outcome.CompCode == MQCC_FAILED) {
     SetPutFailure(run, destination.Name(), outcome.Reason);
@@ -195,7 +195,7 @@ PutOutcome PutToSingle(Parameters& run, MQPMO& options) {
 // One put to a distribution list. A destination that failed makes the whole put a failure, with that destination's
 // reason, also where the queue manager only warns.
 PutOutcome PutToList(Parameters& run, MQPMO& options) {
-  QueueList& list = *run.OutputList;
+  QueueList& list = *run.TargetList;
   std::fill(list.Responses.begin(), list.Responses.end(), MQRR{});
   options.Version = std::max(options.Version, MQPMO_VERSION_2);
   options.RecsPresent = static_cast<MQLONG>(list.Responses.size());
@@ -222,7 +222,7 @@ PutOutcome PutToList(Parameters& run, MQPMO& options) {
 
 // One put per destination, each tried whatever became of the others. The first failure is the one that is told.
 PutOutcome PutToEach(Parameters& run, MQPMO& options) {
-  const QueueList& list = *run.OutputList;
+  const QueueList& list = *run.TargetList;
   run.MessageText.clear();
   PutOutcome first;
   for (std::size_t i = 0; i < list.Entries.size(); ++i) {
@@ -250,9 +250,9 @@ MQLONG CfhVersion(const MQMD& descriptor, const MQBYTE* data, MQLONG length) {
 
 MQLONG PutMessage(Parameters& run, const QueueElement* queue) {
   MQPMO options = PutOptions(run, queue);
-  const PutOutcome outcome = run.OutputList == nullptr           ? PutToSingle(run, options)
-                             : run.Has2(FLAG2_INDIVIDUAL_QUEUES) ? PutToEach(run, options)
-                                                                 : PutToList(run, options);
+  const PutOutcome outcome = run.TargetList == nullptr       ? PutToSingle(run, options)
+                             : run.Asked.Output.Individually ? PutToEach(run, options)
+                                                             : PutToList(run, options);
   const MQLONG failure = outcome.CompCode == MQCC_FAILED ? outcome.Reason : 0;
   // The unit of work is backed out: no destination keeps the message.
   if (failure != 0 && run.Uow.SyncpointActive) return failure;

@@ -39,7 +39,7 @@ TEST_F(PutTest, ACfhErrorIsRepeatedWithAVersion1DescriptorWhenThatLosesNothing) 
 }
 
 TEST_F(PutTest, OldCommandHeadersBecomeVersion3InTheirOwnByteOrder) {
-  run.PcfFlags = PCF_CFH3;
+  run.Asked.Output.RaiseCfhVersion = true;
   struct Case {
     const char* Format;
     MQLONG Encoding;
@@ -62,12 +62,10 @@ TEST_F(PutTest, OldCommandHeadersBecomeVersion3InTheirOwnByteOrder) {
 }
 
 TEST_F(PutTest, OverridesAndPutTimesGoIntoTheDescriptor) {
-  run.Flags = FLAG_CTX_SET_ALL_TIMES;
-  run.OverrideMask = OVERRIDE_FORMAT | OVERRIDE_PRIORITY | OVERRIDE_REPLY_QUEUE;
-  run.OverrideMd.Priority = 9;
-  run.OverrideMd.CodedCharSetId = 37;
-  FillField(run.OverrideMd.Format, 8, "MQSTR");
-  FillField(run.OverrideMd.ReplyToQMgr, 48, "QMR");
+  run.Asked.Output.Context = PutContext::SetAllTimes;
+  run.Asked.Output.Override.Priority = 9;
+  run.Asked.Output.Override.Format = "MQSTR";
+  run.Asked.Output.Override.ReplyTo = {"QMR", ""};
   ASSERT_EQ(Put(), 0);
   const MQMD& put = mq.PutDescriptors.back();
   EXPECT_EQ(put.Priority, 9);

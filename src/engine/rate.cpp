@@ -18,7 +18,7 @@ constexpr int kCautiousGuess = 500;  // from here on adjustments may be limited
 constexpr double kSmallestStep = 0.95;
 constexpr double kBiggestStep = 1.05;
 
-bool VerboseRate(const Parameters& run) { return (run.Verbose & VERBOSE_RATE) != 0; }
+bool VerboseRate(const Parameters& run) { return run.Asked.Display.RateDetails; }
 
 // 0 when the queue manager does not tell.
 int TargetDepth(Parameters& run) {
@@ -47,14 +47,14 @@ bool EndTimePassed(const RateState& pace) {
 
 MQLONG PaceFixed(Parameters& run, bool& ended) {
   RateState& pace = run.Pace;
-  if (pace.RatePeriodCount < run.Rate) return 0;
+  if (pace.RatePeriodCount < run.Asked.Pace.Rate) return 0;
   const std::int64_t elapsed = ElapsedMillis(pace);
   const std::int64_t remain = kPeriod - elapsed;
   if (remain < 0) {
-    PrintOutput("Can not achieve %d msgs/second, took %.1f seconds\n", run.Rate,
+    PrintOutput("Can not achieve %d msgs/second, took %.1f seconds\n", run.Asked.Pace.Rate,
                 static_cast<double>(elapsed) / kPeriod);
   } else {
-    PrintOutput("%d msgs sent in %d milliseconds\n", run.Rate, static_cast<int>(elapsed));
+    PrintOutput("%d msgs sent in %d milliseconds\n", run.Asked.Pace.Rate, static_cast<int>(elapsed));
   }
   std::fflush(stdout);
   if (remain > 0) pace.Clock->Sleep(remain);
@@ -176,20 +176,20 @@ void StartRate(Parameters& run) {
   StartPeriod(pace);
   pace.RateGuess = kFirstGuess;
   pace.RateClamp = false;
-  if (run.Rate == -1) pace.RateDepth = TargetDepth(run);
-  pace.RateEndTime = run.RateDuration > 0 ? pace.Clock->Seconds() + run.RateDuration : 0;
+  if (run.Asked.Pace.Rate == -1) pace.RateDepth = TargetDepth(run);
+  pace.RateEndTime = run.Asked.Pace.RateDuration > 0 ? pace.Clock->Seconds() + run.Asked.Pace.RateDuration : 0;
 }
 
 MQLONG PaceMessage(Parameters& run, bool& ended) {
   ++run.Pace.RatePeriodCount;
-  return run.Rate == -1 ? PaceAdaptive(run, ended) : PaceFixed(run, ended);
+  return run.Asked.Pace.Rate == -1 ? PaceAdaptive(run, ended) : PaceFixed(run, ended);
 }
 
 void CheckStatus(Parameters& run) {
   const StatusState& status = run.Status;
   const std::int64_t now = run.Pace.Clock->Seconds();
-  if (status.StatusMsgs >= static_cast<std::uint32_t>(run.StatusEveryMsgs) ||
-      now - status.LastStatusTime > run.StatusEverySecs) {
+  if (status.StatusMsgs >= static_cast<std::uint32_t>(run.Asked.Display.StatusEveryMsgs) ||
+      now - status.LastStatusTime > run.Asked.Display.StatusEverySecs) {
     PrintStatus(run, now);
   }
 }

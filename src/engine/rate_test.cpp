@@ -61,15 +61,15 @@ struct RateTest : testing::Test, FakeRun {
 };
 
 TEST_F(RateTest, AFailedCommitEndsTheRun) {
-  run.Rate = 1;
+  run.Asked.Pace.Rate = 1;
   StartRate(run);
   mq.Script["MQCMIT"] = {{MQCC_FAILED, MQRC_BACKED_OUT}};
   EXPECT_EQ(PaceMessage(run, ended), MQRC_BACKED_OUT);
 }
 
 TEST_F(RateTest, AnAdaptiveRateFollowsTheConsumer) {
-  run.Rate = -1;
-  run.Verbose = VERBOSE_RATE;
+  run.Asked.Pace.Rate = -1;
+  run.Asked.Display.RateDetails = true;
   StartRate(run);
   depth = 200;  // of 1000 put in half a second, 800 were taken
   ticks += 500;
@@ -87,7 +87,7 @@ TEST_F(RateTest, AnAdaptiveRateFollowsTheConsumer) {
 }
 
 TEST_F(RateTest, ADeepTargetIsDrained) {
-  run.Rate = -1;
+  run.Asked.Pace.Rate = -1;
   depth = 6000;
   StartRate(run);
   depth = 5900;
@@ -98,7 +98,7 @@ TEST_F(RateTest, ADeepTargetIsDrained) {
 }
 
 TEST_F(RateTest, NothingDividesByZeroWhenNobodyConsumes) {
-  run.Rate = -1;
+  run.Asked.Pace.Rate = -1;
   depth = 6000;
   StartRate(run);
   for (int period = 0; period < 5; ++period) {
@@ -117,7 +117,7 @@ TEST_F(RateTest, NothingDividesByZeroWhenNobodyConsumes) {
 }
 
 TEST_F(RateTest, AnInstantConsumerNeverOverflowsTheQuota) {
-  run.Rate = -1;
+  run.Asked.Pace.Rate = -1;
   StartRate(run);
   run.Pace.RateGuess = 2000000000;
   run.Pace.RatePeriodCount = 1999999999;

@@ -25,28 +25,32 @@ bool InRange(const Parameters& run) {
 
 bool HasIdentifiers(const Parameters& run) {
   const MQMD& descriptor = run.Message.Descriptor;
-  const auto same = [](const MQBYTE24& a, const MQBYTE24& b) { return std::memcmp(a, b, sizeof a) == 0; };
-  return (!run.Has(FLAG_BY_MSGID) || same(descriptor.MsgId, run.SelMsgId)) &&
-         (!run.Has(FLAG_BY_CORRELID) || same(descriptor.CorrelId, run.SelCorrelId)) &&
-         (!run.Has(FLAG_BY_GROUPID) || same(descriptor.GroupId, run.SelGroupId));
+  const auto same = [](const MQBYTE24& a, const std::optional<Identifier>& b) {
+    return !b || std::memcmp(a, b->data(), sizeof a) == 0;
+  };
+  const SelectionOptions& selection = run.Asked.Selection;
+  return same(descriptor.MsgId, selection.MsgId) && same(descriptor.CorrelId, selection.CorrelId) &&
+         same(descriptor.GroupId, selection.GroupId);
 }
 
 bool HasSizeAndPriority(const Parameters& run) {
   const MQLONG length = run.Message.Length;
   const MQLONG priority = run.Message.Descriptor.Priority;
-  return (run.SizeBelow == -1 || length < run.SizeBelow) && (run.SizeAtLeast == -1 || length >= run.SizeAtLeast) &&
-         (run.PriorityAtLeast == -1 || priority >= run.PriorityAtLeast) &&
-         (run.PriorityAtMost == -1 || priority <= run.PriorityAtMost);
+  return (run.Asked.Selection.SizeBelow == -1 || length < run.Asked.Selection.SizeBelow) &&
+         (run.Asked.Selection.SizeAtLeast == -1 || length >= run.Asked.Selection.SizeAtLeast) &&
+         (run.Asked.Selection.PriorityAtLeast == -1 || priority >= run.Asked.Selection.PriorityAtLeast) &&
+         (run.Asked.Selection.PriorityAtMost == -1 || priority <= run.Asked.Selection.PriorityAtMost);
 }
 
 bool HasDeadLetterReason(const Parameters& run) {
   MQDLH header;
-  return ReadHeader(run.Message, MQFMT_DEAD_LETTER_HEADER, header) && header.Reason == run.DlqReason;
+  return ReadHeader(run.Message, MQFMT_DEAD_LETTER_HEADER, header) && header.Reason == *run.Asked.Selection.DlqReason;
 }
 
 bool MatchTarget(const Parameters& run, const MQCHAR48& qmgr, const MQCHAR48& queue) {
-  return WildcardMatch(NameInField(queue, sizeof queue), run.TargetQueueMask) &&
-         (run.TargetQMgrMask.empty() || WildcardMatch(NameInField(qmgr, sizeof qmgr), run.TargetQMgrMask));
+  const QueueName& masks = *run.Asked.Selection.Target;
+  return WildcardMatch(NameInField(queue, sizeof queue), masks.Queue) &&
+         (masks.QMgr.empty() || WildcardMatch(NameInField(qmgr, sizeof qmgr), masks.QMgr));
 }
 
 bool HasTarget(const Parameters& run) {
@@ -61,36 +65,32 @@ bool HasTarget(const Parameters& run) {
   return false;
 }
 
-using SearchFamily = SearchString[kSearchStrings];
-
-// Whether each string in use is found (`expected`), or each is not.
-bool EachIs(bool expected, const SearchFamily& family, std::string_view data) {
-  for (const SearchString& entry : family) {
-    if (entry.Length == 0) break;
-    const std::string_view wanted(entry.Text, static_cast<std::size_t>(entry.Length));
-    if ((FindBytes(data, wanted) != std::string_view::npos) != expected) return false;
-  }
-  return true;
+// Whether each string is found (`expected`), or each is not.
+bool EachIs(bool expected, const std::vector<std::string>& strings, std::string_view data) {
+  return std::all_of(strings.begin(), strings.end(), [&](const std::string& wanted) {
+    return (FindBytes(data, wanted) != std::string_view::npos) == expected;
+  });
 }
 
 bool HasContent(const Parameters& run) {
   const CurrentMessage& message = run.Message;
   const auto length = static_cast<std::size_t>(std::max(message.Delivered, 0));
   const std::string_view data(reinterpret_cast<const char*>(message.Data), length);
-  return EachIs(true, run.AsciiSearch, data) && EachIs(false, run.AsciiNotSearch, data) &&
-         EachIs(true, run.EbcdicSearch, data) && EachIs(false, run.EbcdicNotSearch, data) &&
-         EachIs(true, run.HexSearch, data) && EachIs(false, run.HexNotSearch, data);
+  return EachIs(true, run.Asked.Selection.Ascii, data) && EachIs(false, run.Asked.Selection.AsciiNot, data) &&
+         EachIs(true, run.Asked.Selection.Ebcdic, data) && EachIs(false, run.Asked.Selection.EbcdicNot, data) &&
+         EachIs(true, run.Asked.Selection.Hex, data) && EachIs(false, run.Asked.Selection.HexNot, data);
 }
 
 bool HasPutTime(Parameters& run) {
-  if (run.PutBefore == 0 && run.PutAfter == 0) return true;
+  if (run.Asked.Selection.PutBefore == 0 && run.Asked.Selection.PutAfter == 0) return true;
   const MQMD& descriptor = run.Message.Descriptor;
   const std::int64_t time = PutTimeUtc(descriptor.PutDate, descriptor.PutTime);
-  if ((run.Debug & DEBUG_TIME) != 0) {
+  if (run.Asked.Display.TraceTimes) {
     run.Screen.Print("Mesage Timestamp Date %.8s Time %.6s UTC Time %d\n", descriptor.PutDate, descriptor.PutTime,
                      static_cast<int>(time));
   }
-  return time > 0 && (run.PutBefore == 0 || time < run.PutBefore) && (run.PutAfter == 0 || time >= run.PutAfter);
+  return time > 0 && (run.Asked.Selection.PutBefore == 0 || time < run.Asked.Selection.PutBefore) &&
+         (run.Asked.Selection.PutAfter == 0 || time >= run.Asked.Selection.PutAfter);
 }
 
 char UpperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
@@ -134,11 +134,13 @@ bool Match(std::string_view text, std::string_view mask) {
 
 bool SelectMessage(Parameters& run) {
   return InRange(run) && HasIdentifiers(run) && HasSizeAndPriority(run) &&
-         (!run.Has2(FLAG2_BY_DLQ_REASON) || HasDeadLetterReason(run)) &&
-         (!run.Has2(FLAG2_BY_TARGET) || HasTarget(run)) && HasContent(run) && HasPutTime(run);
+         (!run.Asked.Selection.DlqReason.has_value() || HasDeadLetterReason(run)) &&
+         (!run.Asked.Selection.Target.has_value() || HasTarget(run)) && HasContent(run) && HasPutTime(run);
 }
 
 void NormaliseRange(Parameters& run) {
+  run.RangeStart = run.Asked.Selection.RangeStart;
+  run.RangeEnd = run.Asked.Selection.RangeEnd;
   if (run.RangeEnd == 0) return;
   if (run.RangeStart == 0) {
     run.RangeStart = 1;

@@ -9,13 +9,6 @@
 
 struct Parameters;
 
-struct SearchString {
-  int Length = 0;  // bytes; 0: not in use
-  char Text[100]{};
-};
-
-inline constexpr int kSearchStrings = 3;
-
 // Whether the message in hand meets every criterion (the inversion is the caller's). Looks only at delivered bytes.
 bool SelectMessage(Parameters& run);
 

@@ -106,8 +106,9 @@ TEST(PutTime, AgreesWithTheCalendarOfTheLibrary) {
     std::strftime(text, sizeof text, "%Y%m%d%H%M%S00", calendar);
     return std::string(text);
   };
-  // Every third day for 136 years, each time half an hour later in the day.
-  for (std::time_t time = 0; time < 50000 * std::int64_t{86400}; time += 3 * 86400 + 1800) {
+  // Every third day for 136 years, each time half an hour later in the day. The library of Windows has no local time
+  // before 1970.
+  for (std::time_t time = 86400; time < 50000 * std::int64_t{86400}; time += 3 * 86400 + 1800) {
     const std::string utc = put(std::gmtime(&time));
     ASSERT_EQ(PutTimeUtc(utc.c_str(), utc.c_str() + 8), time) << utc;
     // In the hour that comes twice either instant is right: both show the same time.
@@ -135,8 +136,8 @@ TEST(NormaliseRange, OrdersBoundsAndOpensTheStart) {
   };
   for (const Case& c : {Case{0, 0, 0, 0}, {0, 3, 1, 3}, {9, 5, 5, 9}, {5, 0, 5, 0}, {5, 5, 5, 5}}) {
     auto run = std::make_unique<Parameters>();
-    run->RangeStart = c.Start;
-    run->RangeEnd = c.End;
+    run->Asked.Selection.RangeStart = c.Start;
+    run->Asked.Selection.RangeEnd = c.End;
     NormaliseRange(*run);
     EXPECT_EQ(run->RangeStart, c.NewStart);
     EXPECT_EQ(run->RangeEnd, c.NewEnd);
@@ -148,8 +149,7 @@ TEST(SelectMessage, LooksOnlyAtDeliveredBytes) {
   std::string data = "xxABC";
   run->Message.Data = reinterpret_cast<MQBYTE*>(data.data());
   run->Message.Length = run->Message.Delivered = 5;
-  std::memcpy(run->AsciiSearch[0].Text, "ABC", 3);
-  run->AsciiSearch[0].Length = 3;
+  run->Asked.Selection.Ascii = {"ABC"};
   EXPECT_TRUE(SelectMessage(*run));
   run->Message.Delivered = 4;
   EXPECT_FALSE(SelectMessage(*run));
@@ -158,9 +158,6 @@ TEST(SelectMessage, LooksOnlyAtDeliveredBytes) {
 // A header that the format announces, but the message is too short for.
 TEST(SelectMessage, ReadsNoHeaderBeyondTheMessage) {
   const auto run = std::make_unique<Parameters>();
-  run->TargetQueueMask.Assign("*");
-  run->TargetQMgrMask.Assign("*");
-  run->DlqReason = 2053;
   for (const char* format : {MQFMT_DEAD_LETTER_HEADER, MQFMT_XMIT_Q_HEADER}) {
     FillField(run->Message.Descriptor.Format, 8, format);
     for (std::size_t size = 0; size < sizeof(MQDLH); ++size) {
@@ -168,8 +165,10 @@ TEST(SelectMessage, ReadsNoHeaderBeyondTheMessage) {
       std::copy_n("DLH \1\0\0\0\5\10\0\0", std::min<std::size_t>(size, 12), data.begin());
       run->Message.Data = data.data();
       run->Message.Length = run->Message.Delivered = static_cast<MQLONG>(size);
-      for (const std::uint32_t criterion : {FLAG2_BY_TARGET, FLAG2_BY_DLQ_REASON}) {
-        run->Flags2 = criterion;
+      for (const bool byTarget : {false, true}) {
+        run->Asked.Selection = {};
+        if (byTarget) run->Asked.Selection.Target = {"*", "*"};
+        if (!byTarget) run->Asked.Selection.DlqReason = 2053;
         EXPECT_FALSE(SelectMessage(*run)) << format << size;
       }
     }

@@ -26,7 +26,7 @@ MQLONG ReadQueue(Parameters& run, QueueElement* queue) { return GetQueueMessage(
 
 MQLONG PreparePlain(Parameters& run, bool& empty) {
   if (const MQLONG reason = PreparePlainFile(run); reason != 0) return reason;
-  if (run.Has2(FLAG2_COUNT_FIRST) && !run.Has2(FLAG2_NO_PRELIM_COUNT) && !run.Has2(FLAG2_WHOLE_FILE)) {
+  if (run.Plain.Pass == CountingPass::Running) {
     empty = true;  // the counting pass transfers nothing
     return CountPlainFile(run);
   }
@@ -41,7 +41,7 @@ MQLONG PrepareMessageFile(Parameters& run, bool& empty) {
   bool end = false;
   if (const MQLONG reason = CheckInputFormat(run, end); reason != 0) return UnlessInterrupted(run, reason);
   // Later files of a set may hold messages all the same, and a file that was cut off is not empty.
-  empty = end && run.Reader.CutLine.empty() && !run.Has(FLAG_INPUT_INSERTS);
+  empty = end && run.Reader.CutLine.empty() && !run.Naming.InputSet;
   return 0;
 }
 
@@ -61,5 +61,5 @@ constexpr MessageSource kMessageFileSource{PrepareMessageFile, ReadMessageFile, 
 const MessageSource& ChooseSource(const Parameters& run, const QueueElement* queue) {
   if (run.Source != nullptr) return *run.Source;
   if (queue != nullptr) return kQueueSource;
-  return run.Has2(FLAG2_NON_TARVO) ? kPlainFileSource : kMessageFileSource;
+  return run.Asked.Plain.Given ? kPlainFileSource : kMessageFileSource;
 }

@@ -12,37 +12,28 @@
 
 namespace {
 
-constexpr int kDefaultDataWidth = 25;
-constexpr int kLeastDataWidth = 10;
-
-// Options that only show something in the output file.
-constexpr std::uint32_t kDisplayFlags =
-    FLAG_ASCII_LINES | FLAG_ASCII_COLUMNS | FLAG_WRITE_INDEX | FLAG_SHOW_TIME_ON_QUEUE | FLAG_SUMMARY;
-constexpr std::uint32_t kDisplayFlags2 =
-    FLAG2_PRINTABLE | FLAG2_TEXT_LINES | FLAG2_RAW | FLAG2_NO_MQMD | FLAG2_NO_FILE_HEADER;
-
-// Several input queues are read through the queue manager's callbacks. (A recovery log names a queue, but reads none.)
-bool ReadsSeveralQueues(const Parameters& run) {
-  return run.Source == nullptr && run.HasInputQueues() && run.InputList->Count() > 1 &&
-         !run.InputList->Elements.empty();
+// Whether there are options that only show something in the output file.
+bool ShowsInFile(const Options& asked) {
+  const LayoutOptions& layout = asked.Layout;
+  return layout.AsciiLines || layout.AsciiColumns || layout.Index || layout.TimeOnQueue || asked.Display.Summary ||
+         layout.Printable || layout.TextLines || layout.Raw || layout.NoDescriptor || layout.NoHeader;
 }
 
+// Several input queues are read through the queue manager's callbacks. (A recovery log names a queue, but reads none.)
+bool ReadsSeveralQueues(const Parameters& run) { return run.Source == nullptr && run.Inputs.Elements.size() > 1; }
+
 MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
-  if (run.DataWidth < 1) {
-    run.DataWidth = kDefaultDataWidth;
-  } else if (run.DataWidth < kLeastDataWidth) {
-    run.DataWidth = kLeastDataWidth;
-  }
-  if (queue == nullptr && run.Has(FLAG_CTX_PASS_ALL | FLAG_CTX_PASS_IDENTITY)) {
+  if (queue == nullptr && run.Asked.Output.PassesContext()) {
     run.MessageText.Format("An input queue must be supplied to pass context");
     return MQRC_CONTEXT_NOT_AVAILABLE;
   }
-  if (run.OutputFileName.empty() && (run.Has(kDisplayFlags) || run.Has2(kDisplayFlags2))) {
+  if (run.Asked.Output.FileName.empty() && ShowsInFile(run.Asked)) {
     run.MessageText.Format("Display options require an output file");
     return MQRC_OPTIONS_ERROR;
   }
-  const bool writesFile = !run.OutputFileName.empty() && !run.NullOutput;
-  if (queue != nullptr && run.Has(FLAG_GET) && run.TransactionLimit == 0 && writesFile && MayLoseBytes(run)) {
+  const bool writesFile = !run.Asked.Output.FileName.empty() && !run.NullOutput;
+  if (queue != nullptr && run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0 && writesFile &&
+      MayLoseBytes(run)) {
     run.MessageText.Format("Without units of work (-t0) no message can be kept from a layout that loses some of it");
     return MQRC_OPTIONS_ERROR;
   }
@@ -50,16 +41,16 @@ MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
 }
 
 bool HasTarget(const Parameters& run) {
-  return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.OutputList != nullptr || !run.OutputFileName.empty();
+  return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.TargetList != nullptr || !run.Asked.Output.FileName.empty();
 }
 
 MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* queue, bool terminal) {
   while (!EndIfInterrupted(run)) {
     ++run.MessageIndex;
-    if ((run.Verbose & VERBOSE_STATUS) != 0) CheckStatus(run);
+    if (run.Asked.Display.Status) CheckStatus(run);
     if (const MQLONG reason = source.Read(run, queue); reason != 0 || run.Finished) return reason;
     if (const MQLONG reason = ProcessMessage(run, queue, terminal); reason != 0 || run.Finished) return reason;
-    if (run.Rate != 0) {
+    if (run.Asked.Pace.Rate != 0) {
       bool ended = false;
       if (const MQLONG reason = PaceMessage(run, ended); reason != 0 || ended) return reason;
     }
@@ -69,7 +60,8 @@ MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* 
 }
 
 MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
-  if (const MQLONG reason = GrowMessageBuffer(run, static_cast<std::size_t>(run.InitialBufferSize)); reason != 0) {
+  if (const MQLONG reason = GrowMessageBuffer(run, static_cast<std::size_t>(run.Asked.Input.InitialBufferSize));
+      reason != 0) {
     return reason;
   }
   if (const MQLONG reason = CreateLineBuffer(run); reason != 0) return reason;
@@ -79,12 +71,12 @@ MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
   if (run.Writer.Out.is_open()) {
     if (const MQLONG reason = WriteFileHeader(run, queue); reason != 0) return reason;
   }
-  const bool unitsPossible = (queue != nullptr && run.Has(FLAG_GET)) || run.HasOutputQueue();
-  run.Uow.SyncpointActive = unitsPossible && run.TransactionLimit != 0;
+  const bool unitsPossible = (queue != nullptr && run.Asked.Input.Remove) || run.Asked.Output.HasQueues();
+  run.Uow.SyncpointActive = unitsPossible && run.Asked.Units.MessageLimit != 0;
   run.MessageIndex = 0;
   run.SelectedCount = 0;
   run.Wait.Since = SteadyMillis();
-  if (run.Rate != 0) StartRate(run);
+  if (run.Asked.Pace.Rate != 0) StartRate(run);
   if (ReadsSeveralQueues(run)) return ConsumeQueues(run);
   return ReadMessages(run, source, queue, terminal);
 }
@@ -117,7 +109,7 @@ MQLONG HandOn(Parameters& run, QueueElement* queue, bool leavesAtOnce) {
   run.Put = {};
   MQLONG reason = HandleMessage(run, queue);
   if (reason == 0 && leavesAtOnce) reason = HandOverOutput(run);
-  if (reason == 0 && run.Has(FLAG_OUTPUT_INSERTS)) reason = RollOverAfterMessage(run);
+  if (reason == 0 && run.Asked.Output.FileInserts) reason = RollOverAfterMessage(run);
   return reason;
 }
 
@@ -127,12 +119,12 @@ MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
     if (const MQLONG reason = run.Source->Check(run); reason != 0) return reason;
   }
   // Without units of work a message is gone from its queue as soon as it is got.
-  const bool leavesAtOnce = queue != nullptr && run.Has(FLAG_GET) && run.TransactionLimit == 0;
-  if (!run.OutputFileName.empty() && !run.Has2(FLAG2_COUNT)) {
+  const bool leavesAtOnce = queue != nullptr && run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0;
+  if (!run.Asked.Output.FileName.empty() && !run.Asked.Display.Count) {
     const MQLONG reason = CheckFileLimits(run, run.Message.Length, queue, terminal);
-    if (reason != 0) return leavesAtOnce && !run.Has(FLAG_SELECTING) ? TellInHand(run, reason) : reason;
+    if (reason != 0) return leavesAtOnce && !run.BrowseFirst ? TellInHand(run, reason) : reason;
   }
-  if (queue != nullptr && run.Has(FLAG_SELECTING) && run.Has(FLAG_GET)) {
+  if (queue != nullptr && run.BrowseFirst && run.Asked.Input.Remove) {
     // The message was only browsed so far. Somebody else may have taken it meanwhile.
     const MQLONG reason = GetQueueMessage(run, *queue, true);
     if (reason == MQRC_NO_MSG_UNDER_CURSOR) return 0;
@@ -145,7 +137,7 @@ MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
 }  // namespace
 
 MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal) {
-  if (queue == nullptr && ReadsSeveralQueues(run)) queue = &run.InputList->Elements.front();
+  if (queue == nullptr && ReadsSeveralQueues(run)) queue = &run.Inputs.Elements.front();
   run.Uow = {};
   run.Reader.Loss = 0;
   MQLONG result = CheckOptions(run, queue);
@@ -172,8 +164,8 @@ MQLONG ProcessMessage(Parameters& run, QueueElement* queue, bool terminal) {
   ++run.UowMsgsRead;
   run.BytesRead += length;
   run.UowBytesRead += length;
-  if (HasTarget(run) || run.Has2(FLAG2_COUNT)) {
-    if (SelectMessage(run) != run.Has2(FLAG2_INVERT)) {
+  if (HasTarget(run) || run.Asked.Display.Count) {
+    if (SelectMessage(run) != run.Asked.Selection.Invert) {
       if (const MQLONG reason = DeliverMessage(run, queue, terminal); reason != 0 || run.Finished) return reason;
     }
     if (run.RangeStart != 0 && run.RangeEnd != 0 && run.MessageIndex >= run.RangeEnd) {
@@ -184,6 +176,6 @@ MQLONG ProcessMessage(Parameters& run, QueueElement* queue, bool terminal) {
   }
   if (!run.Uow.SyncpointActive) return 0;
   ++run.Uow.UowCount;
-  const bool full = run.TransactionLimit != -1 && run.Uow.UowCount >= run.TransactionLimit;
+  const bool full = run.Asked.Units.MessageLimit != -1 && run.Uow.UowCount >= run.Asked.Units.MessageLimit;
   return full ? CommitAll(run) : 0;
 }

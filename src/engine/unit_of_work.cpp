@@ -28,7 +28,7 @@ MQLONG Commit(Parameters& run, QMgrConn& conn) {
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   conn.Api.MQCMIT(conn.Hconn, &compCode, &reason);
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, "MQCMIT", conn.QMgrName, {}, reason);
+  if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, "MQCMIT", conn.QMgrName, {}, reason);
   // A commit that ends with a warning was backed out, or left its outcome open.
   if (compCode != MQCC_OK) {
     run.Uow.CommitFailure = reason != MQRC_NONE ? reason : MQRC_UNEXPECTED_ERROR;
@@ -44,7 +44,7 @@ MQLONG Backout(Parameters& run, QMgrConn& conn) {
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = MQRC_NONE;
   conn.Api.MQBACK(conn.Hconn, &compCode, &reason);
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, "MQBACK", conn.QMgrName, {}, reason);
+  if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, "MQBACK", conn.QMgrName, {}, reason);
   if (compCode == MQCC_FAILED) {
     if (run.MessageText.empty()) {
       run.MessageText.Format("MQBCK(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
@@ -59,17 +59,17 @@ MQLONG CommitAll(Parameters& run) {
   if (const MQLONG reason = CheckAsyncPuts(run); reason != 0) return reason;
   if (!run.Uow.SyncpointActive) return 0;
   // The messages leave their queue with the commit: from then on the file is the only place that has them.
-  if (run.Has(FLAG_GET)) {
+  if (run.Asked.Input.Remove) {
     if (const MQLONG reason = FlushOutputFile(run, true); reason != 0) return reason;
     if (const MQLONG reason = PlaceOutput(run); reason != 0) return reason;
   }
   if (const MQLONG reason = Commit(run, OutputConn(run)); reason != 0) return reason;
   run.UowMsgsWritten = 0;
   run.UowBytesWritten = 0;
-  if (run.InputQMgr != run.OutputQMgr && run.Has(FLAG_GET)) {
+  if (run.Asked.Input.QMgr != run.Asked.Output.QMgr && run.Asked.Input.Remove) {
     if (const MQLONG reason = Commit(run, InputConn(run)); reason != 0) return reason;
   }
-  if (run.Has(FLAG_GET)) KeepOutput(run);
+  if (run.Asked.Input.Remove) KeepOutput(run);
   run.UowMsgsRead = 0;
   run.UowBytesRead = 0;
   run.Uow.UowCount = 0;

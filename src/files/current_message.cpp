@@ -13,7 +13,7 @@ constexpr std::size_t kBufferUnit = 4096;
 // For the messages, which show 32-bit sizes.
 int Shown(std::size_t bytes) { return static_cast<int>(std::min(bytes, std::size_t{INT32_MAX})); }
 
-bool TracesMemory(const Parameters& run) { return (run.Debug & DEBUG_MEMORY) != 0; }
+bool TracesMemory(const Parameters& run) { return run.Asked.Display.TraceMemory; }
 
 }  // namespace
 

@@ -18,12 +18,12 @@ constexpr int kDataLength = 4096;
 
 struct LayoutCase {
   const char* Title;
-  std::uint32_t Flags;
+  LayoutOptions Layout;
 };
 
-constexpr LayoutCase kLayouts[] = {{"  Testing Hex file\n", 0},
-                                   {"  Testing Ascii file\n", FLAG_ASCII_LINES},
-                                   {"  Testing Ascii column file\n", FLAG_ASCII_LINES | FLAG_ASCII_COLUMNS}};
+constexpr LayoutCase kLayouts[] = {{"  Testing Hex file\n", {}},
+                                   {"  Testing Ascii file\n", {.AsciiLines = true}},
+                                   {"  Testing Ascii column file\n", {.AsciiLines = true, .AsciiColumns = true}}};
 
 // Every field that has a tag holds its place in the table, so that no two fields are alike.
 MQMD TestDescriptor() {
@@ -80,7 +80,7 @@ bool ReadTestFile(Parameters& test, const std::string& name) {
 bool TestLayout(Parameters& test, const LayoutCase& layout, const MQMD& descriptor, MQBYTE* data) {
   WriteStandardOutput(layout.Title);
   const std::string name = TemporaryFilePath("tarvo.tst");
-  test.Flags = (test.Flags & ~(FLAG_ASCII_LINES | FLAG_ASCII_COLUMNS)) | layout.Flags;
+  test.Asked.Layout = layout.Layout;
   test.Reader.In.Close();
   test.Writer.FileName.Assign(name);
   test.Naming.InputName.Assign(name);

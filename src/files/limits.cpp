@@ -15,20 +15,20 @@ std::int64_t RoomNeeded(const Parameters& run, MQLONG length) {
 }
 
 bool LacksRoom(const Parameters& run, MQLONG length) {
-  return run.LimitSize > 0 && run.Writer.MsgsInFile > 0 &&
-         run.LimitSize - run.Writer.Out.position() < RoomNeeded(run, length);
+  return run.Asked.Limits.Size > 0 && run.Writer.MsgsInFile > 0 &&
+         run.Asked.Limits.Size - run.Writer.Out.position() < RoomNeeded(run, length);
 }
 
 bool ReachedLimit(const Parameters& run) {
-  if (run.LimitMsgs > 0 && run.Writer.MsgsInFile >= run.LimitMsgs) return true;
-  if (run.LimitAge > 0 && std::time(nullptr) - run.Naming.OpenTime >= run.LimitAge) return true;
-  return run.LimitSize > 0 && run.Writer.Out.position() >= run.LimitSize;
+  if (run.Asked.Limits.Msgs > 0 && run.Writer.MsgsInFile >= run.Asked.Limits.Msgs) return true;
+  if (run.Asked.Limits.Age > 0 && std::time(nullptr) - run.Naming.OpenTime >= run.Asked.Limits.Age) return true;
+  return run.Asked.Limits.Size > 0 && run.Writer.Out.position() >= run.Asked.Limits.Size;
 }
 
 }  // namespace
 
 MQLONG CheckFileLimits(Parameters& run, MQLONG length, const QueueElement* source, bool mayAsk) {
-  if (run.Has2(FLAG2_COUNT) || run.OutputFileName.empty()) return 0;
+  if (run.Asked.Display.Count || run.Asked.Output.FileName.empty()) return 0;
   if (run.Writer.Out.is_open() && LacksRoom(run, length)) {
     if (const MQLONG reason = CloseOutputFile(run); reason != 0) return reason;
   }
@@ -38,6 +38,6 @@ MQLONG CheckFileLimits(Parameters& run, MQLONG length, const QueueElement* sourc
 }
 
 MQLONG RollOverAfterMessage(Parameters& run) {
-  if (!run.Has(FLAG_OUTPUT_INSERTS) || !run.Writer.Out.is_open() || !ReachedLimit(run)) return 0;
+  if (!run.Asked.Output.FileInserts || !run.Writer.Out.is_open() || !ReachedLimit(run)) return 0;
   return CloseOutputFile(run);
 }

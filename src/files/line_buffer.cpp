@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kFirstLineCapacity = 1024;
 
-bool TracesMemory(const Parameters& run) { return (run.Debug & DEBUG_MEMORY) != 0; }
+bool TracesMemory(const Parameters& run) { return run.Asked.Display.TraceMemory; }
 
 int Shown(std::size_t bytes) { return static_cast<int>(std::min(bytes, std::size_t{INT32_MAX})); }
 
@@ -75,7 +75,7 @@ MQLONG ReadFileLine(Parameters& run, bool advance, bool& end) {
   if (!advance && !reader.Line.empty()) return 0;
   reader.PassedEmptyLine = false;
   reader.BehindLine = reader.FileBytes;
-  const bool commentsCount = run.Has(FLAG_INPUT_BROWSE_FORMAT);
+  const bool commentsCount = run.Reader.ReadsDump;
   for (;;) {
     std::string_view line = reader.In.NextLine();
     if (line.empty()) {

@@ -14,6 +14,7 @@ struct Parameters;
 struct ReaderState {
   InputFile In;
   std::string_view Line;               // the current line without its line end; empty: none. Valid until the next read
+  bool ReadsDump = false;              // the file is a dump, in which no line with an asterisk is a comment
   std::size_t LineCapacity = 0;        // the room granted to a line: starts at 1024, doubles when a line does not fit
   std::int64_t LineNumber = 0;         // physical lines of the current file read so far, the first being 1
   std::int64_t FileBytes = 0;          // bytes read from the current input file

@@ -19,19 +19,12 @@ struct TestMessage {
   std::string Data;
 };
 
-// Flags and width of a layout.
 struct Layout {
   const char* Name;
-  std::uint32_t Flags = 0;
-  std::uint32_t Flags2 = 0;
-  int Width = 25;
+  LayoutOptions Form{};
 };
 
-inline void Use(Parameters& run, const Layout& layout) {
-  run.Flags |= layout.Flags;
-  run.Flags2 |= layout.Flags2;
-  run.DataWidth = layout.Width;
-}
+inline void Use(Parameters& run, const Layout& layout) { run.Asked.Layout = layout.Form; }
 
 class MessageFiles : public testing::Test {
  protected:

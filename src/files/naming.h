@@ -21,6 +21,8 @@ struct FileNaming {
   Text<255> InputName;                    // the expanded name of the input file in use (or last used)
   std::atomic<std::int64_t> OpenTime{0};  // when the output file was opened, seconds
   RunFiles Files;
+  bool InputSet = false;                // the input is a set of numbered files
+  bool OverwriteAll = false;            // the user has agreed to overwrite every file
   bool InputSetKnown = false;           // the later files of an indexed input set are among them
   std::string Approved;                 // the existing file that the user has agreed to overwrite
   std::vector<std::string> InputPaths;  // a generic load's files of the queue in hand, in order

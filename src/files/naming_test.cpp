@@ -54,7 +54,7 @@ class Progress : public testing::Test {
  protected:
   Progress() {
     run.Screen.StdinIsTerminal = true;
-    run.InputFileName.Assign("in.txt");
+    run.Asked.Input.FileName = "in.txt";
     testing::internal::CaptureStderr();
   }
   Parameters run;

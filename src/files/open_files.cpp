@@ -26,8 +26,8 @@ MQLONG TooLong(Parameters& run, const std::string& name) {
 
 // The stream mode of one side ('r' or 'w'): its letter first, then what -a adds. An 'a' makes the output append.
 std::string AccessMode(const Parameters& run, char side) {
-  if (run.FileAccessMode == nullptr) return std::string(1, side);
-  const std::string_view given(run.FileAccessMode);
+  if (!run.Asked.Output.AccessMode) return std::string(1, side);
+  const std::string_view given(*run.Asked.Output.AccessMode);
   std::string mode(1, side == 'w' && given.find('a') != std::string_view::npos ? 'a' : side);
   for (const char c : given) {
     if (c != 'r' && c != 'w' && c != 'a' && mode.size() < kModeLimit) mode += c;
@@ -53,7 +53,7 @@ void FindInputSet(Parameters& run) {
   for (int number = 1; missing < kLargestGap; ++number) {
     InsertValues values = ValuesNow(run, number);
     values.MessageOrdinal = values.SelectedOrdinal = number;
-    const std::string name = ExpandTemplate(run.InputFileName.view(), values);
+    const std::string name = ExpandTemplate(run.Asked.Input.FileName, values);
     const RunFiles::Identity file = IdentityOf(name);
     // A name that does not change with its number is found once.
     missing = file && names.insert(name).second ? 0 : missing + 1;
@@ -68,7 +68,7 @@ MQLONG AlreadyExists(Parameters& run, const std::string& name) {
 }
 
 MQLONG CanNotOpen(Parameters& run, const char* side, const std::string& name, const std::string& mode, int error) {
-  const std::string shown = run.FileAccessMode != nullptr ? '(' + mode + ')' : std::string();
+  const std::string shown = run.Asked.Output.AccessMode ? '(' + mode + ')' : std::string();
   const std::string text = FormatText("Can not open %s file '%s'%s\n", side, name.c_str(), shown.c_str());
   run.MessageText.Assign(WithCause(text, error));
   return MQRC_FILE_SYSTEM_ERROR;
@@ -77,23 +77,23 @@ MQLONG CanNotOpen(Parameters& run, const char* side, const std::string& name, co
 // The progress of a set of plainly named files is that of the file in hand. A generic load has started one line for the
 // whole set, which goes on.
 void StartLoading(Parameters& run, const std::string& name) {
-  if (run.Has2(FLAG2_GENERIC)) return;
+  if (run.Asked.Input.Generic) return;
   EndProgressLine(run, false);
-  if (!run.Screen.StdinIsTerminal || (run.Has(FLAG_QUIET) && !run.Has2(FLAG2_COUNT_FIRST))) return;
+  if (!run.Screen.StdinIsTerminal || (run.Asked.Display.Quiet && run.Plain.Pass != CountingPass::Running)) return;
   run.Reader.FinishedFileBytes = 0;
   StartProgressLine(run, run.Reader.In.Size(), name.c_str());
 }
 
 // The name of the next input file; none behind the last of a list of paths.
 std::string NextInputName(const Parameters& run) {
-  if (!run.Has2(FLAG2_GENERIC)) return ExpandTemplate(run.InputFileName.view(), ValuesNow(run, run.FilesRead + 1));
+  if (!run.Asked.Input.Generic) return ExpandTemplate(run.Asked.Input.FileName, ValuesNow(run, run.FilesRead + 1));
   const auto taken = static_cast<std::size_t>(run.FilesRead);
   return taken < run.Naming.InputPaths.size() ? run.Naming.InputPaths[taken] : std::string();
 }
 
 MQLONG OpenInput(Parameters& run) {
   run.MessageText.clear();
-  const bool listed = run.Has2(FLAG2_GENERIC);
+  const bool listed = run.Asked.Input.Generic;
   const bool later = run.FilesRead > 0;
   const std::string name = NextInputName(run);
   if (listed && name.empty()) return MQRC_FILE_SYSTEM_ERROR;
@@ -132,7 +132,7 @@ bool MayOverwrite(Parameters& run, const std::string& name) {
     if (!run.Screen.ReadAnswer(answer, kAnswerLimit)) return false;
     switch (answer.empty() ? '\0' : answer[0]) {
       case 'a':
-        run.Flags |= FLAG_FORCE;
+        run.Naming.OverwriteAll = true;
         return true;
       case 'y':
         run.Naming.Approved = name;
@@ -158,7 +158,7 @@ MQLONG NumberFirstFile(Parameters& run) {
 MQLONG CheckOutputFile(Parameters& run, const std::string& name, const RunFiles::Identity& file) {
   if (!file) return 0;
   RunFiles& files = run.Naming.Files;
-  const bool readsSet = run.Has(FLAG_INPUT_INSERTS) && !run.Has2(FLAG2_GENERIC) && !run.LogMode;
+  const bool readsSet = run.Naming.InputSet && !run.Asked.Input.Generic && !run.Asked.Log.Given;
   if (readsSet && !run.Naming.InputSetKnown) FindInputSet(run);
   if (files.IsInput(file)) {
     run.MessageText.Format("Output file '%s' is an input file of this run\n", name.c_str());
@@ -173,7 +173,9 @@ MQLONG CheckOutputName(Parameters& run, const std::string& name, bool append, bo
   if (const MQLONG reason = CheckOutputFile(run, name, file); reason != 0) return reason;
   if (RunFiles::IsStandardOutput(file)) return AlreadyExists(run, name);
   std::error_code error;
-  if (append || run.Has(FLAG_FORCE) || name == run.Naming.Approved || !std::filesystem::exists(name, error)) return 0;
+  if (append || run.Asked.Output.Overwrite || run.Naming.OverwriteAll || name == run.Naming.Approved ||
+      !std::filesystem::exists(name, error))
+    return 0;
   return mayAsk && MayOverwrite(run, name) ? 0 : AlreadyExists(run, name);
 }
 
@@ -243,9 +245,9 @@ MQLONG OpenNextQueueFile(Parameters& run) {
 }
 
 MQLONG OpenOutput(Parameters& run, bool mayAsk) {
-  if (run.Has2(FLAG2_GENERIC)) return OpenNextQueueFile(run);
+  if (run.Asked.Output.Generic) return OpenNextQueueFile(run);
   const int number = run.FilesWritten + 1;
-  const std::string name = ExpandTemplate(run.OutputFileName.view(), ValuesNow(run, number));
+  const std::string name = ExpandTemplate(run.Asked.Output.FileName, ValuesNow(run, number));
   if (name.size() > kNameLimit) return TooLong(run, name);
   StartOutput(run, name);
   if (name == "null") {
@@ -255,7 +257,7 @@ MQLONG OpenOutput(Parameters& run, bool mayAsk) {
   if (name == "stdout") return OpenStandardOutput(run);
   const std::string mode = AccessMode(run, 'w');
   if (const MQLONG reason = CheckOutputName(run, name, mode[0] == 'a', mayAsk); reason != 0) return reason;
-  if (run.Has2(FLAG2_COUNT_FIRST)) return 0;
+  if (run.Plain.Pass == CountingPass::Running) return 0;
   if (const MQLONG reason = OpenNamedOutput(run, name, mode); reason != 0) return reason;
   run.FilesWritten = number;
   return 0;
@@ -280,8 +282,8 @@ int OpenQueueFile(Parameters& run, const std::string& name) {
 
 MQLONG OpenFiles(Parameters& run, OpenRequest request) {
   MQLONG reason = 0;
-  if (request.Input && !run.InputFileName.empty() && !run.Reader.In.is_open()) reason = OpenInput(run);
-  if (reason == 0 && request.Output && !run.OutputFileName.empty() && !run.Writer.Out.is_open()) {
+  if (request.Input && !run.Asked.Input.FileName.empty() && !run.Reader.In.is_open()) reason = OpenInput(run);
+  if (reason == 0 && request.Output && !run.Asked.Output.FileName.empty() && !run.Writer.Out.is_open()) {
     reason = OpenOutput(run, request.MayAsk);
   }
   return reason;

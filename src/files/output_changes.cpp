@@ -226,7 +226,7 @@ MQLONG PlaceOutput(Parameters& run) {
       file->Temporary.clear();
       run.Naming.Files.ForgetOutput(file->Old);
       const auto directory = std::filesystem::path(file->Path).parent_path().string();
-      if (!run.Has2(FLAG2_GENERIC)) error = SyncEntries(directory);
+      if (!run.Asked.Output.Generic) error = SyncEntries(directory);
     }
     if (error != 0) return Failed(run, FormatText("Can not replace file '%s'", file->Path.c_str()), error);
   }
@@ -265,7 +265,7 @@ std::string LeaveOutput(Parameters& run) {
 }
 
 MQLONG FinishOutput(Parameters& run, MQLONG result) {
-  const bool inUnits = run.Has(FLAG_GET) && run.TransactionLimit != 0;
+  const bool inUnits = run.Asked.Input.Remove && run.Asked.Units.MessageLimit != 0;
   if (result != 0 && inUnits) TakeBack(run);
   const MQLONG closed = CloseOutputFile(run);
   if (result == 0) result = closed;

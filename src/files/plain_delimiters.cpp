@@ -52,7 +52,7 @@ MQLONG CompareDelimiters(Parameters& run) {
   const std::string& startProperty = plain.StartProperty.Bytes;
   const std::string& endProperty = plain.EndProperty.Bytes;
   const bool properties = !startProperty.empty();
-  const bool sameAllowed = run.Has2(FLAG2_SAME_DELIMS);
+  const bool sameAllowed = run.Asked.Plain.SameDelims;
   constexpr char kAcross[] = "Message and Property delimiters are the same.\n";
 
   if (start == end && !sameAllowed) return Refuse(run, "Message delimiters are the same.\n");
@@ -103,26 +103,30 @@ MQLONG DecodeDelimiter(Parameters& run, Delimiter& delimiter) {
 
 MQLONG PrepareDelimiters(Parameters& run) {
   PlainFileState& plain = run.Plain;
-  if (!run.Has(FLAG_CTX_DEFAULT) && !run.Has(FLAG_CTX_NONE)) {
+  if (!run.Asked.Output.OwnContext()) {
     return Refuse(run, "A non-TARVO file should be loaded with either DEFAULT or NO context.\n");
   }
+  plain.StartMessage.Typed = run.Asked.Plain.StartMessage;
+  plain.EndMessage.Typed = run.Asked.Plain.EndMessage;
+  plain.StartProperty.Typed = run.Asked.Plain.StartProperty;
+  plain.EndProperty.Typed = run.Asked.Plain.EndProperty;
   const bool noMessageDelimiter = plain.StartMessage.Typed.empty() && plain.EndMessage.Typed.empty();
-  if (run.Has2(FLAG2_WHOLE_FILE)) {
+  if (run.Asked.Plain.WholeFile) {
     return noMessageDelimiter ? 0 : Refuse(run, "Reading entire file does not require message delimiters.\n");
   }
-  if ((run.Has2(FLAG2_INCLUDE_MSG_DELIMS) && run.Has2(FLAG2_EXCLUDE_MSG_DELIMS)) ||
-      (run.Has2(FLAG2_INCLUDE_PROP_DELIMS) && run.Has2(FLAG2_EXCLUDE_PROP_DELIMS))) {
+  if ((run.Asked.Plain.IncludeMsgDelims && run.Asked.Plain.ExcludeMsgDelims) ||
+      (run.Asked.Plain.IncludePropDelims && run.Asked.Plain.ExcludePropDelims)) {
     return Refuse(run, "You can not specify both 'include' and 'dont include' message/property delimiters.\n");
   }
   if (noMessageDelimiter) plain.EndMessage.Typed = kLineFeedTyped;
-  if (!run.Has2(FLAG2_COUNTED)) {
+  if (plain.Pass != CountingPass::Done) {
     if (const MQLONG reason = DecodeAll(run); reason != 0) return reason;
   }
   if (plain.EndMessage.Bytes.empty()) plain.EndMessage.Bytes = kLineFeed;
   if (!plain.StartProperty.Bytes.empty() && plain.EndProperty.Bytes.empty()) plain.EndProperty.Bytes = kLineFeed;
   if (const MQLONG reason = CompareDelimiters(run); reason != 0) return reason;
 
-  const bool brackets = (run.DelimFlags & DELIM_NO_BRACKETS) == 0;
+  const bool brackets = !run.Asked.Plain.NoBrackets;
   if (brackets) {
     const MQLONG reason = CheckOwnBrackets(
         run, plain.StartMessage.Bytes + plain.EndMessage.Bytes + plain.StartProperty.Bytes + plain.EndProperty.Bytes);

@@ -35,9 +35,7 @@ struct MessageCut {
 
 std::int64_t LengthOf(const DelimiterRule& rule) { return static_cast<std::int64_t>(rule.Bytes.size()); }
 
-bool Counting(const Parameters& run) {
-  return run.Has2(FLAG2_COUNT_FIRST) && !run.Has2(FLAG2_NO_PRELIM_COUNT) && !run.Has2(FLAG2_WHOLE_FILE);
-}
+bool Counting(const Parameters& run) { return run.Plain.Pass == CountingPass::Running; }
 
 // Makes the bytes the message in hand, with the default descriptor.
 void HandOver(Parameters& run, const char (&format)[9], char* data, std::size_t length) {
@@ -168,7 +166,7 @@ MQLONG BuildWithProperties(Parameters& run, Span properties, Span data) {
   const std::string_view text(input.At(properties.From), properties.Length());
   char* const first = block.data() + kPropertiesHeader;
   char* last;
-  if (run.Has2(FLAG2_KEEP_PROP_WHITESPACE)) {
+  if (run.Asked.Plain.KeepPropWhitespace) {
     std::memcpy(first, text.data(), text.size());
     last = first + text.size();
   } else {
@@ -206,9 +204,9 @@ MQLONG ReadDelimitedMessage(Parameters& run) {
     if (cut.HasProperties) ++run.Plain.MessagesWithProperties;
     return 0;
   }
-  const Span data = run.Has2(FLAG2_INCLUDE_MSG_DELIMS) ? cut.Outer : cut.Inner;
+  const Span data = run.Asked.Plain.IncludeMsgDelims ? cut.Outer : cut.Inner;
   if (cut.HasProperties) {
-    const bool include = run.Has2(FLAG2_INCLUDE_PROP_DELIMS);
+    const bool include = run.Asked.Plain.IncludePropDelims;
     return BuildWithProperties(run, include ? cut.OuterProperties : cut.InnerProperties, data);
   }
   if (data.Length() > INT32_MAX) return NoMessageStorage(run, static_cast<std::int64_t>(data.Length()));
@@ -261,8 +259,8 @@ MQLONG PreparePlainFile(Parameters& run) {
 
 MQLONG ReadPlainMessage(Parameters& run) {
   for (;;) {
-    const MQLONG reason = run.Has2(FLAG2_WHOLE_FILE) ? ReadWholeFile(run) : ReadDelimitedMessage(run);
-    if (reason != 0 || !run.Finished || !run.Has(FLAG_INPUT_INSERTS)) return reason;
+    const MQLONG reason = run.Asked.Plain.WholeFile ? ReadWholeFile(run) : ReadDelimitedMessage(run);
+    if (reason != 0 || !run.Finished || !run.Naming.InputSet) return reason;
     if (run.Reader.In.is_open()) CloseInputFile(run);
     ResetPlainInput(run.Plain.Input);
     if (const MQLONG opened = OpenFiles(run, {.Input = true}); opened != 0) {
@@ -283,7 +281,6 @@ MQLONG CountPlainFile(Parameters& run) {
     run.Reader.In.Rewind();
     run.Reader.FileBytes = 0;
   }
-  run.Flags2 |= FLAG2_COUNTED;
   ResetPlainInput(run.Plain.Input);
   run.Finished = false;
   return reason;
@@ -292,7 +289,7 @@ MQLONG CountPlainFile(Parameters& run) {
 void ReleasePlainBuffers(Parameters& run) {
   for (TrackedBlock* block : {&run.Plain.Input.Block, &run.Plain.Properties}) {
     if (block->data() == nullptr) continue;
-    if ((run.Debug & DEBUG_MEMORY) != 0) {
+    if (run.Asked.Display.TraceMemory) {
       run.Screen.Print("Freeing %p\n", static_cast<void*>(block->data()));
     }
     block->Release();

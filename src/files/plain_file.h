@@ -19,7 +19,11 @@ struct Delimiter {
   std::string Bytes;
 };
 
+// Plain files may be counted before their messages are taken.
+enum class CountingPass { None, Running, Done };
+
 struct PlainFileState {
+  CountingPass Pass = CountingPass::None;
   Delimiter StartMessage, EndMessage, StartProperty, EndProperty;
   int MessagesFound = 0;           // preliminary count
   int MessagesWithProperties = 0;  // preliminary count
@@ -54,8 +58,7 @@ MQLONG ReadDelimitedMessage(Parameters& run);
 MQLONG ReadWholeFile(Parameters& run);
 
 // The preliminary count: reads every message (without building it) and counts it in MsgsRead and in the counts above.
-// Afterwards the input is at its start again, Finished is clear and FLAG2_COUNTED set. Returns the result of the last
-// read.
+// Afterwards the input is at its start again, Finished is clear. Returns the result of the last read.
 MQLONG CountPlainFile(Parameters& run);
 
 // Gives the read buffer and the properties buffer back at the end of a transfer.

@@ -15,13 +15,13 @@ using namespace std::string_literals;
 // A run that loads plain files with the given -n arguments.
 struct PlainRun {
   explicit PlainRun(const Texts& options) {
-    run.Flags = FLAG_CTX_DEFAULT;
+    run.Asked.Output.Context = PutContext::Default;
     for (const std::string& option : options) {
       EXPECT_EQ(ParseNonTarvoOptions(run, 'n', option), PlainOptionResult::Ok) << option;
     }
   }
   MQLONG Open(const std::string& path) {
-    run.InputFileName.Assign(path);
+    run.Asked.Input.FileName = path;
     reason = OpenFiles(run, {.Input = true});
     return reason != 0 ? reason : PreparePlainFile(run);
   }
@@ -81,15 +81,16 @@ TEST(PlainOptions, Refusals) {
 }
 
 TEST(PlainOptions, PendingLettersGoToTheNextDelimiter) {
-  constexpr std::uint32_t kAll =
-      FLAG2_INCLUDE_MSG_DELIMS | FLAG2_EXCLUDE_MSG_DELIMS | FLAG2_INCLUDE_PROP_DELIMS | FLAG2_EXCLUDE_PROP_DELIMS;
-  const std::pair<const char*, std::uint32_t> cases[] = {
-      {"is:a", FLAG2_INCLUDE_MSG_DELIMS},
-      {"nd:ab", FLAG2_EXCLUDE_MSG_DELIMS},
-      {"iq:a", FLAG2_INCLUDE_PROP_DELIMS},
-      {"i", FLAG2_INCLUDE_MSG_DELIMS | FLAG2_INCLUDE_PROP_DELIMS},
-  };
-  for (const auto& [option, flags] : cases) EXPECT_EQ(PlainRun({option}).run.Flags2 & kAll, flags) << option;
+  const std::pair<const char*, std::string> cases[] = {
+      {"is:a", "i   "}, {"nd:ab", " n  "}, {"iq:a", "  i "}, {"i", "i i "}};
+  for (const auto& [option, set] : cases) {
+    const PlainRun plain({option});
+    const PlainFileOptions& asked = plain.run.Asked.Plain;
+    EXPECT_EQ(asked.IncludeMsgDelims, set[0] == 'i') << option;
+    EXPECT_EQ(asked.ExcludeMsgDelims, set[1] == 'n') << option;
+    EXPECT_EQ(asked.IncludePropDelims, set[2] == 'i') << option;
+    EXPECT_EQ(asked.ExcludePropDelims, set[3] == 'n') << option;
+  }
 }
 
 struct DelimiterCase {
@@ -131,7 +132,7 @@ TEST(PlainDelimiters, Refusals) {
     EXPECT_EQ(plain.run.MessageText, c.Text) << c.Options.back();
   }
   PlainRun setAll({""});
-  setAll.run.Flags = FLAG_CTX_SET_ALL;
+  setAll.run.Asked.Output.Context = PutContext::SetAll;
   EXPECT_EQ(PrepareDelimiters(setAll.run), MQRCCF_PARM_VALUE_ERROR);
   EXPECT_EQ(setAll.run.MessageText, "A non-TARVO file should be loaded with either DEFAULT or NO context.\n");
 }
@@ -254,7 +255,7 @@ TEST_F(PlainFiles, MessagesOfEverySizeSurviveTheBlocks) {
     expected.push_back(std::move(text));
   }
   PlainRun plain({"s:;", "e:END", "p:p", "q:;;"});
-  plain.run.Plain.StartProperty.Typed.clear();
+  plain.run.Asked.Plain.StartProperty.clear();
   EXPECT_EQ(Read(plain, file), expected);
 }
 
@@ -262,7 +263,7 @@ TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
   folder.Write("in1.txt", "a\n");
   std::filesystem::create_directory(folder.Path("in2.txt"));
   PlainRun plain({""});
-  plain.run.Flags |= FLAG_INPUT_INSERTS;
+  plain.run.Naming.InputSet = true;
   ASSERT_EQ(plain.Open(folder.Path("in%n.txt")), 0);
   EXPECT_EQ(plain.ReadAll(), Texts{"a"});
   EXPECT_EQ(plain.reason, MQRC_FILE_SYSTEM_ERROR);
@@ -270,7 +271,7 @@ TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
 
 TEST_F(PlainFiles, CountLeavesTheInputAtItsStart) {
   PlainRun plain({"s:<m>", "e:</m>", "p:P", "q:Q"});
-  plain.run.Flags2 |= FLAG2_COUNT_FIRST;
+  plain.run.Plain.Pass = CountingPass::Running;
   ASSERT_EQ(plain.Open(folder.Write("in.txt", "PaQ<m>1</m><m>2</m><m>")), 0);
   testing::internal::CaptureStderr();
   EXPECT_EQ(CountPlainFile(plain.run), 0);
@@ -279,7 +280,7 @@ TEST_F(PlainFiles, CountLeavesTheInputAtItsStart) {
   EXPECT_EQ(plain.run.Plain.MessagesFound, 2);
   EXPECT_EQ(plain.run.Plain.MessagesWithProperties, 1);
   EXPECT_FALSE(plain.run.Finished);
-  plain.run.Flags2 &= ~FLAG2_COUNT_FIRST;
+  plain.run.Plain.Pass = CountingPass::Done;
   ASSERT_EQ(PreparePlainFile(plain.run), 0);
   EXPECT_EQ(plain.ReadAll().size(), 2U);
   EXPECT_EQ(plain.shown, "");  // the tail has been reported

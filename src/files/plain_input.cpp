@@ -116,7 +116,7 @@ MQLONG DropTail(Parameters& run) {
   }
   LookForTail(input, input.End());
   if (input.TailAt >= 0) run.Reader.Loss = MQRC_FILE_SYSTEM_ERROR;
-  const bool told = run.Has2(FLAG2_COUNTED) && !run.Has2(FLAG2_COUNT_FIRST);
+  const bool told = run.Plain.Pass == CountingPass::Done;
   if (input.TailAt >= 0 && !told) {
     const std::int64_t lost = input.End() - input.TailAt;
     run.Screen.Print("%" PRId64 " byte%s at the end of file '%s', from line %" PRId64

@@ -11,33 +11,32 @@ constexpr std::size_t kDelimiterLimit = 99;  // characters of a delimiter as typ
 
 struct FlagLetter {
   char Letter;
-  Member<Parameters, std::uint32_t> Field;
-  std::uint32_t Bit;
+  Member<PlainFileOptions, bool> Field;
 };
 constexpr FlagLetter kFlagLetters[] = {
-    {'1', &Parameters::Flags2, FLAG2_WHOLE_FILE},           {'!', &Parameters::Flags2, FLAG2_SAME_DELIMS},
-    {'B', &Parameters::DelimFlags, DELIM_NO_BRACKETS},      {'F', &Parameters::Flags2, FLAG2_NO_PRELIM_COUNT},
-    {'W', &Parameters::Flags2, FLAG2_KEEP_PROP_WHITESPACE},
+    {'1', &PlainFileOptions::WholeFile},          {'!', &PlainFileOptions::SameDelims},
+    {'B', &PlainFileOptions::NoBrackets},         {'F', &PlainFileOptions::NoPreliminaryCount},
+    {'W', &PlainFileOptions::KeepPropWhitespace},
 };
 
 // What a delimiter letter sets. The texts of a second one differ in more than their subject.
 struct DelimiterLetter {
   char Letter;
-  Member<PlainFileState, Delimiter> Field;
+  Member<PlainFileOptions, std::string> Field;
   bool Property;
   const char* Name;
   const char* Twice;
 };
-constexpr DelimiterLetter kStartMessage = {'s', &PlainFileState::StartMessage, false, "Start message delimiter",
+constexpr DelimiterLetter kStartMessage = {'s', &PlainFileOptions::StartMessage, false, "Start message delimiter",
                                            "Start message delimiter must only be specified once.\n"};
-constexpr DelimiterLetter kEndMessage = {'e', &PlainFileState::EndMessage, false, "End message delimiter",
+constexpr DelimiterLetter kEndMessage = {'e', &PlainFileOptions::EndMessage, false, "End message delimiter",
                                          "End message delimiter only be specified once.\n"};
 constexpr DelimiterLetter kDelimiterLetters[] = {
     kStartMessage,
     kEndMessage,
-    {'p', &PlainFileState::StartProperty, true, "Start property delimiter",
+    {'p', &PlainFileOptions::StartProperty, true, "Start property delimiter",
      "Start property delimiter must only be specified once.\n"},
-    {'q', &PlainFileState::EndProperty, true, "End property delimiter",
+    {'q', &PlainFileOptions::EndProperty, true, "End property delimiter",
      "End property delimiter only be specified once.\n"},
 };
 
@@ -47,12 +46,12 @@ bool SetDelimiter(Parameters& run, const DelimiterLetter& letter, std::string_vi
                      static_cast<int>(kDelimiterLimit));
     return false;
   }
-  Delimiter& delimiter = run.Plain.*letter.Field;
-  if (!delimiter.Typed.empty()) {
+  std::string& delimiter = run.Asked.Plain.*letter.Field;
+  if (!delimiter.empty()) {
     run.Screen.PrintText(letter.Twice);
     return false;
   }
-  delimiter.Typed = text;
+  delimiter = text;
   return true;
 }
 
@@ -77,12 +76,12 @@ struct Pending {
   bool Exclude = false;
 
   void ApplyToMessages(Parameters& run) const {
-    if (Include) run.Flags2 |= FLAG2_INCLUDE_MSG_DELIMS;
-    if (Exclude) run.Flags2 |= FLAG2_EXCLUDE_MSG_DELIMS;
+    if (Include) run.Asked.Plain.IncludeMsgDelims = true;
+    if (Exclude) run.Asked.Plain.ExcludeMsgDelims = true;
   }
   void ApplyToProperties(Parameters& run) const {
-    if (Include) run.Flags2 |= FLAG2_INCLUDE_PROP_DELIMS;
-    if (Exclude) run.Flags2 |= FLAG2_EXCLUDE_PROP_DELIMS;
+    if (Include) run.Asked.Plain.IncludePropDelims = true;
+    if (Exclude) run.Asked.Plain.ExcludePropDelims = true;
   }
 };
 
@@ -93,7 +92,7 @@ bool TakeFlagLetter(Parameters& run, char c, Pending& pending) {
   }
   for (const FlagLetter& flag : kFlagLetters) {
     if (flag.Letter != c) continue;
-    run.*flag.Field |= flag.Bit;
+    run.Asked.Plain.*flag.Field = true;
     return true;
   }
   return false;
@@ -102,7 +101,7 @@ bool TakeFlagLetter(Parameters& run, char c, Pending& pending) {
 }  // namespace
 
 PlainOptionResult ParseNonTarvoOptions(Parameters& run, char letter, std::string_view text) {
-  run.Flags2 |= FLAG2_NON_TARVO;
+  run.Asked.Plain.Given = true;
   Pending pending;
   std::size_t at = 0;
   while (at < text.size() && TakeFlagLetter(run, text[at], pending)) ++at;

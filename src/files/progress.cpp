@@ -15,7 +15,7 @@ constexpr std::int64_t kSecondsShownAsMinutes = 60;
 std::int64_t Now() { return static_cast<std::int64_t>(std::time(nullptr)); }
 
 std::int64_t DoneSoFar(const Parameters& run) {
-  if (run.InputFileName.empty()) return run.MsgsWritten;
+  if (run.Asked.Input.FileName.empty()) return run.MsgsWritten;
   return run.Reader.FinishedFileBytes + run.Reader.FileBytes;
 }
 
@@ -58,9 +58,9 @@ void EndProgressLine(Parameters& run, bool newline) {
   ProgressState& progress = run.Progress;
   if (!progress.Active) return;
   const bool terminal = run.Screen.StdinIsTerminal;
-  if (run.Has2(FLAG2_COUNT_FIRST)) {
+  if (run.Plain.Pass == CountingPass::Running) {
     std::string text = FormatText(": %d messages found", run.Plain.MessagesFound);
-    if (!run.Plain.StartProperty.Typed.empty()) {
+    if (!run.Asked.Plain.StartProperty.empty()) {
       text += FormatText(" (%d with properties)", run.Plain.MessagesWithProperties);
     }
     if (terminal) run.Screen.ShowInPlace(text);

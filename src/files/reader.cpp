@@ -190,8 +190,8 @@ MQLONG CheckInputFormat(Parameters& run, bool& end) {
   reader.WholeUpTo = 0;
   reader.TokenEnd = 0;
   const bool later = run.FilesRead > 1;
-  bool dump = later && run.Has(FLAG_INPUT_BROWSE_FORMAT);
-  run.Flags |= FLAG_INPUT_BROWSE_FORMAT;  // until the kind is known, a line with an asterisk is no comment
+  bool dump = later && run.Reader.ReadsDump;
+  run.Reader.ReadsDump = true;  // until the kind is known, a line with an asterisk is no comment
   std::string_view line;
   do {
     if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
@@ -200,7 +200,7 @@ MQLONG CheckInputFormat(Parameters& run, bool& end) {
   const bool dumpMark = line.starts_with(kDumpMark);
   const bool fileMark = IsMessageFileMark(line);
   if (dumpMark || fileMark) dump = dumpMark;
-  if (!dump) run.Flags &= ~FLAG_INPUT_BROWSE_FORMAT;
+  run.Reader.ReadsDump = dump;
   if (IsBlank(line)) {
     reader.CutLine = {};
     return 0;
@@ -224,7 +224,7 @@ MQLONG ReadFileMessage(Parameters& run, bool& end) {
 MQLONG ReadNextFileMessage(Parameters& run) {
   for (;;) {
     bool end = false;
-    const bool dump = run.Has(FLAG_INPUT_BROWSE_FORMAT);
+    const bool dump = run.Reader.ReadsDump;
     if (const MQLONG reason = dump ? ReadDumpMessage(run, end) : ReadFileMessage(run, end); reason != 0) return reason;
     if (!end) {
       run.Reader.WholeUpTo = run.Reader.BehindLine;
@@ -233,7 +233,7 @@ MQLONG ReadNextFileMessage(Parameters& run) {
       return 0;
     }
     TellIfCut(run);
-    if (run.Has(FLAG_INPUT_INSERTS)) {
+    if (run.Naming.InputSet) {
       CloseInputFile(run);
       MQLONG reason = OpenFiles(run, {.Input = true});
       if (reason == 0) reason = CheckInputFormat(run, end);

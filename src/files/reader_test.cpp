@@ -95,8 +95,8 @@ TEST_F(Reader, TheProgressOfASetIsThatOfTheFileInHand) {
   folder.Write("2", kMark + "N\nS A\n\nN\nS B\n");
   Parameters run;
   run.Screen.StdinIsTerminal = true;
-  run.Flags |= FLAG_INPUT_INSERTS;
-  run.InputFileName.Assign(folder.Path("%n"));
+  run.Naming.InputSet = true;
+  run.Asked.Input.FileName = folder.Path("%n");
   testing::internal::CaptureStderr();
   ASSERT_EQ(OpenFiles(run, {.Input = true}), 0);
   for (int message = 1; message <= 2; ++message) ASSERT_EQ(ReadNextFileMessage(run), 0);
@@ -129,7 +129,7 @@ TEST_F(Reader, WholeMessagesAreDeliveredBeforeAReadErrorIs) {
 
 TEST_F(Reader, MemoryTrace) {
   Parameters run;
-  run.Debug = DEBUG_MEMORY;
+  run.Asked.Display.TraceMemory = true;
   OpenFile(run, kMark + "N\nS \"" + std::string(2040, 'a') + "\"\n");
   testing::internal::CaptureStderr();
   ASSERT_EQ(GrowMessageBuffer(run, 1), 0);
@@ -228,7 +228,7 @@ TEST_F(Reader, WhatTheEndOfAFileTells) {
   };
   for (const auto& c : cases) {
     Parameters run;
-    run.Flags |= FLAG_QUIET;
+    run.Asked.Display.Quiet = true;
     OpenFile(run, c.Content);
     MQLONG reason = 0;
     testing::internal::CaptureStderr();

@@ -8,15 +8,13 @@
 
 namespace {
 
-constexpr std::uint32_t kAscii = FLAG_ASCII_LINES, kColumns = FLAG_ASCII_COLUMNS, kCharacters = FLAG_APPLDATA_CHAR;
-
 constexpr Layout kLayouts[] = {{"hex"},
-                               {"columns", kColumns | FLAG_WRITE_INDEX},
-                               {"ascii", kAscii | kCharacters},
-                               {"ascii columns", kAscii | kColumns, 0, 10},
-                               {"printable", kCharacters, FLAG2_PRINTABLE},
-                               {"printable columns", kColumns, FLAG2_PRINTABLE, 100},
-                               {"wide", 0, 0, 5000}};
+                               {"columns", {.AsciiColumns = true, .Index = true}},
+                               {"ascii", {.AsciiLines = true, .ApplDataAsText = true}},
+                               {"ascii columns", {.AsciiLines = true, .AsciiColumns = true, .DataWidth = 10}},
+                               {"printable", {.Printable = true, .ApplDataAsText = true}},
+                               {"printable columns", {.AsciiColumns = true, .Printable = true, .DataWidth = 100}},
+                               {"wide", {.DataWidth = 5000}}};
 
 class Generator {
  public:
@@ -115,11 +113,11 @@ TEST_F(RoundTrip, StringFields) {
   std::memset(message.Descriptor.Format, 0, 8);  // the default is blank here
   message.Descriptor.ApplOriginData[1] = '\n';
   Parameters run;
-  run.Flags |= kCharacters;
+  run.Asked.Layout.ApplDataAsText = true;
   const std::string file = FileOf(run, message);
   EXPECT_NE(file.find("A FMT \nA FMX 0000000000000000\n"), std::string::npos);
   EXPECT_NE(file.find("A AOD \nA AOX 000A0000\n"), std::string::npos);
-  Check({"hex", kCharacters}, {message});
+  Check({"hex", {.ApplDataAsText = true}}, {message});
 }
 
 // As text a message leaves its queue only if it comes back as it was: every data of a few bytes is tried.
@@ -131,10 +129,10 @@ TEST_F(RoundTrip, TextIsExactOrRefused) {
       if (left % 5 != 0) message.Data += bytes[static_cast<std::size_t>(left % 5 - 1)];
     }
     Parameters run;
-    run.Flags2 |= FLAG2_TEXT_LINES;
+    run.Asked.Layout.TextLines = true;
     const auto back = MessagesOf("* TARVO\n\n" + FileOf(run, message));
     ASSERT_EQ(back.size(), 1U);
-    run.Flags |= FLAG_GET;
+    run.Asked.Input.Remove = true;
     run.Writer.FileName.Assign(folder.Path("out"));
     ASSERT_EQ(run.Writer.Out.Open(run.Writer.FileName.c_str(), "wb"), 0);
     EXPECT_EQ(WriteMessage(run, message) == 0, back[0].Data == message.Data) << testing::PrintToString(message.Data);

@@ -17,16 +17,16 @@
 namespace {
 
 DataLayout LayoutOf(const Parameters& run) {
-  if (run.Has2(FLAG2_RAW)) return DataLayout::Raw;
-  if (run.Has(FLAG_ASCII_LINES)) return DataLayout::AsciiLines;
-  if (run.Has2(FLAG2_PRINTABLE)) return DataLayout::Printable;
-  return run.Has2(FLAG2_TEXT_LINES) ? DataLayout::Text : DataLayout::Hex;
+  if (run.Asked.Layout.Raw) return DataLayout::Raw;
+  if (run.Asked.Layout.AsciiLines) return DataLayout::AsciiLines;
+  if (run.Asked.Layout.Printable) return DataLayout::Printable;
+  return run.Asked.Layout.TextLines ? DataLayout::Text : DataLayout::Hex;
 }
 
 LineForm FormOf(const Parameters& run) {
   constexpr int kLeastWidth = 2;
-  return {.Width = static_cast<std::size_t>(std::max(run.DataWidth, kLeastWidth)),
-          .Columns = run.Has(FLAG_ASCII_COLUMNS)};
+  return {.Width = static_cast<std::size_t>(std::max(run.Asked.Layout.DataWidth, kLeastWidth)),
+          .Columns = run.Asked.Layout.AsciiColumns};
 }
 
 // The messages that the block still held have not reached the file. Returns the reason of the run's failure.
@@ -114,12 +114,12 @@ char* PutField(char* out, const DescriptorField& field, const MQBYTE* value) {
 
 MQLONG WriteDescriptor(Parameters& run) {
   OutputFile& file = run.Writer.Out;
-  if (run.Has2(FLAG2_NO_MQMD)) return run.Has2(FLAG2_RAW) || file.Append("N\n") ? 0 : CanNotWrite(run);
+  if (run.Asked.Layout.NoDescriptor) return run.Asked.Layout.Raw || file.Append("N\n") ? 0 : CanNotWrite(run);
   char* const room = file.Reserve(LongestDescriptor());
   if (room == nullptr) return CanNotWrite(run);
   const MQMD& descriptor = run.Message.Descriptor;
   const FieldCondition left =
-      run.Has(FLAG_APPLDATA_CHAR) ? FieldCondition::OnlyAsHex : FieldCondition::OnlyAsCharacters;
+      run.Asked.Layout.ApplDataAsText ? FieldCondition::OnlyAsHex : FieldCondition::OnlyAsCharacters;
   char* out = room;
   for (const DescriptorField* field = DescriptorFields; field->Kind != FieldKind::End; ++field) {
     // The lines of a descriptor also end the message before it: some are written whatever its version says.
@@ -143,7 +143,7 @@ MQLONG LosesBytes(Parameters& run) {
 MQLONG WriteText(Parameters& run, DataBytes data, LineForm form) {
   bool exact = false;
   if (!WriteTextLines(run.Writer.Out, data, form, exact)) return CanNotWriteWithCode(run);
-  return exact || !run.Has(FLAG_GET) ? 0 : LosesBytes(run);
+  return exact || !run.Asked.Input.Remove ? 0 : LosesBytes(run);
 }
 
 MQLONG WriteMessageData(Parameters& run) {
@@ -181,7 +181,7 @@ MQLONG WriteIndexLine(Parameters& run) {
 }
 
 MQLONG WriteMessageBlock(Parameters& run) {
-  MQLONG reason = run.Has(FLAG_WRITE_INDEX) ? WriteIndexLine(run) : 0;
+  MQLONG reason = run.Asked.Layout.Index ? WriteIndexLine(run) : 0;
   if (reason == 0) reason = WriteDescriptor(run);
   if (reason == 0) reason = WriteMessageData(run);
   if (reason == 0 && !run.Writer.Out.Append("\n")) reason = CanNotWrite(run);
@@ -258,10 +258,10 @@ const char* CreationTime(Parameters& run) {
 }  // namespace
 
 MQLONG WriteFileHeader(Parameters& run, const QueueElement* source) {
-  if (run.Has2(FLAG2_NO_FILE_HEADER) || run.NullOutput) return 0;
+  if (run.Asked.Layout.NoHeader || run.NullOutput) return 0;
   std::string header = FormatText("* TARVO Version:%s Created:%s", kVersion, CreationTime(run));
   if (source != nullptr && source->Hobj != MQHO_UNUSABLE_HOBJ) {
-    const char* const qmgr = run.QMgrs[run.InputQMgr].QMgrName.c_str();
+    const char* const qmgr = run.QMgrs[run.Asked.Input.QMgr].QMgrName.c_str();
     if (*qmgr != '\0') header += FormatText("* Qmgr  = %.48s\n", qmgr);
     if (!source->QueueName.empty()) header += FormatText("* Queue = %.48s\n", source->QueueName.c_str());
   }
@@ -272,8 +272,8 @@ MQLONG WriteFileHeader(Parameters& run, const QueueElement* source) {
 MQLONG WriteFileMessage(Parameters& run) {
   WriterState& writer = run.Writer;
   MQLONG reason = 0;
-  if (!run.NullOutput && !run.Has2(FLAG2_COUNT)) {
-    reason = run.Has(FLAG_SHOW_TIME_ON_QUEUE) ? WriteTimeOnQueue(run) : WriteMessageBlock(run);
+  if (!run.NullOutput && !run.Asked.Display.Count) {
+    reason = run.Asked.Layout.TimeOnQueue ? WriteTimeOnQueue(run) : WriteMessageBlock(run);
   }
   writer.LastLength = run.Message.Length;
   writer.LastWritten = true;
@@ -284,13 +284,13 @@ MQLONG WriteFileMessage(Parameters& run) {
 bool MayLoseBytes(const Parameters& run) { return LayoutOf(run) == DataLayout::Text; }
 
 bool WritesMessageFile(const Parameters& run) {
-  if (MayLoseBytes(run) || run.Has2(FLAG2_RAW) || run.Has(FLAG_SHOW_TIME_ON_QUEUE)) return false;
-  return !run.Has2(FLAG2_NO_MQMD) || !run.Has2(FLAG2_NO_FILE_HEADER);
+  if (MayLoseBytes(run) || run.Asked.Layout.Raw || run.Asked.Layout.TimeOnQueue) return false;
+  return !run.Asked.Layout.NoDescriptor || !run.Asked.Layout.NoHeader;
 }
 
 std::int64_t WorstCaseSize(const Parameters& run, MQLONG messageLength) {
-  if (run.NullOutput || run.Has2(FLAG2_COUNT)) return 0;
-  if (run.Has(FLAG_SHOW_TIME_ON_QUEUE)) return kLongestTimeOnQueue;
+  if (run.NullOutput || run.Asked.Display.Count) return 0;
+  if (run.Asked.Layout.TimeOnQueue) return kLongestTimeOnQueue;
   constexpr std::int64_t kEmptyLine = 1;
   return static_cast<std::int64_t>(kLongestIndexLine + LongestDescriptor()) +
          LongestData(LayoutOf(run), messageLength, FormOf(run)) + kEmptyLine;
@@ -311,7 +311,7 @@ MQLONG CloseOutputFile(Parameters& run) {
   const bool replaces = known && !writer.Changes.Files.back().Temporary.empty();
   // Messages of a queue are reported as written once they are on the disk, and an old file goes only when the new one
   // is; a file that is rewritten under another name still stands as it was.
-  const bool toDisk = run.InputFileName.empty() || replaces;
+  const bool toDisk = run.Asked.Input.FileName.empty() || replaces;
   if (const int error = writer.Out.Close(toDisk); error != 0) return FlushFailed(run, error);
   NothingHeld(writer);
   return 0;

@@ -47,29 +47,27 @@ class Writer : public MessageFiles {
  protected:
   std::string Lines(Layout layout, const std::string& data) {
     Parameters run;
-    layout.Flags2 |= FLAG2_NO_MQMD;
+    layout.Form.NoDescriptor = true;
     Use(run, layout);
     const std::string file = FileOf(run, {DefaultDescriptor(), data});
     return file.substr(2, file.size() - 3);  // without the "N" line and the empty line
   }
 };
 
-constexpr std::uint32_t kAscii = FLAG_ASCII_LINES, kColumns = FLAG_ASCII_COLUMNS;
-
 TEST_F(Writer, DocumentedExample) {
   const std::pair<Layout, std::string> cases[] = {
       {{"hex"}, "X 4F726465722031373A20224134222070617065727E78320D0A\nX 5174793D33000102\n"},
-      {{"columns", kColumns},
+      {{"columns", {.AsciiColumns = true}},
        "X 4F726465722031373A20224134222070617065727E78320D0A  <Order 17: \"A4\" paper~x2..>\n"
        "X 5174793D33000102" +
            std::string(36, ' ') + "<Qty=3...>\n"},
-      {{"ascii", kAscii},
+      {{"ascii", {.AsciiLines = true}},
        "S \"Order 17: \"\nX 22\nS \"A4\"\nX 22\nS \" paper\"\nX 7E\nS \"x2\"\nX 0D0A\nS \"Qty=3\"\nX 000102\n"},
-      {{"printable", 0, FLAG2_PRINTABLE}, "S \"Order 17: ~\"A4~\" paper~~x2\"\nX 0D0A\nS \"Qty=3\"\nX 000102\n"},
-      {{"text", 0, FLAG2_TEXT_LINES}, "T Order 17: \"A4\" paper~x2\nT Qty=3\nX 000102\n"},
-      {{"raw", 0, FLAG2_RAW}, DocumentedMessage().Data},
-      {{"raw first", kAscii, FLAG2_RAW | FLAG2_PRINTABLE}, DocumentedMessage().Data},
-      {{"narrow columns", kColumns, 0, 10},
+      {{"printable", {.Printable = true}}, "S \"Order 17: ~\"A4~\" paper~~x2\"\nX 0D0A\nS \"Qty=3\"\nX 000102\n"},
+      {{"text", {.TextLines = true}}, "T Order 17: \"A4\" paper~x2\nT Qty=3\nX 000102\n"},
+      {{"raw", {.Raw = true}}, DocumentedMessage().Data},
+      {{"raw first", {.AsciiLines = true, .Printable = true, .Raw = true}}, DocumentedMessage().Data},
+      {{"narrow columns", {.AsciiColumns = true, .DataWidth = 10}},
        "X 4F726465722031373A20  <Order 17: >\nX 22413422207061706572  <\"A4\" paper>\n"
        "X 7E78320D0A5174793D33  <~x2..Qty=3>\nX 000102" +
            std::string(16, ' ') + "<...>\n"}};
@@ -81,8 +79,10 @@ TEST_F(Writer, DocumentedExample) {
 }
 
 TEST_F(Writer, DataLinesAtTheEdges) {
-  const Layout hex{"hex"}, ascii{"A", kAscii}, printable{"p", 0, FLAG2_PRINTABLE}, text{"t", 0, FLAG2_TEXT_LINES};
-  const Layout both{"Aa", kAscii | kColumns, 0, 10}, columns{"a", kColumns, 0, 10};
+  const Layout hex{"hex"}, ascii{"A", {.AsciiLines = true}}, printable{"p", {.Printable = true}},
+      text{"t", {.TextLines = true}};
+  const Layout both{"Aa", {.AsciiLines = true, .AsciiColumns = true, .DataWidth = 10}},
+      columns{"a", {.AsciiColumns = true, .DataWidth = 10}};
   const std::string digits(100'000, 'F');
   const std::tuple<Layout, std::string, std::string> cases[] = {
       {hex, "", "X \n"},
@@ -103,11 +103,11 @@ TEST_F(Writer, DataLinesAtTheEdges) {
       {text, "a\n\r\r\nb", "T a\nT \nT b\n"},
       {text, "\x01\nab", "T \nX 010A\nT ab\n"},
       {text, "a\x02", "T a\nX 02\n"},
-      {{"wide", 0, 0, 100'000}, std::string(50'000, '\xFF'), "X " + digits + "\n"},
-      {{"wide columns", kColumns, 0, 50'001},
+      {{"wide", {.DataWidth = 100'000}}, std::string(50'000, '\xFF'), "X " + digits + "\n"},
+      {{"wide columns", {.AsciiColumns = true, .DataWidth = 50'001}},
        std::string(50'000, '\xFF'),
        "X " + digits + "    <" + std::string(50'000, '.') + ">\n"},
-      {{"wide strings", 0, FLAG2_PRINTABLE, 100'000},
+      {{"wide strings", {.Printable = true, .DataWidth = 100'000}},
        std::string(100'000, '"'),
        "S \"" + Repeated(100'000, "~\"") + "\"\n"}};
   for (const auto& [layout, data, lines] : cases) {
@@ -118,20 +118,20 @@ TEST_F(Writer, DataLinesAtTheEdges) {
 
 TEST_F(Writer, DescriptorOptions) {
   TestMessage message = DocumentedMessage();
-  const auto file = [&](std::uint32_t flags, std::uint32_t flags2) {
+  const auto file = [&](const LayoutOptions& form) {
     Parameters run;
-    Use(run, {"", flags, flags2});
+    Use(run, {"", form});
     run.SelectedCount = 7;
     return FileOf(run, message);
   };
-  const std::string characters = file(FLAG_APPLDATA_CHAR, 0);
+  const std::string characters = file({.ApplDataAsText = true});
   EXPECT_NE(characters.find("\nA AID " + std::string(32, ' ') + "\nA PAT"), std::string::npos);
   EXPECT_NE(characters.find("\nA AOD     \nA GRP"), std::string::npos);
   EXPECT_EQ(characters.find("A AIX") + 1, characters.find("A AOX") + 1);  // neither
-  EXPECT_EQ(file(FLAG_WRITE_INDEX, FLAG2_NO_MQMD).substr(0, 12), "* Index 7\nN\n");
-  EXPECT_EQ(file(0, FLAG2_NO_MQMD | FLAG2_RAW), message.Data + "\n");
+  EXPECT_EQ(file({.Index = true, .NoDescriptor = true}).substr(0, 12), "* Index 7\nN\n");
+  EXPECT_EQ(file({.Raw = true, .NoDescriptor = true}), message.Data + "\n");
   message.Descriptor.Version = 1;
-  const std::string first = file(0, 0);
+  const std::string first = file({});
   EXPECT_EQ(first.substr(0, 8), "A RPT 0\n");
   EXPECT_NE(first.find("A AOX 20202020\nX "), std::string::npos);
 }
@@ -144,11 +144,15 @@ TEST_F(Writer, WorstCaseIsNeverPassed) {
   std::memset(static_cast<void*>(&worst.Descriptor), 0xFF, sizeof worst.Descriptor);  // long numbers
   worst.Descriptor.Version = 2;
   worst.Descriptor.ReplyToQ[47] = '\n';
-  for (const std::uint32_t flags : {0U, kColumns, kAscii, kAscii | kColumns}) {
-    for (const std::uint32_t flags2 : {0U, FLAG2_PRINTABLE, FLAG2_TEXT_LINES, FLAG2_RAW}) {
+  LayoutOptions layouts[5]{{}, {.AsciiLines = true}, {.Printable = true}, {.TextLines = true}, {.Raw = true}};
+  for (LayoutOptions& form : layouts) {
+    form.Index = true;
+    form.DataWidth = 10;
+    for (const bool columns : {false, true}) {
+      form.AsciiColumns = columns;
       for (const std::string& data : {""s, "~"s, "\x01"s, mixed, std::string(999, '~'), std::string(999, '\n')}) {
         Parameters run;
-        Use(run, {"", flags | FLAG_WRITE_INDEX, flags2, 10});
+        Use(run, {"", form});
         worst.Data = data;
         EXPECT_LE(static_cast<std::int64_t>(FileOf(run, worst).size()),
                   WorstCaseSize(run, static_cast<MQLONG>(data.size())));
@@ -156,7 +160,7 @@ TEST_F(Writer, WorstCaseIsNeverPassed) {
     }
   }
   Parameters run;
-  Use(run, {"", kAscii | kColumns, 0, kWidestLine});
+  Use(run, {"", {.AsciiLines = true, .AsciiColumns = true, .DataWidth = kWidestLine}});
   EXPECT_GT(WorstCaseSize(run, INT32_MAX), std::int64_t{INT32_MAX} * kWidestLine);
 }
 

@@ -114,11 +114,11 @@ class Question {
 // The name that the command server is asked for: one '*' at the end stands for everything from the first wildcard on.
 // The server counts case, so a pattern in lower case, which also matches names in upper case, asks for all names.
 std::string GenericName(const Parameters& run) {
-  const QueueList& inputs = *run.InputList;
-  if (inputs.Count() != 1) return "*";
-  std::string name(NameInField(inputs.Entries[0].ObjectName, kNameLength));
+  const auto& inputs = run.Asked.Input.Queues;
+  if (inputs.size() != 1) return "*";
+  std::string name = inputs[0].Queue;
   const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
-  if (!run.Has2(FLAG2_QUOTED_NAME) && std::any_of(name.begin(), name.end(), isLower)) return "*";
+  if (!run.Asked.CaseCounts && std::any_of(name.begin(), name.end(), isLower)) return "*";
   for (const char wildcard : {'*', '?'}) {
     const std::size_t at = name.find(wildcard);
     if (at != std::string::npos) name = name.substr(0, at) + '*';
@@ -174,10 +174,9 @@ MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
   const bool cut = !name.empty() && type == MQQT_LOCAL && depth < 0;
   if (reply.malformed() || cut || !IsQueueName(name)) return ReportUnreadable(run);
   if (name.empty() || type != MQQT_LOCAL || definition == MQQDT_TEMPORARY_DYNAMIC || depth == 0) return 0;
-  const auto& patterns = run.InputList->Entries;
-  const bool wanted = std::any_of(patterns.begin(), patterns.end(), [&](const MQOR& entry) {
-    return MatchesPattern(run, name, NameInField(entry.ObjectName, kNameLength));
-  });
+  const auto& patterns = run.Asked.Input.Queues;
+  const bool wanted = std::any_of(patterns.begin(), patterns.end(),
+                                  [&](const QueueName& pattern) { return MatchesPattern(run, name, pattern.Queue); });
   if (!wanted || name == kCommandQueue || name == kMainframeCommandQueue) return 0;
   // A queue that is told of twice is unloaded once: a second file would double its messages in a later load.
   if (run.Generic.Queues.HasQueue(name)) return 0;
@@ -248,7 +247,7 @@ PcfRequest StatusRequest(const QueueElement& queue) {
 bool TakeSizes(Parameters& run, QMgrConn& conn, PcfReply& reply, QueueElement& queue) {
   if (!reply.usable()) return ReportUnreadable(run) == 0;
   const MQLONG reason = reply.header().Reason;
-  if (reason != MQRC_NONE || (run.Verbose & VERBOSE_APIS) != 0) {
+  if (reason != MQRC_NONE || run.Asked.Display.TraceCalls) {
     ReportMqCall(run.Screen, "Inquire Queue Status", conn.QMgrName, queue.QueueName, reason);
   }
   if (reason != MQRC_NONE) return false;
@@ -265,7 +264,7 @@ bool TakeSizes(Parameters& run, QMgrConn& conn, PcfReply& reply, QueueElement& q
 // next.
 bool AskForSizes(Parameters& run, QMgrConn& conn, QueueElement& queue) {
   const auto failed = [&](const char* call, std::string_view object, const CallResult& result) {
-    if (result.failed() || (run.Verbose & VERBOSE_APIS) != 0) {
+    if (result.failed() || run.Asked.Display.TraceCalls) {
       ReportMqCall(run.Screen, call, conn.QMgrName, object, result.Reason);
     }
     return result.failed();

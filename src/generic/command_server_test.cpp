@@ -95,11 +95,8 @@ class CommandServerTest : public testing::Test {
   ~CommandServerTest() override { EXPECT_EQ(FakeServer::Open, 0) << "a handle is left open"; }
 
   void SetPatterns(const std::vector<std::string>& patterns) {
-    run.InputList = std::make_unique<QueueList>();
-    for (const auto& pattern : patterns) {
-      MQOR& entry = run.InputList->Entries.emplace_back();
-      FillField(entry.ObjectName, sizeof entry.ObjectName, pattern, '\0');
-    }
+    run.Asked.Input.Queues.clear();
+    for (const auto& pattern : patterns) run.Asked.Input.Queues.push_back({"", pattern});
   }
   // Asks for the queues; what is shown is kept, and the queues that are listed are returned.
   std::string Listed() {
@@ -156,7 +153,7 @@ TEST_F(CommandServerTest, AsksForWhatThePatternsMayMatch) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.Patterns.front());
-    run.Flags2 = c.Quoted ? FLAG2_QUOTED_NAME : 0;
+    run.Asked.CaseCounts = c.Quoted;
     SetPatterns(c.Patterns);
     FakeServer::Replies = {QueueReply("APP1X", 5, kNotLast),
                            QueueReply("app1x" + std::string(43, ' '), 5, kNotLast),

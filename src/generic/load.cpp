@@ -1,4 +1,4 @@
-#include <cerrno>
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <filesystem>
@@ -16,11 +16,9 @@ namespace {
 
 // Whether a queue name matches an output queue name taken as a pattern.
 bool IsWanted(const Parameters& run, std::string_view queue) {
-  if (run.OutputList == nullptr) return MatchesPattern(run, queue, run.OutputQueueName);
-  for (const MQOR& entry : run.OutputList->Entries) {
-    if (MatchesPattern(run, queue, NameInField(entry.ObjectName, sizeof entry.ObjectName))) return true;
-  }
-  return false;
+  const auto& patterns = run.Asked.Output.Queues;
+  return std::any_of(patterns.begin(), patterns.end(),
+                     [&](const QueueName& pattern) { return MatchesPattern(run, queue, pattern.Queue); });
 }
 
 // Lists the files of the queues that are wanted. A file that is left out is named; `leftOut` becomes the run's result
@@ -32,7 +30,7 @@ MQLONG FindFiles(Parameters& run, MQLONG& leftOut) {
     const char* why = entry.Fault;
     if (why != nullptr) {
       leftOut = MQRC_FILE_SYSTEM_ERROR;
-    } else if (IsSystemQueue(entry.QueueName) && !(run.OutputQueueName == entry.QueueName)) {
+    } else if (IsSystemQueue(entry.QueueName) && run.Asked.Output.Queues.front().Queue != entry.QueueName) {
       why = "a system queue is loaded only when it is named";
     }
     if (why == nullptr) return run.Generic.Queues.Add(std::move(entry));
@@ -143,21 +141,17 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
   const MQLONG opened =
       OpenQueue(conn, start.QueueName, conn.QMgrName, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT, run.OutputHobj);
   if (opened != 0) return ReportQueueFailure(opened, firstFailure);
-  run.OutputQueueName.Assign(start.QueueName);
-  run.OutputQMgrName.clear();
+  run.TargetQueueName.Assign(start.QueueName);
+  run.TargetQMgrName.clear();
   run.Naming.BaseName = start.BaseName;
-  int fileError = ENAMETOOLONG;
-  if (run.InputFileName.Assign(start.FilePath)) {
-    run.Naming.InputName.Assign(start.FilePath);
-    fileError = run.Reader.In.Open(start.FilePath.c_str(), "r");
-    run.FilesRead = 1;
-  }
-  if (fileError != 0) {
+  run.Naming.InputName.Assign(start.FilePath);
+  run.FilesRead = 1;
+  if (const int fileError = run.Reader.In.Open(start.FilePath.c_str(), "r"); fileError != 0) {
     WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", fileError), fileError));
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
     return CloseQueue(conn, run.OutputHobj);
   }
-  run.Flags = start.HasIndex ? run.Flags | FLAG_INPUT_INSERTS : run.Flags & ~FLAG_INPUT_INSERTS;
+  run.Naming.InputSet = start.HasIndex;
   if (ShowsProgress(run)) StartProgressLine(run, TotalSize(run.Naming.InputPaths), nullptr);
   MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
   if (result == 0) result = run.Reader.Loss;
@@ -179,7 +173,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
 }  // namespace
 
 MQLONG GenericLoad(Parameters& run) {
-  MQLONG result = ParseGenericFileSpec(run, run.InputFileName);
+  MQLONG result = ParseGenericFileSpec(run, run.Asked.Input.FileName);
   MQLONG leftOut = 0;
   if (result == 0) result = FindFiles(run, leftOut);
   if (result != 0) return result;
@@ -192,7 +186,6 @@ MQLONG GenericLoad(Parameters& run) {
   result = CheckQueues(run);
   if (result != 0) return result;
 
-  run.OutputList.reset();
   int queues = 0;
   std::int64_t messages = 0;
   MQLONG firstFailure = leftOut;

@@ -159,7 +159,7 @@ bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQue
 }
 
 bool MatchesPattern(const Parameters& run, std::string_view queueName, std::string_view pattern) {
-  return run.Has2(FLAG2_QUOTED_NAME) ? WildcardMatch(queueName, pattern) : WildcardMatchNoCase(queueName, pattern);
+  return run.Asked.CaseCounts ? WildcardMatch(queueName, pattern) : WildcardMatchNoCase(queueName, pattern);
 }
 
 bool IsSystemQueue(std::string_view queueName) {

@@ -39,7 +39,7 @@ bool AskTerminal(Parameters& run, std::string& answer) {
 }
 
 bool Confirm(Parameters& run, const char* question) {
-  if (run.Has(FLAG_FORCE)) return true;
+  if (run.Asked.Output.Overwrite) return true;
   run.Screen.PrintText(question);
   std::string answer;
   const bool yes = AskTerminal(run, answer) && (answer.starts_with('Y') || answer.starts_with('y'));
@@ -68,14 +68,12 @@ void ResetForNextQueue(Parameters& run) {
   run.Reader.FileBytes = 0;
   run.Reader.FinishedFileBytes = 0;
   run.Reader.TokenEnd = 0;
-  run.Flags &= ~FLAG_INPUT_BROWSE_FORMAT;
+  run.Reader.ReadsDump = false;
   EndProgressLine(run, false);
   run.Progress = ProgressState{};
 }
 
-bool ShowsProgress(const Parameters& run) {
-  return (run.Screen.StdinIsTerminal && !run.Has(FLAG_QUIET)) || run.Has2(FLAG2_COUNT_FIRST);
-}
+bool ShowsProgress(const Parameters& run) { return run.Screen.StdinIsTerminal && !run.Asked.Display.Quiet; }
 
 void ReportQueueFailure(MQLONG reason, MQLONG& firstFailure) {
   PrintOutput("RC(%d) %s\n", reason, ReasonText(reason));
@@ -90,11 +88,11 @@ void ShowMessageText(Parameters& run) {
 }
 
 MQLONG OpenQueue(QMgrConn& conn, std::string_view queue, std::string_view qmgr, MQLONG options, MQHOBJ& hobj,
-                 std::string* selector) {
+                 const std::optional<std::string>& selector) {
   MQOD object;
-  if (selector != nullptr) {
+  if (selector) {
     object.Version = MQOD_VERSION_4;
-    object.SelectionString.VSPtr = selector->data();
+    object.SelectionString.VSPtr = const_cast<char*>(selector->data());
     object.SelectionString.VSLength = static_cast<MQLONG>(selector->size());
   }
   FillField(object.ObjectName, sizeof object.ObjectName, queue);

@@ -3,6 +3,7 @@
 // What the generic unload and load share: reading the directory, asking the user, and resetting the run between queues.
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -38,5 +39,5 @@ void ShowMessageText(Parameters& run);
 // Opens a queue of the run, with a message selector when one is given; a failure is returned as its reason, 0
 // otherwise.
 MQLONG OpenQueue(QMgrConn& conn, std::string_view queue, std::string_view qmgr, MQLONG options, MQHOBJ& hobj,
-                 std::string* selector = nullptr);
+                 const std::optional<std::string>& selector = {});
 void CloseQueue(QMgrConn& conn, MQHOBJ& hobj);

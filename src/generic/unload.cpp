@@ -25,10 +25,10 @@ struct Totals {
 // "No non-empty queues found matching 'A*', 'B*' or 'C*'."
 void ShowNothingFound(Parameters& run) {
   std::string text = "No non-empty queues found matching ";
-  const auto& patterns = run.InputList->Entries;
+  const auto& patterns = run.Asked.Input.Queues;
   for (std::size_t i = 0; i < patterns.size(); ++i) {
     if (i > 0) text += i + 1 == patterns.size() ? " or " : ",";
-    text += '\'' + std::string(NameInField(patterns[i].ObjectName, sizeof patterns[i].ObjectName)) + '\'';
+    text += '\'' + patterns[i].Queue + '\'';
   }
   run.Screen.Print("%s.\n", text.c_str());
 }
@@ -100,7 +100,7 @@ ForeignFiles AskAboutForeignFiles(Parameters& run) {
   if (!ShowExisting(run, false)) return ForeignFiles::Keep;
   run.Screen.PrintText("\nThese files already exist and will not be affected by the download.");
   run.Screen.PrintText("\nHowever, they could affect and contaminate a future upload.\n");
-  if (run.Has(FLAG_FORCE)) return ForeignFiles::Keep;
+  if (run.Asked.Output.Overwrite) return ForeignFiles::Keep;
   for (;;) {
     run.Screen.PrintText("What would you like to do? (c)ontinue, (d)elete the files, (q)uit ");
     std::string answer;
@@ -118,7 +118,7 @@ bool CheckAccess(Parameters& run) {
   bool failed = false;
   for (const auto& [key, queue] : run.Generic.Queues) {
     MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
-    const MQLONG reason = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Selector.get());
+    const MQLONG reason = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Asked.Selection.Selector);
     CloseQueue(conn, hobj);
     if (reason == 0) continue;
     failed = true;
@@ -130,7 +130,7 @@ bool CheckAccess(Parameters& run) {
 // Everything that is asked or checked before the first file is touched.
 MQLONG PrepareDirectory(Parameters& run, bool& deleteForeign) {
   if (const MQLONG reason = CheckNames(run); reason != 0) return reason;
-  if (!run.Has(FLAG_FORCE) && HasListed(run, true)) {
+  if (!run.Asked.Output.Overwrite && HasListed(run, true)) {
     ShowExisting(run, true);
     if (!Confirm(run, "\nThese files already exist and will be deleted.\nAre you sure you want to continue? ")) {
       return MQRC_OBJECT_ALREADY_EXISTS;
@@ -192,10 +192,9 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
   ResetForNextQueue(run);
   QMgrConn& conn = InputConn(run);
   MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
-  const MQLONG opened = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Selector.get());
+  const MQLONG opened = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Asked.Selection.Selector);
   if (opened != 0) return ReportQueueFailure(opened, firstFailure);
   run.Naming.BaseName = queue.BaseName;
-  run.OutputFileName.Assign(queue.FilePath);
   if (const int error = OpenQueueFile(run, queue.FilePath); error != 0) {
     WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", error), error));
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
@@ -215,7 +214,8 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
   } else if (run.CutShort) {
     PrintOutput("Cut short.\n");
   } else {
-    PrintOutput(run.Has(FLAG_SELECTING | kIdentifierFlags) ? "Filtered.\n" : "Changing.\n");
+    const bool filtered = run.Asked.Selection.Active || run.Asked.Selection.HasIdentifier();
+    PrintOutput(filtered ? "Filtered.\n" : "Changing.\n");
   }
   CloseQueue(conn, hobj);
   ShowMessageText(run);
@@ -224,22 +224,21 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
 }  // namespace
 
 MQLONG GenericUnload(Parameters& run) {
-  if (run.Has(FLAG_GET)) {
+  if (run.Asked.Input.Remove) {
     run.Screen.PrintText("You can not do a destructive generic unload.\n");
     return MQRC_OPTIONS_ERROR;
   }
-  if (run.Has(FLAG_SUMMARY | FLAG_SHOW_TIME_ON_QUEUE)) {
+  if (run.Asked.Display.Summary || run.Asked.Layout.TimeOnQueue) {
     run.Screen.PrintText("The display options 's' and 'T' write no messages, which a generic unload is for.\n");
     return MQRC_OPTIONS_ERROR;
   }
-  MQLONG result = ParseGenericFileSpec(run, run.OutputFileName);
+  MQLONG result = ParseGenericFileSpec(run, run.Asked.Output.FileName);
   if (result == 0) result = QueryQueueNames(run);
   if (result != 0 || InterruptSignal() != 0) return result;
   if (run.Generic.Queues.empty()) {
     ShowNothingFound(run);
     return 0;
   }
-  run.InputList.reset();
   result = FindExistingFiles(run);
   bool deleteForeign = false;
   if (result == 0) result = PrepareDirectory(run, deleteForeign);

@@ -251,7 +251,7 @@ MQLONG PrepareLog(Parameters& run, bool& empty) {
   if (result != 0) {
     run.Screen.Print("No MQ log records found.\n");
     if (run.Log.ReadingDumpFile) {
-      run.Screen.Print("Are you sure file '%s' is the output from DMPMQLOG ?\n", run.Log.LogFile.c_str());
+      run.Screen.Print("Are you sure file '%s' is the output from DMPMQLOG ?\n", run.Log.File.c_str());
     }
   }
   return found ? result : EndOfLines(run, result);

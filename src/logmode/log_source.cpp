@@ -54,7 +54,7 @@ MQLONG StartFormatter(Parameters& run) {
     return MQRC_OPTIONS_ERROR;
   }
   const std::string program = FormatterPath(installation);
-  const std::string& command = run.Log.FormatterCommand;
+  const std::string& command = run.Asked.Log.FormatterCommand;
   run.Screen.Print("Issuing command %s %s\n", program.c_str(), command.c_str() + command.find(' ') + 1);
   const ChildProcess::Failure failure = run.Log.Reader->Lines.StartFormatter(program, command);
   const char* const text = failure.text.c_str();
@@ -89,7 +89,7 @@ MQLONG OpenDumpFile(Parameters& run, const std::string& name) {
     return MQRC_FILE_SYSTEM_ERROR;
   }
   run.Naming.Files.AddInput(IdentityOf(name));
-  run.Log.LogFile.Assign(name);
+  run.Log.File = name;
   run.Log.ReadingDumpFile = true;
   run.Screen.Prefix = [&log = run.Log] {
     return log.DumpLineNumber != 0 ? FormatText("Line No. %u: ", log.DumpLineNumber) : std::string();
@@ -105,16 +105,18 @@ bool ParseLogParameter(Parameters& run, std::string_view text) {
   if (file == "*") file = {};
   std::string_view start, end;
   const bool rangeGood = bracket == std::string_view::npos || SplitRange(text.substr(bracket + 1), start, end);
-  if (!rangeGood || !run.Log.LogFile.Assign(file)) {
+  constexpr std::size_t kLongestName = 255;
+  if (!rangeGood || file.size() > kLongestName) {
     run.Screen.Print("Unrecognised log file parameter format.\n");
     return false;
   }
+  run.Asked.Log.File = file;
   std::string command = "dmpmqlog ";
-  if (const auto& qmgr = InputConn(run).QMgrName; !qmgr.empty()) command += "-m " + std::string(qmgr.view()) + ' ';
+  if (const auto& qmgr = run.Asked.QMgrs[run.Asked.Input.QMgr].Name; !qmgr.empty()) command += "-m " + qmgr + ' ';
   if (!file.empty()) command += "-f " + Argument(file) + ' ';
   command += start.empty() ? "-b " : "-s " + std::string(start) + ' ';
   if (!end.empty()) command += "-e " + std::string(end) + ' ';
-  run.Log.FormatterCommand = std::move(command);
+  run.Asked.Log.FormatterCommand = std::move(command);
   return true;
 }
 
@@ -131,11 +133,11 @@ MQLONG StartLogReading(Parameters& run, std::string_view queueName) {
                    queueName.data());
   run.Log.Reader = std::make_shared<LogReader>();
   run.Log.Reader->QueueName = queueName;
-  run.Log.Reader->CaseCounts = run.Has2(FLAG2_QUOTED_NAME);
+  run.Log.Reader->CaseCounts = run.Asked.CaseCounts;
   run.Screen.Redraw = [&run] { ShowLogProgress(run); };
   run.Source = &kLogSource;
 
-  std::string_view name = run.Log.LogFile.view();
+  std::string_view name = run.Asked.Log.File;
   name.remove_prefix(std::min(name.find_first_not_of(' '), name.size()));
   const bool isFile =
       name.find('.') != std::string_view::npos && kSeparators.find(name.back()) == std::string_view::npos;

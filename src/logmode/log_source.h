@@ -15,8 +15,7 @@ struct LogReader;
 struct Parameters;
 
 struct LogState {
-  Text<255> LogFile;                  // empty: the queue manager's own log
-  std::string FormatterCommand;       // what the log formatter is started with
+  std::string File;                   // the dump that is read
   bool ReadingDumpFile = false;       // a dump file, not the formatter's pipe; diagnostics then show the line number
   std::uint32_t DumpLineNumber = 0;   // lines read
   std::shared_ptr<LogReader> Reader;  // from StartLogReading on

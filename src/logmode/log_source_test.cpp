@@ -133,7 +133,7 @@ TEST_F(LogTest, AQuotedNameCountsCase) {
   ASSERT_EQ(ReadDump(dump.Text, "ORDERS"), 0);
   EXPECT_EQ(messages.size(), 1U);
   Parameters& run = NewRun();
-  run.Flags2 |= FLAG2_QUOTED_NAME;
+  run.Asked.CaseCounts = true;
   ParseLogParameter(run, folder.Write("dump.txt", dump.Text));
   EXPECT_EQ(ReadAll(run, "ORDERS"), 0);
   EXPECT_TRUE(messages.empty());
@@ -341,10 +341,10 @@ TEST(LogParameter, BecomesTheFormattersCommand) {
   };
   for (const Case& c : kCases) {
     auto run = std::make_unique<Parameters>();
-    run->QMgrs[0].QMgrName.Assign(c.QMgr);
+    run->Asked.QMgrs[0].Name = c.QMgr;
     EXPECT_TRUE(ParseLogParameter(*run, c.Text));
-    EXPECT_EQ(run->Log.FormatterCommand, c.Command);
-    EXPECT_EQ(run->Log.LogFile, c.LogFile);
+    EXPECT_EQ(run->Asked.Log.FormatterCommand, c.Command);
+    EXPECT_EQ(run->Asked.Log.File, c.LogFile);
   }
   for (const std::string& text : {std::string("dump.txt(5"), std::string("dump.txt(5-6"), std::string("dump.txt(5)6"),
                                   "x(" + std::string(50, '1') + ")", std::string(256, 'x'), std::string("x()"),

@@ -24,11 +24,11 @@ constexpr MQLONG kCnoVersionWithApplName = 7;
 void Report(Parameters& run, const QMgrConn& conn, MqStep step, std::string_view call, std::string_view object,
             MQLONG compCode, MQLONG reason) {
   if (compCode == MQCC_FAILED) return ReportFailedCall(run, step, call, conn.QMgrName, object, reason);
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, call, conn.QMgrName, object, reason);
+  if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, call, conn.QMgrName, object, reason);
 }
 
 void Trace(Parameters& run, const QMgrConn& conn, std::string_view call, MQLONG reason) {
-  if ((run.Verbose & VERBOSE_APIS) != 0) ReportMqCall(run.Screen, call, conn.QMgrName, {}, reason);
+  if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, call, conn.QMgrName, {}, reason);
 }
 
 // Asks for name, command level and platform. What cannot be learnt stays unknown; that stops nothing.
@@ -58,7 +58,7 @@ void InquireQMgr(Parameters& run, QMgrConn& conn) {
 
 // Reads a password from the console without showing it. False when there is no console, after printing why, or when an
 // interrupt came instead.
-bool PromptPassword(Parameters& run, QMgrConn& conn) {
+bool PromptPassword(Parameters& run, const std::string& user, QMgrConn& conn) {
   if (!StdinIsTerminal()) {
     run.Screen.Print("Password prompt not supported for non-stdin file\n");
     return false;
@@ -69,9 +69,9 @@ bool PromptPassword(Parameters& run, QMgrConn& conn) {
     return false;
   }
   if (conn.QMgrName.empty()) {
-    run.Screen.Print("Please enter password for User(%s) >", conn.UserId);
+    run.Screen.Print("Please enter password for User(%s) >", user.c_str());
   } else {
-    run.Screen.Print("Please enter password for QM(%s) User(%s) >", conn.QMgrName.c_str(), conn.UserId);
+    run.Screen.Print("Please enter password for QM(%s) User(%s) >", conn.QMgrName.c_str(), user.c_str());
   }
   Secret& password = conn.Password.emplace(kLongestPassword);
   while (password.view().size() < kLongestPassword) {
@@ -93,9 +93,8 @@ bool PromptPassword(Parameters& run, QMgrConn& conn) {
   return !run.Screen.AnswerInterrupted;
 }
 
-// The security parameters for the user of `conn`; its texts belong to `conn`.
-MQCSP SecurityParameters(const QMgrConn& conn) {
-  const std::string_view user(conn.UserId);
+// The security parameters for a user; the texts belong to the arguments.
+MQCSP SecurityParameters(const std::string& user, const QMgrConn& conn) {
   const std::string_view password = conn.Password->view();
   MQCSP csp;
   csp.AuthenticationType = MQCSP_AUTH_USER_ID_AND_PWD;
@@ -129,19 +128,19 @@ MQLONG TryConnect(QMgrConn& conn, MQCSP* csp, bool withApplName, MQLONG& compCod
 // The context with which messages are put decides how the output queues are opened.
 std::optional<MQLONG> OutputOpenOptions(const Parameters& run) {
   static constexpr struct {
-    std::uint32_t Context;
+    PutContext Context;
     MQLONG Options;
   } kOptions[] = {
-      {FLAG_CTX_SET_ALL, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT},
-      {FLAG_CTX_SET_ALL_TIMES, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT},
-      {FLAG_CTX_SET_IDENTITY, MQOO_OUTPUT | MQOO_SET_IDENTITY_CONTEXT},
-      {FLAG_CTX_PASS_ALL, MQOO_OUTPUT | MQOO_PASS_ALL_CONTEXT},
-      {FLAG_CTX_PASS_IDENTITY, MQOO_OUTPUT | MQOO_PASS_IDENTITY_CONTEXT},
-      {FLAG_CTX_DEFAULT, MQOO_OUTPUT},
-      {FLAG_CTX_NONE, MQOO_OUTPUT},
+      {PutContext::SetAll, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT},
+      {PutContext::SetAllTimes, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT},
+      {PutContext::SetIdentity, MQOO_OUTPUT | MQOO_SET_IDENTITY_CONTEXT},
+      {PutContext::PassAll, MQOO_OUTPUT | MQOO_PASS_ALL_CONTEXT},
+      {PutContext::PassIdentity, MQOO_OUTPUT | MQOO_PASS_IDENTITY_CONTEXT},
+      {PutContext::Default, MQOO_OUTPUT},
+      {PutContext::None, MQOO_OUTPUT},
   };
   for (const auto& row : kOptions) {
-    if ((run.Flags & kContextFlags) == row.Context) return row.Options;
+    if (run.Asked.Output.Context == row.Context) return row.Options;
   }
   return std::nullopt;
 }
@@ -150,7 +149,7 @@ std::optional<MQLONG> OutputOpenOptions(const Parameters& run) {
 MQLONG CheckLeadsElsewhere(Parameters& run, const MQOD& od) {
   if (!MayFeedItself(run)) return MQRC_NONE;
   if (InputConn(run).QMgrName.view() != NameInField(od.ResolvedQMgrName, sizeof od.ResolvedQMgrName)) return MQRC_NONE;
-  for (const QueueElement& input : run.InputList->Elements) {
+  for (const QueueElement& input : run.Inputs.Elements) {
     const bool same = input.LocalName.view() == NameInField(od.ResolvedQName, sizeof od.ResolvedQName);
     if (same && !input.LocalName.empty()) return RefuseOntoItself(run, input.QueueName);
   }
@@ -242,24 +241,40 @@ MQLONG OpenDepthHandle(Parameters& run, QMgrConn& conn, const MQCHAR48& resolved
   return MQRC_NONE;
 }
 
+// The list of destinations, with room for what becomes of each. False after printing why.
+bool MakeTargetList(Parameters& run) {
+  const auto& queues = run.Asked.Output.Queues;
+  try {
+    run.TargetList = std::make_unique<QueueList>();
+    for (const QueueName& queue : queues) run.TargetList->Entries.push_back(ObjectRecord(queue));
+    run.TargetList->Responses.assign(queues.size(), MQRR());
+  } catch (const std::bad_alloc&) {
+    run.Screen.Print("Can not allocate destination array. Max Destinations = %d\n", static_cast<int>(queues.size()));
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
-QMgrConn& InputConn(Parameters& run) { return run.QMgrs[run.InputQMgr]; }
-QMgrConn& OutputConn(Parameters& run) { return run.QMgrs[run.OutputQMgr]; }
+QMgrConn& InputConn(Parameters& run) { return run.QMgrs[run.Asked.Input.QMgr]; }
+QMgrConn& OutputConn(Parameters& run) { return run.QMgrs[run.Asked.Output.QMgr]; }
 
-MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn) {
-  const char* library = conn.LibraryName != nullptr ? conn.LibraryName : "";
+MQLONG ConnectQMgr(Parameters& run, int index) {
+  const QMgrOptions& asked = run.Asked.QMgrs[index];
+  QMgrConn& conn = run.QMgrs[index];
+  const std::string library = asked.Library.value_or("");
   std::string explanation;
   if (const int error = LoadMqApi(library, conn.Api, &explanation); error != 0) {
-    run.Screen.Print("Error loading MQAPI DLL %s RC(%d)\n%s", library, error, explanation.c_str());
+    run.Screen.Print("Error loading MQAPI DLL %s RC(%d)\n%s", library.c_str(), error, explanation.c_str());
     return MQRC_ENVIRONMENT_ERROR;
   }
   MQCSP csp;
-  if (conn.UserId != nullptr) {
-    if (!conn.Password && !PromptPassword(run, conn)) return MQRC_OPTIONS_ERROR;
-    csp = SecurityParameters(conn);
+  if (asked.UserId) {
+    if (!conn.Password && !PromptPassword(run, *asked.UserId, conn)) return MQRC_OPTIONS_ERROR;
+    csp = SecurityParameters(*asked.UserId, conn);
   }
-  MQCSP* security = conn.UserId != nullptr ? &csp : nullptr;
+  MQCSP* security = asked.UserId ? &csp : nullptr;
   MQLONG compCode = MQCC_FAILED;
   MQLONG reason = TryConnect(conn, security, true, compCode);
   // A library of an earlier version knows no application name in its connect options.
@@ -303,8 +318,8 @@ void DisconnectQMgr(Parameters& run, QMgrConn& conn) {
 }
 
 bool MayFeedItself(Parameters& run) {
-  return run.HasInputQueues() && !run.LogMode && run.HasOutputQueue() && run.RangeEnd == 0 &&
-         InputConn(run).QMgrName.view() == OutputConn(run).QMgrName.view();
+  return run.Asked.Input.HasQueues() && !run.Asked.Log.Given && run.Asked.Output.HasQueues() &&
+         run.Asked.Selection.RangeEnd == 0 && InputConn(run).QMgrName.view() == OutputConn(run).QMgrName.view();
 }
 
 MQLONG RefuseOntoItself(Parameters& run, std::string_view queue) {
@@ -314,32 +329,32 @@ MQLONG RefuseOntoItself(Parameters& run, std::string_view queue) {
 }
 
 MQLONG OpenOutputs(Parameters& run) {
-  if ((run.Verbose & VERBOSE_DESTINATIONS) != 0) ShowDestinations(run);
+  if (run.Asked.Display.ShowDestinations) ShowDestinations(run);
   const std::optional<MQLONG> contextOptions = OutputOpenOptions(run);
   if (!contextOptions.has_value()) return MQRC_OPTIONS_ERROR;
   MQLONG options = *contextOptions;
   QMgrConn& conn = OutputConn(run);
-  QueueList* list = run.OutputList.get();
+  if (run.Asked.Output.AsList) {
+    if (!MakeTargetList(run)) return MQRC_OPTIONS_ERROR;
+  } else {
+    run.TargetQueueName.Assign(run.Asked.Output.Queues.front().Queue);
+    run.TargetQMgrName.Assign(run.Asked.Output.Queues.front().QMgr);
+  }
+  QueueList* list = run.TargetList.get();
 
   MQOD od;
   if (list != nullptr) {
-    try {
-      list->Responses.assign(list->Entries.size(), MQRR());
-    } catch (const std::bad_alloc&) {
-      run.Screen.Print("Can not allocate destination array. Max Destinations = %d\n", list->Count());
-      return MQRC_OPTIONS_ERROR;
-    }
-    if (run.Has2(FLAG2_INDIVIDUAL_QUEUES)) return OpenIndividually(run, conn, *list, options);
+    if (run.Asked.Output.Individually) return OpenIndividually(run, conn, *list, options);
     if (const MQLONG refusal = CheckListLeadsElsewhere(run, conn, *list); refusal != MQRC_NONE) return refusal;
     od.Version = MQOD_VERSION_2;
     od.RecsPresent = list->Count();
     od.ObjectRecPtr = list->Entries.data();
     od.ResponseRecPtr = list->Responses.data();
   } else {
-    FillField(od.ObjectName, sizeof od.ObjectName, run.OutputQueueName, '\0');
-    FillField(od.ObjectQMgrName, sizeof od.ObjectQMgrName, run.OutputQMgrName, '\0');
+    FillField(od.ObjectName, sizeof od.ObjectName, run.TargetQueueName, '\0');
+    FillField(od.ObjectQMgrName, sizeof od.ObjectQMgrName, run.TargetQMgrName, '\0');
   }
-  const bool adaptiveRate = run.Rate == -1;
+  const bool adaptiveRate = run.Asked.Pace.Rate == -1;
   if (adaptiveRate) options |= MQOO_RESOLVE_LOCAL_Q;
   if (adaptiveRate || (list == nullptr && MayFeedItself(run))) od.Version = MQOD_VERSION_3;
   MQLONG compCode = MQCC_FAILED;

@@ -13,13 +13,13 @@ struct Parameters;
 
 // One queue manager of the run.
 struct QMgrConn {
-  const char* LibraryName = nullptr;  // -l, null when not given
-  MqApiTable Api;                     // filled when the queue manager is connected
-  Text<48> QMgrName;                  // as given, then as the queue manager reports itself
+  MqApiTable Api;     // filled when the queue manager is connected
+  Text<48> QMgrName;  // as given, then as the queue manager reports itself
   MQHCONN Hconn = MQHC_UNUSABLE_HCONN;
   MQLONG CommandLevel = 0;  // 0: not known
   MQLONG Platform = 0;
-  const char* UserId = nullptr;    // -u
+  // Whether it gives message properties back as MQRFH2 header.
+  bool KnowsProperties() const { return CommandLevel >= 700; }
   std::optional<Secret> Password;  // -U, or what was typed at the prompt; gone after the connect
   // Something was got or put under syncpoint on this connection since its last commit or backout. A disconnect would
   // commit it, so a failed run backs it out first.
@@ -32,7 +32,7 @@ struct QMgrConn {
 // for its name, command level and platform. Returns 0, the reason of a connect that failed or ended with a warning
 // (reported), MQRC_ENVIRONMENT_ERROR when the library cannot be loaded, or MQRC_OPTIONS_ERROR without a password. The
 // password is wiped from memory.
-MQLONG ConnectQMgr(Parameters& run, QMgrConn& conn);
+MQLONG ConnectQMgr(Parameters& run, int index);
 
 // Disconnects when connected. A unit of work that is still open is backed out first; when that fails, or consumers may
 // add to it all the time, the connection is left to the end of the process, at which the queue manager backs it out,

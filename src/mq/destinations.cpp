@@ -43,15 +43,8 @@ std::size_t FindSeparator(std::string_view text, char separator) {
   return std::string_view::npos;
 }
 
-std::unique_ptr<QueueList>& ListOf(Parameters& run, ListKind kind) {
-  return kind == ListKind::Output ? run.OutputList : run.InputList;
-}
-
-MQOR Entry(std::string_view qmgr, std::string_view queue) {
-  MQOR entry;
-  FillField(entry.ObjectName, kNameWidth, queue, '\0');
-  FillField(entry.ObjectQMgrName, kNameWidth, qmgr, '\0');
-  return entry;
+std::vector<QueueName>& QueuesOf(Parameters& run, ListKind kind) {
+  return kind == ListKind::Output ? run.Asked.Output.Queues : run.Asked.Input.Queues;
 }
 
 // The chain of inclusions that leads to a record, from the outermost file inwards.
@@ -114,10 +107,9 @@ bool ReadDestinations(Parameters& run, IncludeRecord& record, ListKind kind) {
   return true;
 }
 
-MQLONG CountOf(const std::unique_ptr<QueueList>& list) { return list != nullptr ? list->Count() : 0; }
-
 bool ReadDestinationFile(Parameters& run, std::string_view name, ListKind kind) {
-  const MQLONG before = CountOf(ListOf(run, kind));
+  const std::size_t before = QueuesOf(run, kind).size();
+  if (kind == ListKind::Output) run.Asked.Output.AsList = true;
   IncludeRecord record;
   record.Including = run.IncludeChain;
   record.Path = ResolveIncludedPath(name, record.Including != nullptr ? &record.Including->Path : nullptr);
@@ -127,7 +119,7 @@ bool ReadDestinationFile(Parameters& run, std::string_view name, ListKind kind) 
   if (!read) return false;
   // An included file may well be empty, but whoever names a file on the command line wants its queues: without one of
   // them the run would take messages that it can put nowhere.
-  if (record.Including == nullptr && CountOf(ListOf(run, kind)) == before) {
+  if (record.Including == nullptr && QueuesOf(run, kind).size() == before) {
     run.Screen.Print("There are no destinations in file '%s'.\n", record.Path.FullPath.c_str());
     return false;
   }
@@ -163,26 +155,13 @@ bool SplitNames(Parameters& run, char separator, std::string_view text, const ch
 
 bool SplitQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names, ListKind kind) {
   std::string_view name = text;
-  if (SkipQuotes(name)) run.Flags2 |= FLAG2_QUOTED_NAME;
+  if (SkipQuotes(name)) run.Asked.CaseCounts = true;
   if (NamesFile(name)) {
     names = QueueNames();
     names.NamedFile = true;
     return ReadDestinationFile(run, name.substr(kFilePrefix.size()), kind);
   }
   return SplitNames(run, separator, text, "destination", names);
-}
-
-bool GrowQueueList(Parameters& run, std::unique_ptr<QueueList>& list) {
-  std::size_t capacity = kFirstListCapacity;
-  if (list != nullptr && list->Entries.capacity() > 0) capacity = list->Entries.capacity() * 2;
-  try {
-    if (list == nullptr) list = std::make_unique<QueueList>();
-    if (list->Entries.size() == list->Entries.capacity()) list->Entries.reserve(capacity);
-  } catch (const std::bad_alloc&) {
-    run.Screen.Print("Can not allocate queue list array. Max Destinations = %d\n", static_cast<int>(capacity));
-    return false;
-  }
-  return true;
 }
 
 bool AddDestination(Parameters& run, std::string_view text, ListKind kind) {
@@ -193,16 +172,15 @@ bool AddDestination(Parameters& run, std::string_view text, ListKind kind) {
     run.Screen.Print("The Queue name part of destination '%s' is missing.\n", std::string(text).c_str());
     return false;
   }
-  std::unique_ptr<QueueList>& list = ListOf(run, kind);
-  if (!GrowQueueList(run, list)) return false;
-  if (kind == ListKind::Output) {
-    if (list->Entries.empty() && run.HasOutputQueue()) {
-      list->Entries.push_back(Entry(run.OutputQMgrName, run.OutputQueueName));
-    }
-    // Its name tells everybody that there is an output queue.
-    if (!run.HasOutputQueue()) run.OutputQueueName.Assign(TextInField(names.Queue, kNameWidth));
+  std::vector<QueueName>& queues = QueuesOf(run, kind);
+  if (kind == ListKind::Output && !queues.empty()) run.Asked.Output.AsList = true;
+  try {
+    queues.push_back(
+        {std::string(TextInField(names.QMgr, kNameWidth)), std::string(TextInField(names.Queue, kNameWidth))});
+  } catch (const std::bad_alloc&) {
+    run.Screen.Print("Can not allocate queue list array. Max Destinations = %d\n", static_cast<int>(2 * queues.size()));
+    return false;
   }
-  list->Entries.push_back(Entry(TextInField(names.QMgr, kNameWidth), TextInField(names.Queue, kNameWidth)));
   return true;
 }
 
@@ -212,18 +190,23 @@ std::string DestinationText(const MQCHAR48 qmgr, const MQCHAR48 queue) {
   return text.append(TextInField(queue, kNameWidth));
 }
 
+std::string DestinationText(const QueueName& name) {
+  return name.QMgr.empty() ? name.Queue : name.QMgr + '/' + name.Queue;
+}
+
+MQOR ObjectRecord(const QueueName& name) {
+  MQOR record;
+  FillField(record.ObjectName, kNameWidth, name.Queue, '\0');
+  FillField(record.ObjectQMgrName, kNameWidth, name.QMgr, '\0');
+  return record;
+}
+
 void ShowDestinations(Parameters& run) {
-  if (run.OutputList != nullptr && run.OutputList->Count() > 1) {
-    const char* label = "Output Destinations :";
-    for (const MQOR& entry : run.OutputList->Entries) {
-      run.Screen.Print("%s %s\n", label, DestinationText(entry.ObjectQMgrName, entry.ObjectName).c_str());
-      label = "                    :";
-    }
-    run.Screen.Print("\n");
-    return;
+  const auto& queues = run.Asked.Output.Queues;
+  const char* label = queues.size() > 1 ? "Output Destinations :" : "Output Destination :";
+  for (const QueueName& queue : queues) {
+    run.Screen.Print("%s %s\n", label, DestinationText(queue).c_str());
+    label = "                    :";
   }
-  const bool listed = CountOf(run.OutputList) == 1;
-  if (!listed && !run.HasOutputQueue()) return;
-  const MQOR entry = listed ? run.OutputList->Entries.front() : Entry(run.OutputQMgrName, run.OutputQueueName);
-  run.Screen.Print("Output Destination : %s\n\n", DestinationText(entry.ObjectQMgrName, entry.ObjectName).c_str());
+  if (!queues.empty()) run.Screen.Print("\n");
 }

@@ -12,6 +12,7 @@
 #include "common/paths.h"
 #include "common/text.h"
 #include "mq/mqi.h"
+#include "options/options.h"
 
 struct Parameters;
 
@@ -33,18 +34,20 @@ struct QueueElement {
 
 enum class ListKind { Output = 0, Input = 1 };
 
-inline constexpr std::size_t kFirstListCapacity = 10;
-
-// The queues of one side of the run. The entries have the layout of a distribution list's object records, so the output
-// list serves as one. Adding an entry may move them: take an entry by its index, after every call that can add.
+// Several output queues: the records of a distribution list.
 struct QueueList {
   std::vector<MQOR, CSAllocator<MQOR>> Entries;
-  std::vector<MQRR, CSAllocator<MQRR>> Responses;                 // output: one per entry, set at open
-  std::vector<QueueElement, CSAllocator<QueueElement>> Elements;  // individually opened queues, input queues
-  int QueuesEmptied = 0;                                          // input: queues that have reported empty
-  int QueuesActive = 0;                                           // input: queues delivering since then
+  std::vector<MQRR, CSAllocator<MQRR>> Responses;                 // one per entry, set at open
+  std::vector<QueueElement, CSAllocator<QueueElement>> Elements;  // those that are opened one by one
 
   MQLONG Count() const { return static_cast<MQLONG>(Entries.size()); }
+};
+
+// The input queues of a run.
+struct InputQueues {
+  std::vector<QueueElement, CSAllocator<QueueElement>> Elements;
+  int QueuesEmptied = 0;  // that have reported empty
+  int QueuesActive = 0;   // delivering since then
 };
 
 // A destination file that is being read, linked to the file that includes it.
@@ -64,17 +67,18 @@ struct QueueNames {
 // Splits `text`, without the single quotes around it, at the separator (`separator`, or when 0 the first of '#', ',',
 // '\' and '/' that occurs). `what` is what the messages call it. Returns false after printing why.
 bool SplitNames(Parameters& run, char separator, std::string_view text, const char* what, QueueNames& names);
-// The same for a queue of the run. A text in single quotes sets FLAG2_QUOTED_NAME. "file:<name>" reads that destination
-// file into the list of `kind` and leaves the queue name empty.
+// The same for a queue of the run. A text in single quotes sets Options::CaseCounts. "file:<name>" reads that
+// destination file into the list of `kind` and leaves the queue name empty.
 bool SplitQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names, ListKind kind);
-// Adds the queue of `text` (or the queues of the file it names) to the list of `kind`. A new output list begins with
-// the single output queue when one was named before. False after printing why, also for a text without a queue name.
+// Adds the queue of `text` (or the queues of the file it names) to the queues of `kind`. False after printing why, also
+// for a text without a queue name.
 bool AddDestination(Parameters& run, std::string_view text, ListKind kind);
-// Makes room for one more entry: 10 at first, doubled when full. False after printing why.
-bool GrowQueueList(Parameters& run, std::unique_ptr<QueueList>& list);
 
 // The -vd listing.
 void ShowDestinations(Parameters& run);
 
 // A destination as users write it: "QMGR/QUEUE", or "QUEUE" when the queue manager name is empty.
 std::string DestinationText(const MQCHAR48 qmgr, const MQCHAR48 queue);
+std::string DestinationText(const QueueName& name);
+// The record of a queue in a distribution list.
+MQOR ObjectRecord(const QueueName& name);

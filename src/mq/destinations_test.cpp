@@ -24,13 +24,6 @@ Outcome Captured(const Action& act) {
   return outcome;
 }
 
-std::vector<std::string> Destinations(const QueueList* list) {
-  std::vector<std::string> texts;
-  if (list == nullptr) return texts;
-  for (const MQOR& entry : list->Entries) texts.push_back(DestinationText(entry.ObjectQMgrName, entry.ObjectName));
-  return texts;
-}
-
 const std::string kName48(48, 'N');
 const std::string kName49(49, 'N');
 
@@ -63,7 +56,7 @@ TEST(SplitQueueName, CutsAtThePreferredSeparator) {
     EXPECT_TRUE(SplitQueueName(run, c.Separator, c.Text, names, ListKind::Output)) << c.Text;
     EXPECT_EQ(std::string(names.QMgr, strnlen(names.QMgr, 48)), c.QMgr) << c.Text;
     EXPECT_EQ(std::string(names.Queue, strnlen(names.Queue, 48)), c.Queue) << c.Text;
-    EXPECT_EQ(run.Has2(FLAG2_QUOTED_NAME), c.Quoted) << c.Text;
+    EXPECT_EQ(run.Asked.CaseCounts, c.Quoted) << c.Text;
   }
 }
 
@@ -96,24 +89,19 @@ TEST(SplitNames, KnowsNoFilesAndSetsNoFlag) {
   QueueNames names;
   EXPECT_TRUE(SplitNames(run, 0, "'file:x'", "reply queue", names));
   EXPECT_STREQ(names.Queue, "file:x");
-  EXPECT_FALSE(run.Has2(FLAG2_QUOTED_NAME));
+  EXPECT_FALSE(run.Asked.CaseCounts);
 }
 
-TEST(AddDestination, ListBeginsWithTheSingleQueueAndDoublesWhenFull) {
+TEST(AddDestination, ASecondQueueMakesAList) {
   Parameters run;
-  run.OutputQMgrName.Assign("QM0");
-  run.OutputQueueName.Assign("Q0");
-  for (int i = 1; i < 10; ++i) EXPECT_TRUE(AddDestination(run, "Q" + std::to_string(i), ListKind::Output));
-  EXPECT_EQ(run.OutputList->Entries.capacity(), 10U);
-  EXPECT_TRUE(AddDestination(run, "QM2/Q10", ListKind::Output));
-  EXPECT_EQ(run.OutputList->Entries.capacity(), 20U);
-  const std::vector<std::string> texts = Destinations(run.OutputList.get());
-  EXPECT_EQ(texts.size(), 11U);
-  EXPECT_EQ(texts.front(), "QM0/Q0");
-  EXPECT_EQ(texts.back(), "QM2/Q10");
-  EXPECT_EQ(run.OutputQueueName, "Q0");
+  EXPECT_TRUE(AddDestination(run, "QM0/Q0", ListKind::Output));
+  EXPECT_FALSE(run.Asked.Output.AsList);
+  EXPECT_TRUE(AddDestination(run, "Q1", ListKind::Output));
+  EXPECT_TRUE(run.Asked.Output.AsList);
   EXPECT_TRUE(AddDestination(run, "I1", ListKind::Input));
-  EXPECT_EQ(Destinations(run.InputList.get()), std::vector<std::string>{"I1"});
+  EXPECT_EQ(DestinationText(run.Asked.Output.Queues.front()), "QM0/Q0");
+  EXPECT_EQ(DestinationText(run.Asked.Output.Queues.back()), "Q1");
+  EXPECT_EQ(run.Asked.Input.Queues.size(), 1U);
 }
 
 }  // namespace

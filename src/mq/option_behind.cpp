@@ -8,15 +8,15 @@ namespace {
 using Given = bool (*)(const Parameters& run);
 
 bool Always(const Parameters&) { return true; }
-bool HasSelector(const Parameters& run) { return run.Selector != nullptr; }
-bool IsExclusive(const Parameters& run) { return run.Has2(FLAG2_EXCLUSIVE_INPUT); }
-bool HasContext(const Parameters& run) { return !run.Has(FLAG_CTX_DEFAULT | FLAG_CTX_NONE); }
-bool PassesContext(const Parameters& run) { return run.Has(FLAG_CTX_PASS_ALL | FLAG_CTX_PASS_IDENTITY); }
-bool HasUnits(const Parameters& run) { return run.TransactionLimit != 0; }
-bool ReadsSeveral(const Parameters& run) { return run.InputList != nullptr && run.InputList->Count() > 1; }
-template <std::uint32_t kOverride>
+bool HasSelector(const Parameters& run) { return run.Asked.Selection.Selector.has_value(); }
+bool IsExclusive(const Parameters& run) { return run.Asked.Input.Exclusive; }
+bool HasContext(const Parameters& run) { return !run.Asked.Output.OwnContext(); }
+bool PassesContext(const Parameters& run) { return run.Asked.Output.PassesContext(); }
+bool HasUnits(const Parameters& run) { return run.Asked.Units.MessageLimit != 0; }
+bool ReadsSeveral(const Parameters& run) { return run.Asked.Input.Queues.size() > 1; }
+template <auto kField>
 bool Overrides(const Parameters& run) {
-  return (run.OverrideMask & kOverride) != 0;
+  return (run.Asked.Output.Override.*kField).has_value();
 }
 
 constexpr struct {
@@ -37,9 +37,9 @@ constexpr struct {
      "Option -i (-I) is given more than once, which needs MQCB and MQCTL of the library and the queue manager."},
     {MqStep::Get, MQRC_SYNCPOINT_LIMIT_REACHED, HasUnits, "Option -t sets how many messages a unit of work has."},
     {MqStep::Put, MQRC_SYNCPOINT_LIMIT_REACHED, HasUnits, "Option -t sets how many messages a unit of work has."},
-    {MqStep::Put, MQRC_PRIORITY_ERROR, Overrides<OVERRIDE_PRIORITY>, "Option -Ap sets the priority."},
-    {MqStep::Put, MQRC_EXPIRY_ERROR, Overrides<OVERRIDE_EXPIRY>, "Option -Ae sets the expiry."},
-    {MqStep::Put, MQRC_MISSING_REPLY_TO_Q, Overrides<OVERRIDE_MSG_TYPE>,
+    {MqStep::Put, MQRC_PRIORITY_ERROR, Overrides<&OverrideOptions::Priority>, "Option -Ap sets the priority."},
+    {MqStep::Put, MQRC_EXPIRY_ERROR, Overrides<&OverrideOptions::Expiry>, "Option -Ae sets the expiry."},
+    {MqStep::Put, MQRC_MISSING_REPLY_TO_Q, Overrides<&OverrideOptions::MsgType>,
      "Option -At makes the message a request; option -Ar gives it a reply queue."},
     {MqStep::Put, MQRC_CONTEXT_HANDLE_ERROR, PassesContext, "Option -C passes the context on from the input queue."},
     {MqStep::Put, MQRC_CONTEXT_NOT_AVAILABLE, PassesContext, "Option -C passes the context on from the input queue."},
