@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 # What takes too long for every day is in the nightly list only.
 declare -A about=(
   [release]="10 minutes: the programs as they are shipped, all tests, the quick ones in two more time zones"
-  [style]="10 seconds: the sources against .clang-format"
+  [style]="10 seconds: the sources against .clang-format, the includes against the order of the rooms"
   [asan]="10 minutes: all tests with the address and undefined-behaviour sanitizers"
   [windows]="15 minutes: the Windows programs and their tests under Wine"
   [fuzz]="7 minutes: every fuzz target for a minute"
@@ -27,6 +27,7 @@ nightly=("${usual[@]}" tsan repeat bare)
 run_tests() { ctest --test-dir "build/$1" --output-on-failure --no-tests=error -j"$(nproc)" "${@:2}"; }
 
 part_style() {
+  scripts/check_includes.sh
   git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format --dry-run --Werror
   # The one thing about which the versions of clang-format in Debian 12 and 13 disagree.
   if git grep -nE '^[^/]*[A-Za-z0-9_>] [A-Za-z0-9_]+::\*[a-zA-Z]' -- '*.cpp' '*.h'; then
