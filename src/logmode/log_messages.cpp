@@ -4,6 +4,8 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -71,9 +73,14 @@ bool ReadPieceData(HexDump& dump, std::size_t bytes, LogPiece& piece) {
   return true;
 }
 
+// How the pieces of a message are read: a part record's data begins with a header, but a dump may lack them, and then
+// message bytes may look like one.
+enum class PieceHeaders { Stripped, Kept };
+
 // The message bytes of a piece.
-std::pair<const MQBYTE*, std::size_t> Content(const LogPiece& piece) {
-  const bool hasHeader = piece.Data.size() >= kPieceHeader && std::memcmp(piece.Data.data(), "AQPX", 4) == 0;
+std::pair<const MQBYTE*, std::size_t> Content(const LogPiece& piece, PieceHeaders headers) {
+  const bool hasHeader = headers == PieceHeaders::Stripped && piece.Data.size() >= kPieceHeader &&
+                         std::memcmp(piece.Data.data(), "AQPX", 4) == 0;
   const std::size_t skipped = hasHeader ? kPieceHeader : 0;
   return {piece.Data.data() + skipped, piece.Data.size() - skipped};
 }
@@ -87,12 +94,13 @@ using Chain = std::vector<ChainedPiece>;
 
 // The length of the property block at the front of a message that is put together from the chain; 0 when it has none.
 // The block's header may itself lie in several pieces.
-std::size_t PropertiesInFront(const CurrentMessage& message, const Chain& chain) {
+std::size_t PropertiesInFront(const CurrentMessage& message, std::span<const ChainedPiece> chain,
+                              PieceHeaders headers) {
   MQBYTE front[kPropertyHeader];
   std::size_t bytes = std::min(static_cast<std::size_t>(message.Length), kPropertyHeader);
   if (bytes != 0) std::memcpy(front, message.Buffer.data(), bytes);
   for (auto link = chain.rbegin(); link != chain.rend() && bytes < kPropertyHeader; ++link) {
-    const auto [data, length] = Content(link->Piece);
+    const auto [data, length] = Content(link->Piece, headers);
     const std::size_t taken = std::min(length, kPropertyHeader - bytes);
     if (taken != 0) std::memcpy(front + bytes, data, taken);
     bytes += taken;
@@ -100,27 +108,64 @@ std::size_t PropertiesInFront(const CurrentMessage& message, const Chain& chain)
   return static_cast<std::size_t>(PropertyBlockLength(front, bytes));
 }
 
+// Follows the pieces of the message that a put record ends until it is whole. Only one that may begin with a property
+// block, which is not counted in its length, is looked at further: the block may show when more pieces are there.
+class ChainLength {
+ public:
+  ChainLength(const CurrentMessage& message, PieceHeaders headers)
+      : message_(message),
+        headers_(headers),
+        expected_(static_cast<std::size_t>(std::max(message.ExpectedLength, 0))),
+        length_(static_cast<std::size_t>(message.Length)),
+        mayHaveProperties_(MayBeginProperties(message.Buffer.data(), length_)) {}
+
+  // Takes the chain's last piece, if it has any, into account. Answers whether no further one is wanted.
+  bool Follow(std::span<const ChainedPiece> chain) {
+    if (!chain.empty()) length_ += Content(chain.back().Piece, headers_).second;
+    const std::size_t properties = mayHaveProperties_ ? PropertiesInFront(message_, chain, headers_) : 0;
+    const bool wholeBehindProperties = properties != 0 && length_ == expected_ + properties;
+    if (wholeBehindProperties || (length_ == expected_ && !wholeWith_)) wholeWith_ = chain.size();
+    return wholeBehindProperties || (wholeWith_ && !mayHaveProperties_);
+  }
+  // With how many pieces the message is whole.
+  std::optional<std::size_t> wholeWith() const { return wholeWith_; }
+
+ private:
+  const CurrentMessage& message_;
+  const PieceHeaders headers_;
+  const std::size_t expected_;
+  std::size_t length_;
+  const bool mayHaveProperties_;
+  std::optional<std::size_t> wholeWith_;
+};
+
+// The same for a chain that has been taken already.
+std::optional<std::size_t> WholeWith(const CurrentMessage& message, std::span<const ChainedPiece> chain,
+                                     PieceHeaders headers) {
+  ChainLength length(message, headers);
+  for (std::size_t pieces = 0; pieces <= chain.size(); ++pieces) {
+    if (length.Follow(chain.first(pieces))) break;
+  }
+  return length.wholeWith();
+}
+
 // Takes the pieces of the message that the put record in hand ends, following the chain back from `lsn`. The chain may
-// lead on to pieces of other messages of the same unit of work, so the message is whole as soon as its length fits.
-// Only one that may begin with a property block, which is not counted in that length, is looked at further: the block
-// may show when more pieces are there. What is not the message's is given back. A piece is taken once, so that a chain
-// that leads in a circle ends.
-MQLONG TakeChain(Parameters& run, std::string lsn, Chain& chain) {
+// lead on to pieces of other messages of the same unit of work, which are given back. A piece is taken once, so that a
+// chain that leads in a circle ends.
+MQLONG TakeChain(Parameters& run, std::string lsn, Chain& chain, PieceHeaders& headers) {
   LogPieces& pieces = run.Log.Reader->Pieces;
-  const CurrentMessage& message = run.Message;
-  const auto expected = static_cast<std::size_t>(std::max(message.ExpectedLength, 0));
-  const bool mayHaveProperties = MayBeginProperties(message.Buffer.data(), static_cast<std::size_t>(message.Length));
-  std::optional<std::size_t> wholeWith;  // pieces
-  for (auto length = static_cast<std::size_t>(message.Length);;) {
-    const std::size_t properties = mayHaveProperties ? PropertiesInFront(message, chain) : 0;
-    const bool wholeBehindProperties = properties != 0 && length == expected + properties;
-    if (wholeBehindProperties || (length == expected && !wholeWith)) wholeWith = chain.size();
-    if (wholeBehindProperties || (wholeWith && !mayHaveProperties) || lsn.empty()) break;
+  ChainLength length(run.Message, PieceHeaders::Stripped);
+  while (!length.Follow(chain) && !lsn.empty()) {
     std::optional<LogPiece> piece = pieces.Take(lsn);
     if (!piece) break;
-    length += Content(*piece).second;
     std::string previous = piece->PrevLsn;
     chain.push_back({std::exchange(lsn, std::move(previous)), std::move(*piece)});
+  }
+  headers = PieceHeaders::Stripped;
+  std::optional<std::size_t> wholeWith = length.wholeWith();
+  if (!wholeWith) {
+    wholeWith = WholeWith(run.Message, chain, PieceHeaders::Kept);
+    if (wholeWith) headers = PieceHeaders::Kept;
   }
   if (!wholeWith && !chain.empty() && !lsn.empty()) {
     run.Screen.Print("Can not construct message %d, LSN '%s' missing.\n", static_cast<int>(run.Log.Reader->PutRecords),
@@ -137,9 +182,10 @@ MQLONG TakeChain(Parameters& run, std::string lsn, Chain& chain) {
 MQLONG AppendPieces(Parameters& run, std::string lsn) {
   CurrentMessage& message = run.Message;
   Chain chain;
-  if (const MQLONG reason = TakeChain(run, std::move(lsn), chain); reason != 0) return reason;
+  PieceHeaders headers{};
+  if (const MQLONG reason = TakeChain(run, std::move(lsn), chain, headers); reason != 0) return reason;
   for (auto link = chain.rbegin(); link != chain.rend(); ++link) {
-    const auto [data, bytes] = Content(link->Piece);
+    const auto [data, bytes] = Content(link->Piece, headers);
     if (const MQLONG reason = MakeRoom(run, bytes); reason != 0) return reason;
     if (bytes != 0) std::memcpy(message.Buffer.data() + message.Length, data, bytes);
     message.Length += static_cast<MQLONG>(bytes);

@@ -325,6 +325,20 @@ TEST_F(LogTest, AMessageTakesNoPieceOfAnother) {
   }
 }
 
+// Of a dump whose parts have no header, a message may have bytes that look like one.
+TEST_F(LogTest, WhatFitsAsItStandsIsNotStripped) {
+  const std::string first = "AQPX" + std::string(20, 'a');
+  const std::string second = "AQPXZZ";
+  const LoggedMessage message = Simple("put" + second + first);
+  DumpText dump;
+  dump.Part(1, 0, "Q1", second, false);
+  dump.Part(2, 1, "Q1", first, false);
+  dump.Put(3, 2, "Q1", message, "put");
+  EXPECT_EQ(ReadDump(dump.Text), 0) << printed;
+  ASSERT_EQ(messages.size(), 1U);
+  EXPECT_EQ(messages[0].Data, message.Data);
+}
+
 TEST(LogParameter, BecomesTheFormattersCommand) {
   struct Case {
     const char* QMgr;
