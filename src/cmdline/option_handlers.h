@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cmdline/numbers.h"
+#include "cmdline/queue_arguments.h"
 #include "common/secret.h"
 #include "mq/mqi.h"
 #include "options/options.h"
@@ -18,6 +19,7 @@ struct Parameters;
 // The scan in progress.
 struct OptionScan {
   Parameters& run;
+  QueueArguments Queues;
   std::vector<Secret> Passwords{};  // those of the command line that are not stored yet, in its order
   char Letter = 0;                  // the option in hand
   int OptionsSeen = 0;              // including the one in hand

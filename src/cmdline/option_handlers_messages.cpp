@@ -38,12 +38,11 @@ bool OverrideMessageType(Parameters& run, const char* name) {
 }
 
 // A reply queue is only of use to a request.
-bool OverrideReplyQueue(Parameters& run, const char* text) {
-  QueueNames names;
-  if (!SplitNames(run, run.QueueSeparator, text, "reply queue", names)) return false;
-  OverrideOptions& fields = run.Asked.Output.Override;
-  fields.ReplyTo = QueueName{std::string(TextInField(names.QMgr, sizeof names.QMgr)),
-                             std::string(TextInField(names.Queue, sizeof names.Queue))};
+bool OverrideReplyQueue(OptionScan& scan, const char* text) {
+  const std::optional<QueueName> name = SplitNames(scan.Queues, text, "reply queue");
+  if (!name) return false;
+  OverrideOptions& fields = scan.run.Asked.Output.Override;
+  fields.ReplyTo = *name;
   fields.MsgType = MQMT_REQUEST;
   return true;
 }
@@ -78,7 +77,7 @@ bool HandleOverride(OptionScan& scan, const char* argument) {
       fields.Format = value;
       return true;
     case 'r':
-      return OverrideReplyQueue(run, value);
+      return OverrideReplyQueue(scan, value);
     case 't':
       return OverrideMessageType(run, value);
     default:

@@ -86,11 +86,11 @@ bool HandleInputQueue(OptionScan& scan, const char* argument) {
     return Refuse(run, "Sorry, you can not specify both -i and -I in the same command\n");
   }
   if (get) run.Asked.Input.Remove = true;
-  return AddDestination(run, argument, ListKind::Input);
+  return AddDestination(scan.Queues, argument, ListKind::Input);
 }
 
 bool HandleOutputQueue(OptionScan& scan, const char* argument) {
-  return AddDestination(scan.run, argument, ListKind::Output);
+  return AddDestination(scan.Queues, argument, ListKind::Output);
 }
 
 bool HandleQMgr(OptionScan& scan, const char* argument) {
@@ -126,6 +126,6 @@ bool HandlePassword(OptionScan& scan, const char* argument) {
 }
 
 bool HandleSeparator(OptionScan& scan, const char* argument) {
-  scan.run.QueueSeparator = argument[0];
+  scan.Queues.Separator = argument[0];
   return true;
 }

@@ -197,11 +197,10 @@ bool HandleGetFilter(OptionScan& scan, const char* argument) {
       return StoreNumber(scan, argument, value, wanted);
     }
     case 't': {
-      QueueNames masks;
-      if (!SplitNames(run, run.QueueSeparator, value, "destination", masks)) return false;
-      if (masks.Queue[0] == '\0') return RefuseArgument(scan, argument);
-      run.Asked.Selection.Target = QueueName{std::string(TextInField(masks.QMgr, sizeof masks.QMgr)),
-                                             std::string(TextInField(masks.Queue, sizeof masks.Queue))};
+      const std::optional<QueueName> masks = SplitNames(scan.Queues, value, "destination");
+      if (!masks) return false;
+      if (masks->Queue.empty()) return RefuseArgument(scan, argument);
+      run.Asked.Selection.Target = *masks;
       run.Asked.Selection.Active = true;
       return true;
     }

@@ -218,7 +218,7 @@ void FinishScan(OptionScan& scan) {
 }  // namespace
 
 ParseOutcome ParseOptions(Parameters& run, int argc, char** argv, PathStyle style) {
-  OptionScan scan{run, TakePasswords(argc, argv, style)};
+  OptionScan scan{run, {run.Asked, run.Screen}, TakePasswords(argc, argv, style)};
   if (!scan.Passwords.empty()) ShowArguments(argc, argv);
   EchoArguments(argc, argv);
   if (argc <= 1) {

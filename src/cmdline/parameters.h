@@ -43,7 +43,6 @@ struct Parameters {
   bool DescriptorOnly = false;        // no data is got: nobody looks at it
   bool NullOutput = false;
   StatusState Status;
-  char QueueSeparator = 0;                // 0: none given
   Text<48> TargetQMgrName;                // the single output queue
   Text<48> TargetQueueName;               //
   std::unique_ptr<QueueList> TargetList;  // or several
@@ -76,7 +75,6 @@ struct Parameters {
   SummaryState Summary;
   GenericState Generic;
   const MessageSource* Source = nullptr;  // set by rooms above the engine; null: queue or file
-  IncludeRecord* IncludeChain = nullptr;  // innermost destination file being read
   Console Screen;
 };
 

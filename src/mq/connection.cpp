@@ -329,7 +329,7 @@ MQLONG RefuseOntoItself(Parameters& run, std::string_view queue) {
 }
 
 MQLONG OpenOutputs(Parameters& run) {
-  if (run.Asked.Display.ShowDestinations) ShowDestinations(run);
+  if (run.Asked.Display.ShowDestinations) ShowDestinations(run.Screen, run.Asked.Output.Queues);
   const std::optional<MQLONG> contextOptions = OutputOpenOptions(run);
   if (!contextOptions.has_value()) return MQRC_OPTIONS_ERROR;
   MQLONG options = *contextOptions;

@@ -1,20 +1,16 @@
 #pragma once
 
-// Queue arguments and destination files: turning texts into queue manager and queue names, and the lists that hold
-// several input or output queues.
+// The queues of a run: those that are read, those that are written, and how their names are shown.
 
-#include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "common/cs.h"
-#include "common/paths.h"
 #include "common/text.h"
 #include "mq/mqi.h"
 #include "options/options.h"
 
-struct Parameters;
+class Console;
 
 // One opened queue.
 struct QueueElement {
@@ -32,8 +28,6 @@ struct QueueElement {
   MQLONG MaxFileSize = 0;   // megabytes, 0: not known
 };
 
-enum class ListKind { Output = 0, Input = 1 };
-
 // Several output queues: the records of a distribution list.
 struct QueueList {
   std::vector<MQOR, CSAllocator<MQOR>> Entries;
@@ -50,32 +44,8 @@ struct InputQueues {
   int QueuesActive = 0;   // delivering since then
 };
 
-// A destination file that is being read, linked to the file that includes it.
-struct IncludeRecord {
-  IncludeRecord* Including = nullptr;
-  IncludedPath Path;
-  int LineNumber = 0;
-};
-
-// Where a queue name and a queue manager name go: 48 bytes each, NUL-padded.
-struct QueueNames {
-  MQCHAR48 QMgr{};
-  MQCHAR48 Queue{};
-  bool NamedFile = false;  // the text named a destination file, whose queues are in the list; the names are empty
-};
-
-// Splits `text`, without the single quotes around it, at the separator (`separator`, or when 0 the first of '#', ',',
-// '\' and '/' that occurs). `what` is what the messages call it. Returns false after printing why.
-bool SplitNames(Parameters& run, char separator, std::string_view text, const char* what, QueueNames& names);
-// The same for a queue of the run. A text in single quotes sets Options::CaseCounts. "file:<name>" reads that
-// destination file into the list of `kind` and leaves the queue name empty.
-bool SplitQueueName(Parameters& run, char separator, std::string_view text, QueueNames& names, ListKind kind);
-// Adds the queue of `text` (or the queues of the file it names) to the queues of `kind`. False after printing why, also
-// for a text without a queue name.
-bool AddDestination(Parameters& run, std::string_view text, ListKind kind);
-
 // The -vd listing.
-void ShowDestinations(Parameters& run);
+void ShowDestinations(Console& screen, const std::vector<QueueName>& queues);
 
 // A destination as users write it: "QMGR/QUEUE", or "QUEUE" when the queue manager name is empty.
 std::string DestinationText(const MQCHAR48 qmgr, const MQCHAR48 queue);
