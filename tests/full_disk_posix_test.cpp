@@ -101,11 +101,15 @@ TEST_F(FullDisk, NothingLeavesTheQueueBeforeItsFileIsOnTheDisk) {
     EXPECT_NE(outcome.Err.find(told), std::string::npos) << outcome.Err;
     EXPECT_EQ(queues.Depth("Q1"), c.Left);
   }
-  std::filesystem::create_directory(Path("all"));
-  environment()["FAILING_SYNC"] = "1";
-  const auto generic = Tarvo({"-mQM1", "-i*", "-Fall/*"});
-  EXPECT_EQ(generic.Exit, kResourceProblem) << generic.Err;
-  EXPECT_EQ(Occurrences(generic.Out, "Done."), 0) << generic.Out;
+  // The file of the one queue that is not empty, then the directory.
+  Queues("QM1").PutText("Q1", "one");
+  for (const auto& [sync, done] : {std::pair{"1", 0}, {"2", 1}}) {
+    std::filesystem::create_directory(Path("dir.tvo"));
+    environment()["FAILING_SYNC"] = sync;
+    const auto generic = Tarvo({"-mQM1", "-i*", "-Fdir.tvo/*"});
+    EXPECT_EQ(generic.Exit, kResourceProblem) << generic.Err;
+    EXPECT_EQ(Occurrences(generic.Out, "Done."), done) << generic.Out;
+  }
 }
 
 TEST_F(FullDisk, StandardOutputThatTakesNothingIsAFailureAndKeepsTheQueue) {

@@ -196,6 +196,16 @@ TEST_F(MainJob, RangeStopsTheRunAndSelectionLeavesTheRest) {
   EXPECT_EQ(Occurrences(ReadText("kept"), "A RPT"), 1);
 }
 
+TEST_F(MainJob, ABrowsedMessageThatSomebodyElseTookIsPassedOver) {
+  Queues queues("QM1");
+  queues.PutNumbered("Q1", 3, "m");
+  // The second get is the one under the browse cursor.
+  const auto outcome = TarvoWithFaults("MQGET:2=2034", {"-mQM1", "-IQ1", "-oQ2", "-sm"});
+  EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
+  EXPECT_EQ(queues.Texts("Q2"), (std::vector<std::string>{"m2", "m3"}));
+  EXPECT_NE(outcome.Err.find("Written - Files:   0  Messages:      2  "), std::string::npos) << outcome.Err;
+}
+
 TEST_F(MainJob, InvertedSelectionAndIdentifiersRemoveOnlyWhatIsSelected) {
   Queues queues("QM1");
   MQMD wanted = harness::RichDescriptor(1);

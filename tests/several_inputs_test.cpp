@@ -77,6 +77,16 @@ TEST_F(SeveralInputs, WaitForMessagesOfEither) {
   EXPECT_EQ(Queues("QM1").Depth("OUT"), 3);
 }
 
+TEST_F(SeveralInputs, IntoAFileAreCommittedBeforeTheWaitEnds) {
+  Fill(2, 2);
+  ASSERT_EQ(TarvoWithFaults("", {"-mQM1", "-IA", "-IB", "-Fout", "-w1"}).Exit, 0);
+  const auto trace = Trace();
+  const auto starts = [&trace](const char* call) {
+    return std::find_if(trace.rbegin(), trace.rend(), [call](const auto& line) { return line.starts_with(call); });
+  };
+  EXPECT_LT(starts("MQCTL"), starts("MQCMIT"));  // counted from the end
+}
+
 TEST_F(SeveralInputs, AFailureInsideTheCallbackIsTheRunsResult) {
   ASSERT_EQ(LocalMq({"QM1"}, "ALTER QLOCAL(OUT) MAXDEPTH(5)\n").Exit, 0);
   for (const char* wait : {"-w0", "-w5"}) {

@@ -257,6 +257,11 @@ TEST_F(WholeQueueManager, ASetIsReadFromTheFilesThatAreThere) {
   EXPECT_EQ(failed.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR));
   EXPECT_NE(failed.Out.find("\nTotal : 1 Queues, 1 Messages\n"), std::string::npos) << failed.Out;
   EXPECT_EQ(Queues("QM2").Depth("APP.ONE"), 1);
+  // In units of work the one that is backed out is not.
+  ASSERT_EQ(LocalMq({"QM2"}, "CLEAR QLOCAL(U_1)\n").Exit, 0);
+  const auto backedOut = TarvoWithFaults("MQPUT@U_1:6=2053", {"-mQM2", "-oU*", "-fout/*", "-t2"});
+  EXPECT_EQ(backedOut.Exit, ExitStatus(MQRC_Q_FULL));
+  EXPECT_NE(backedOut.Out.find("\nTotal : 1 Queues, 4 Messages\n"), std::string::npos) << backedOut.Out;
   // A file of a wanted queue that is left out is named, and so is one that has the number of another.
   write("P%n.tvo", 1);
   write("P%n#old.tvo", 2);

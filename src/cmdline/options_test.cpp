@@ -133,6 +133,8 @@ TEST(Options, AreStored) {
        [](const Parameters& run) { return Bytes(*run.Asked.Selection.GroupId) == std::string(24, 'g'); }},
       {{"-gxg" + std::string(60, '4')},
        [](const Parameters& run) { return Bytes(*run.Asked.Selection.GroupId) == std::string(24, 'D'); }},
+      {{"-gxm4142434445", "-gxm46"},
+       [](const Parameters& run) { return Bytes(*run.Asked.Selection.MsgId) == "F" + std::string(23, '\0'); }},
       {{"-At:reply"}, [](const Parameters& run) { return *run.Asked.Output.Override.MsgType == MQMT_REPLY; }},
       {{"-c1208:111"},
        [](const Parameters& run) {

@@ -20,16 +20,20 @@ std::string CfhOfVersion(MQLONG version) {
 TEST_F(PutTest, ACfhErrorIsRepeatedWithAVersion1DescriptorWhenThatLosesNothing) {
   struct Case {
     std::string Data;
-    MQLONG MsgFlags;
+    void (*Change)(MQMD& descriptor);
     bool Repeated;
   };
-  const Case cases[] = {{CfhOfVersion(1), 0, true},
-                        {CfhOfVersion(1), 1, false},
-                        {CfhOfVersion(3), 0, false},
-                        {CfhOfVersion(1).substr(0, 35), 0, false}};
+  const auto nothing = [](MQMD&) {};
+  const Case cases[] = {{CfhOfVersion(1), nothing, true},
+                        {CfhOfVersion(1), [](MQMD& md) { md.GroupId[23] = 1; }, false},
+                        {CfhOfVersion(1), [](MQMD& md) { md.MsgSeqNumber = 2; }, false},
+                        {CfhOfVersion(1), [](MQMD& md) { md.Offset = 1; }, false},
+                        {CfhOfVersion(1), [](MQMD& md) { md.MsgFlags = 1; }, false},
+                        {CfhOfVersion(3), nothing, false},
+                        {CfhOfVersion(1).substr(0, 35), nothing, false}};
   for (const Case& c : cases) {
     Hold(c.Data);
-    run.Message.Descriptor.MsgFlags = c.MsgFlags;
+    c.Change(run.Message.Descriptor);
     mq.PutDescriptors.clear();
     mq.Script["MQPUT"] = {{MQCC_FAILED, MQRC_CFH_ERROR}};
     EXPECT_EQ(Put(), c.Repeated ? 0 : MQRC_CFH_ERROR);

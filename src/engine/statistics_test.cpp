@@ -35,17 +35,21 @@ struct StatisticsTest : testing::Test, FakeRun {
 };
 
 TEST_F(StatisticsTest, BoundsBelongToTheNextBucket) {
+  constexpr std::int64_t kDay = 86400;
+  constexpr std::int64_t kAges[] = {2,         10,        60,        3600,       kDay,      7 * kDay,
+                                    14 * kDay, 28 * kDay, 91 * kDay, 182 * kDay, 364 * kDay};
   for (int i = 0; i + 1 < kAgeBuckets; ++i) {
     summary = {};
-    const std::int64_t bound = kAgeTable[i].Bound;
+    const std::int64_t bound = kAges[i];
     Collect(bound - 1, 0, 25);
     Collect(bound, 0, 25);
     EXPECT_EQ(summary.AgeCounts[i], 1) << kAgeTable[i].Label;
     EXPECT_EQ(summary.AgeCounts[i + 1], 1) << kAgeTable[i].Label;
   }
+  constexpr MQLONG kSizes[] = {100, 1 << 10, 4 << 10, 100 << 10, 1 << 20, 10 << 20, 50 << 20};
   for (int i = 0; i + 1 < kSizeBuckets; ++i) {
     summary = {};
-    const auto bound = static_cast<MQLONG>(kSizeTable[i].Bound);
+    const MQLONG bound = kSizes[i];
     Collect(0, bound - 1);
     Collect(0, bound);
     EXPECT_EQ(summary.SizeCounts[i], 1) << kSizeTable[i].Label;

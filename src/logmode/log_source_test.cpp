@@ -194,6 +194,12 @@ TEST_F(LogTest, EveryFlawHasItsResultAndText) {
          dump.Put(5, 4, "Q1", split, piece(0));
        }),
        MQRC_INCOMPLETE_MSG, "Can not construct message 1, message length does not match.\n", 0},
+      {"lines too many behind a part", built([&](DumpText& dump) {
+         dump.Part(3, 0, "Q1", std::string(16, 'p'), false);
+         dump.Text.insert(dump.Text.size() - 1, "00010:  70 70\n");
+         dump.Put(4, 3, "Q1", split, piece(0));
+       }),
+       MQRC_INCOMPLETE_MSG, "", 0},
       {"missing oldest part", built([&](DumpText& dump) {
          dump.Part(4, 3, "Q1", piece(2));
          dump.Put(5, 4, "Q1", split, piece(0));
