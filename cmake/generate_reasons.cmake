@@ -26,4 +26,4 @@ list(JOIN constants ";\n" constants)
 file(CONFIGURE OUTPUT ${generated}/mq/reason_table.inc CONTENT "// Made from reasons.tsv.\n${rows}" @ONLY)
 file(CONFIGURE OUTPUT ${generated}/mq/mqi_reasons.h @ONLY
      CONTENT "#pragma once\n\n// Made from reasons.tsv.\n\n#include \"mq/mqi_constants.h\"\n\n${constants};\n")
-target_include_directories(tarvo_options INTERFACE ${generated})
+target_include_directories(tarvo_flags INTERFACE ${generated})
