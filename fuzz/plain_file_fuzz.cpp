@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "cmdline/plain_options.h"
 #include "files/naming.h"
 #include "files/plain_file.h"
 #include "fuzz.h"
@@ -34,8 +35,8 @@ class Cutter {
 
   // The next message without its properties; none at the end or at a failure.
   std::optional<std::string_view> Next() {
-    const std::string& start = run_.Plain.StartMessage.Bytes;
-    const std::string& end = run_.Plain.EndMessage.Bytes;
+    const std::string& start = run_.Plain.Delimiters.StartMessage.Bytes;
+    const std::string& end = run_.Plain.Delimiters.EndMessage.Bytes;
     if (position_ == file_.size()) return {};
     const std::size_t outer = start.empty() ? position_ : Find(start, position_, position_, false);
     if (outer == kNone || !SkipProperties(outer)) return {};
@@ -63,11 +64,11 @@ class Cutter {
   }
   // False when properties in front of the message have no end.
   bool SkipProperties(std::size_t message) const {
-    const std::string& start = run_.Plain.StartProperty.Bytes;
+    const std::string& start = run_.Plain.Delimiters.StartProperty.Bytes;
     if (start.empty()) return true;
     const std::size_t at = Find(start, position_, position_, false);
     if (at == kNone || at > message) return true;
-    const std::size_t end = Find(run_.Plain.EndProperty.Bytes, at, at + start.size(), true);
+    const std::size_t end = Find(run_.Plain.Delimiters.EndProperty.Bytes, at, at + start.size(), true);
     return end != kNone && end <= message;
   }
 
@@ -79,7 +80,8 @@ class Cutter {
 bool TakeOptions(Parameters& run, std::string_view line) {
   for (std::size_t at = 0; at <= line.size();) {
     const std::size_t end = std::min(line.find(' ', at), line.size());
-    if (ParseNonTarvoOptions(run, 'n', line.substr(at, end - at)) != PlainOptionResult::Ok) return false;
+    if (ParsePlainOptions(run.Asked.Plain, run.Screen, 'n', line.substr(at, end - at)) != PlainOptionResult::Ok)
+      return false;
     at = end + 1;
   }
   return true;

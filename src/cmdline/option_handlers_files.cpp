@@ -6,6 +6,7 @@
 #include "cmdline/help.h"
 #include "cmdline/option_handlers.h"
 #include "cmdline/parameters.h"
+#include "cmdline/plain_options.h"
 #include "cmdline/value_parsers.h"
 
 namespace {
@@ -67,7 +68,7 @@ bool HandleAccessMode(OptionScan& scan, const char* argument) {
 bool HandleFileLimit(OptionScan& scan, const char* argument) { return ParseFileLimit(scan.run, argument); }
 
 bool HandleNonTarvo(OptionScan& scan, const char* argument) {
-  const PlainOptionResult result = ParseNonTarvoOptions(scan.run, scan.Letter, argument);
+  const PlainOptionResult result = ParsePlainOptions(scan.run.Asked.Plain, scan.run.Screen, scan.Letter, argument);
   if (result == PlainOptionResult::RefusedWithHelp) ShowOptionHelp(scan.run, scan.Letter);
   return result == PlainOptionResult::Ok;
 }

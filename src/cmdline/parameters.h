@@ -76,6 +76,13 @@ struct Parameters {
   GenericState Generic;
   const MessageSource* Source = nullptr;  // set by rooms above the engine; null: queue or file
   Console Screen;
+
+  MemoryTrace Memory() { return MemoryTrace(Asked.Display.TraceMemory ? &Screen : nullptr); }
+  // Keeps a failure's text for the end of the run, and returns its reason.
+  MQLONG Keep(const Result& result) {
+    if (!result.text().empty()) MessageText.Assign(result.text());
+    return result.reason();
+  }
 };
 
 // The program's version, shown in the banner and written into file headers.

@@ -175,7 +175,7 @@ struct FakeRun {
   }
   // Makes this the message in hand.
   void Hold(const std::string& data, const char* format = MQFMT_NONE) {
-    ASSERT_EQ(GrowMessageBuffer(run, data.size() + 1), 0);
+    ASSERT_FALSE(run.Message.Buffer.Grow(data.size() + 1).failed());
     run.Message.Descriptor = DefaultDescriptor();
     FillField(run.Message.Descriptor.Format, 8, format);
     run.Message.Data = run.Message.Buffer.data();

@@ -149,7 +149,8 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
     if (TookNothing(reason)) conn.UnitOpen = unitWasOpen;
 
     if (reason == MQRC_TRUNCATED_MSG_FAILED && length > room) {
-      if (const MQLONG failure = GrowMessageBuffer(run, static_cast<std::size_t>(length)); failure != 0) return failure;
+      if (const MQLONG failure = run.Keep(message.Buffer.Grow(static_cast<std::size_t>(length))); failure != 0)
+        return failure;
       continue;
     }
     // A warning (not converted, format errors) comes with the message as it is on the queue.

@@ -60,10 +60,10 @@ MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* 
 }
 
 MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
-  if (const MQLONG reason = GrowMessageBuffer(run, static_cast<std::size_t>(run.Asked.Input.InitialBufferSize));
-      reason != 0) {
-    return reason;
-  }
+  MessageBuffer& buffer = run.Message.Buffer;
+  buffer.Trace(run.Memory());
+  const Result grown = buffer.Grow(static_cast<std::size_t>(run.Asked.Input.InitialBufferSize));
+  if (grown.failed()) return run.Keep(grown);
   if (const MQLONG reason = CreateLineBuffer(run); reason != 0) return reason;
   const MessageSource& source = ChooseSource(run, queue);
   bool empty = false;
@@ -143,7 +143,7 @@ MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal) {
   MQLONG result = CheckOptions(run, queue);
   if (result == 0) {
     result = EndUnit(run, Transfer(run, queue, terminal));
-    ReleaseMessageBuffer(run);
+    run.Message.Buffer.Release();
     ReleasePlainBuffers(run);
     ReleaseLineBuffer(run);
   }

@@ -1,14 +1,14 @@
 #pragma once
 
-// The message in hand: every source fills it, selection looks at it, every target takes it. One buffer serves the whole
-// run; nothing is allocated per message.
+// The message in hand: every source fills it, selection looks at it, every target takes it. One buffer serves a whole
+// transfer; nothing is allocated per message.
 
 #include <cstddef>
 #include <cstdint>
 
+#include "common/memory_trace.h"
+#include "common/result.h"
 #include "mq/mqi.h"
-
-struct Parameters;
 
 // A tracked block whose size is always a multiple of 4096 bytes.
 class MessageBuffer {
@@ -21,11 +21,19 @@ class MessageBuffer {
   const MQBYTE* data() const { return data_; }
   std::size_t size() const { return size_; }
 
+  // Makes the buffer hold at least `bytes`, keeping its content. Sizes are multiples of 4096, so that a run of slightly
+  // longer messages does not reallocate for each. On failure the buffer stays as it was, and the result is
+  // MQRC_STORAGE_NOT_AVAILABLE. The buffer may move: pointers into it are taken again afterwards.
+  Result Grow(std::size_t bytes);
+  // Gives the memory back before the buffer itself goes.
+  void Release();
+  // From here on growing and releasing are told.
+  void Trace(MemoryTrace memory) { memory_ = memory; }
+
  private:
-  friend MQLONG GrowMessageBuffer(Parameters& run, std::size_t bytes);
-  friend void ReleaseMessageBuffer(Parameters& run);
   MQBYTE* data_ = nullptr;
   std::size_t size_ = 0;
+  MemoryTrace memory_;
 };
 
 struct CurrentMessage {
@@ -40,13 +48,6 @@ struct CurrentMessage {
   MQLONG Delivered = 0;
   MQLONG ExpectedLength = 0;  // log mode: the length that the log says the whole message has
 };
-
-// Grows the message buffer to hold at least `bytes`, keeping its content. Sizes are multiples of 4096, so that a run of
-// slightly longer messages does not reallocate for each. On failure MessageText says "Unable to allocate %d bytes
-// message storage", the buffer stays as it was and the result is MQRC_STORAGE_NOT_AVAILABLE. The buffer may move:
-// pointers into it are taken again afterwards.
-MQLONG GrowMessageBuffer(Parameters& run, std::size_t bytes);
-void ReleaseMessageBuffer(Parameters& run);
 
 // The descriptor that a source starts from: MQMD_DEFAULT with Version 2.
 MQMD DefaultDescriptor();

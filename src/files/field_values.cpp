@@ -70,6 +70,6 @@ MQBYTE* RoomForData(Parameters& run, std::size_t bytes) {
     run.MessageText.Format("Unable to allocate %d bytes message storage", INT32_MAX);
     return nullptr;
   }
-  if (GrowMessageBuffer(run, needed <= kLargest / 4 ? 4 * needed : kLargest) != 0) return nullptr;
+  if (run.Keep(message.Buffer.Grow(needed <= kLargest / 4 ? 4 * needed : kLargest)) != 0) return nullptr;
   return message.Buffer.data() + length;
 }

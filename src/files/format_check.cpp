@@ -99,7 +99,7 @@ bool TestLayout(Parameters& test, const LayoutCase& layout, const MQMD& descript
 
 bool TestLayouts(Parameters& test) {
   const std::unique_ptr<MQBYTE, void (*)(void*)> data(static_cast<MQBYTE*>(CSGetMem(kDataLength)), CSFreeMem);
-  if (data == nullptr || GrowMessageBuffer(test, kDataLength) != 0) {
+  if (data == nullptr || test.Message.Buffer.Grow(kDataLength).failed()) {
     PrintOutput("Can not allocate %d bytes\n", kDataLength);
     return false;
   }

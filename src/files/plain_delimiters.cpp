@@ -1,140 +1,133 @@
+#include "files/plain_delimiters.h"
+
 #include <string>
 
-#include "cmdline/parameters.h"
 #include "common/console.h"
-#include "files/plain_file.h"
+#include "mq/mqi.h"
 
 namespace {
 
-constexpr char kLineFeed[] = "\n";
-constexpr char kLineFeedTyped[] = "\\n";
 constexpr int kHighestByte = 255;
 
-MQLONG Refuse(Parameters& run, std::string_view text) {
-  run.MessageText.Assign(text);
-  return MQRCCF_PARM_VALUE_ERROR;
-}
+// What the delimiters stand for.
+struct DelimiterBytes {
+  std::string StartMessage, EndMessage, StartProperty, EndProperty;
+};
+
+Result Refuse(std::string_view text) { return {MQRCCF_PARM_VALUE_ERROR, text}; }
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
+// The byte that decimal digits at the start of `typed`, which go, stand for.
+Result DecodeNumber(std::string_view& typed, std::string& bytes) {
+  int code = 0;
+  for (; !typed.empty() && IsDigit(typed[0]); typed.remove_prefix(1)) {
+    code = code * 10 + (typed[0] - '0');
+    if (code > kHighestByte) return Refuse("Message delimiter character code must be between 0 and 255.\n");
+  }
+  bytes += static_cast<char>(code);
+  return {};
+}
+
+// What stands behind a backslash.
+Result DecodeEscape(std::string_view& typed, std::string& bytes) {
+  const char kind = typed.empty() ? '\0' : typed[0];
+  if (IsDigit(kind)) return DecodeNumber(typed, bytes);
+  if (kind != '\\' && kind != 'n') return Refuse("Unrecognised Message delimiter character code.\n");
+  bytes += kind == 'n' ? '\n' : kind;
+  typed.remove_prefix(1);
+  return {};
+}
+
+Result DecodeDelimiter(std::string_view typed, std::string& bytes) {
+  while (!typed.empty()) {
+    const char c = typed[0];
+    typed.remove_prefix(1);
+    if (c != '\\') {
+      bytes += c;
+    } else if (Result result = DecodeEscape(typed, bytes); result.failed()) {
+      return result;
+    }
+  }
+  return {};
+}
+
+// Where the end of a message or of properties is not given, a line feed is it.
+Result DecodeAll(const PlainFileOptions& asked, DelimiterBytes& bytes) {
+  const bool properties = !asked.StartProperty.empty();
+  const std::pair<const std::string&, std::string&> delimiters[] = {{asked.StartMessage, bytes.StartMessage},
+                                                                    {asked.EndMessage, bytes.EndMessage},
+                                                                    {asked.StartProperty, bytes.StartProperty},
+                                                                    {asked.EndProperty, bytes.EndProperty}};
+  for (const auto& [typed, decoded] : delimiters) {
+    if (!properties && &decoded == &bytes.StartProperty) break;
+    if (Result result = DecodeDelimiter(typed, decoded); result.failed()) return result;
+  }
+  if (bytes.EndMessage.empty()) bytes.EndMessage = '\n';
+  if (properties && bytes.EndProperty.empty()) bytes.EndProperty = '\n';
+  return {};
+}
+
+// Options that exclude each other.
+Result CheckOptions(const PlainFileOptions& asked) {
+  if (asked.WholeFile && !(asked.StartMessage.empty() && asked.EndMessage.empty())) {
+    return Refuse("Reading entire file does not require message delimiters.\n");
+  }
+  if (!asked.WholeFile &&
+      ((asked.IncludeMsgDelims && asked.ExcludeMsgDelims) || (asked.IncludePropDelims && asked.ExcludePropDelims))) {
+    return Refuse("You can not specify both 'include' and 'dont include' message/property delimiters.\n");
+  }
+  return {};
+}
+
+// Delimiters that could not be told apart.
+Result CompareDelimiters(const PlainFileOptions& asked, const DelimiterBytes& bytes) {
+  const auto& [start, end, startProperty, endProperty] = bytes;
+  const bool properties = !startProperty.empty();
+  constexpr char kAcross[] = "Message and Property delimiters are the same.\n";
+
+  if (start == end && !asked.SameDelims) return Refuse("Message delimiters are the same.\n");
+  if (properties) {
+    if (startProperty == endProperty && !asked.SameDelims) return Refuse("Property delimiters are the same.\n");
+    if (start == startProperty) return Refuse(kAcross);
+    if (end == endProperty && end[0] != '\n') return Refuse(kAcross);
+    if (start == endProperty || end == startProperty) return Refuse(kAcross);
+  }
+  if (start.empty() && (properties || !asked.EndProperty.empty())) {
+    return Refuse("Can't use single line Message delimiters with a Property delimiter.\n");
+  }
+  return {};
+}
+
 // The delimiters together must open and close their brackets in order.
-MQLONG CheckOwnBrackets(Parameters& run, std::string_view joined) {
+Result CheckBrackets(const DelimiterBytes& bytes) {
   std::string due;
-  for (const char c : joined) {
+  for (const char c : bytes.StartMessage + bytes.EndMessage + bytes.StartProperty + bytes.EndProperty) {
     if (const char closing = ClosingBracket(c); closing != 0) {
       due += closing;
-    } else if (c == ')' || c == '>' || c == ']' || c == '}') {
+    } else if (IsClosingBracket(c)) {
       if (due.empty() || due.back() != c) {
-        run.MessageText.Format("Unmatched delimiter '%c' bracket.\n", due.empty() ? c : due.back());
-        return MQRCCF_PARM_VALUE_ERROR;
+        return Refuse(FormatText("Unmatched delimiter '%c' bracket.\n", due.empty() ? c : due.back()));
       }
       due.pop_back();
     }
   }
-  return due.empty() ? 0 : Refuse(run, "Unmatched delimiter brackets.\n");
-}
-
-MQLONG DecodeAll(Parameters& run) {
-  PlainFileState& plain = run.Plain;
-  const bool properties = !plain.StartProperty.Typed.empty();
-  for (Delimiter* delimiter : {&plain.StartMessage, &plain.EndMessage, &plain.StartProperty, &plain.EndProperty}) {
-    if (!properties && delimiter == &plain.StartProperty) break;
-    if (const MQLONG reason = DecodeDelimiter(run, *delimiter); reason != 0) return reason;
-  }
-  return 0;
-}
-
-// Delimiters that could not be told apart.
-MQLONG CompareDelimiters(Parameters& run) {
-  const PlainFileState& plain = run.Plain;
-  const std::string& start = plain.StartMessage.Bytes;
-  const std::string& end = plain.EndMessage.Bytes;
-  const std::string& startProperty = plain.StartProperty.Bytes;
-  const std::string& endProperty = plain.EndProperty.Bytes;
-  const bool properties = !startProperty.empty();
-  const bool sameAllowed = run.Asked.Plain.SameDelims;
-  constexpr char kAcross[] = "Message and Property delimiters are the same.\n";
-
-  if (start == end && !sameAllowed) return Refuse(run, "Message delimiters are the same.\n");
-  if (properties) {
-    if (startProperty == endProperty && !sameAllowed) return Refuse(run, "Property delimiters are the same.\n");
-    if (start == startProperty) return Refuse(run, kAcross);
-    if (end == endProperty && end[0] != '\n') return Refuse(run, kAcross);
-    if (start == endProperty || end == startProperty) return Refuse(run, kAcross);
-  }
-  if (start.empty() && (properties || !plain.EndProperty.Typed.empty())) {
-    return Refuse(run, "Can't use single line Message delimiters with a Property delimiter.\n");
-  }
-  return 0;
+  return due.empty() ? Result() : Refuse("Unmatched delimiter brackets.\n");
 }
 
 }  // namespace
 
-MQLONG DecodeDelimiter(Parameters& run, Delimiter& delimiter) {
-  const std::string& typed = delimiter.Typed;
-  delimiter.Bytes.clear();
-  for (std::size_t i = 0; i < typed.size(); ++i) {
-    if (typed[i] != '\\') {
-      delimiter.Bytes += typed[i];
-      continue;
-    }
-    ++i;
-    const char kind = i < typed.size() ? typed[i] : '\0';
-    if (kind == '\\') {
-      delimiter.Bytes += '\\';
-    } else if (kind == 'n') {
-      delimiter.Bytes += '\n';
-    } else if (IsDigit(kind)) {
-      int code = 0;
-      for (; i < typed.size() && IsDigit(typed[i]); ++i) {
-        code = code * 10 + (typed[i] - '0');
-        if (code > kHighestByte) {
-          return Refuse(run, "Message delimiter character code must be between 0 and 255.\n");
-        }
-      }
-      --i;  // the loop steps over the last digit
-      delimiter.Bytes += static_cast<char>(code);
-    } else {
-      return Refuse(run, "Unrecognised Message delimiter character code.\n");
-    }
-  }
-  return 0;
-}
+Result MakePlainDelimiters(const PlainFileOptions& asked, PlainDelimiters& delimiters) {
+  if (Result result = CheckOptions(asked); result.failed() || asked.WholeFile) return result;
+  DelimiterBytes bytes;
+  if (Result result = DecodeAll(asked, bytes); result.failed()) return result;
+  if (Result result = CompareDelimiters(asked, bytes); result.failed()) return result;
 
-MQLONG PrepareDelimiters(Parameters& run) {
-  PlainFileState& plain = run.Plain;
-  if (!run.Asked.Output.OwnContext()) {
-    return Refuse(run, "A non-TARVO file should be loaded with either DEFAULT or NO context.\n");
-  }
-  plain.StartMessage.Typed = run.Asked.Plain.StartMessage;
-  plain.EndMessage.Typed = run.Asked.Plain.EndMessage;
-  plain.StartProperty.Typed = run.Asked.Plain.StartProperty;
-  plain.EndProperty.Typed = run.Asked.Plain.EndProperty;
-  const bool noMessageDelimiter = plain.StartMessage.Typed.empty() && plain.EndMessage.Typed.empty();
-  if (run.Asked.Plain.WholeFile) {
-    return noMessageDelimiter ? 0 : Refuse(run, "Reading entire file does not require message delimiters.\n");
-  }
-  if ((run.Asked.Plain.IncludeMsgDelims && run.Asked.Plain.ExcludeMsgDelims) ||
-      (run.Asked.Plain.IncludePropDelims && run.Asked.Plain.ExcludePropDelims)) {
-    return Refuse(run, "You can not specify both 'include' and 'dont include' message/property delimiters.\n");
-  }
-  if (noMessageDelimiter) plain.EndMessage.Typed = kLineFeedTyped;
-  if (plain.Pass != CountingPass::Done) {
-    if (const MQLONG reason = DecodeAll(run); reason != 0) return reason;
-  }
-  if (plain.EndMessage.Bytes.empty()) plain.EndMessage.Bytes = kLineFeed;
-  if (!plain.StartProperty.Bytes.empty() && plain.EndProperty.Bytes.empty()) plain.EndProperty.Bytes = kLineFeed;
-  if (const MQLONG reason = CompareDelimiters(run); reason != 0) return reason;
-
-  const bool brackets = !run.Asked.Plain.NoBrackets;
+  const bool brackets = !asked.NoBrackets;
   if (brackets) {
-    const MQLONG reason = CheckOwnBrackets(
-        run, plain.StartMessage.Bytes + plain.EndMessage.Bytes + plain.StartProperty.Bytes + plain.EndProperty.Bytes);
-    if (reason != 0) return reason;
+    if (Result result = CheckBrackets(bytes); result.failed()) return result;
   }
-  plain.StartMessageRule = MakeDelimiterRule(plain.StartMessage.Bytes, brackets);
-  plain.EndMessageRule = MakeDelimiterRule(plain.EndMessage.Bytes, brackets);
-  plain.StartPropertyRule = MakeDelimiterRule(plain.StartProperty.Bytes, brackets);
-  plain.EndPropertyRule = MakeDelimiterRule(plain.EndProperty.Bytes, brackets);
-  return 0;
+  delimiters = {MakeDelimiterRule(bytes.StartMessage, brackets), MakeDelimiterRule(bytes.EndMessage, brackets),
+                MakeDelimiterRule(bytes.StartProperty, brackets), MakeDelimiterRule(bytes.EndProperty, brackets)};
+  return {};
 }

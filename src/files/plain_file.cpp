@@ -51,7 +51,7 @@ void HandOver(Parameters& run, const char (&format)[9], char* data, std::size_t 
 MQLONG FindStart(Parameters& run, MessageCut& cut) {
   PlainFileState& plain = run.Plain;
   PlainInput& input = plain.Input;
-  const DelimiterRule& rule = plain.StartMessageRule;
+  const DelimiterRule& rule = plain.Delimiters.StartMessage;
   if (rule.Bytes.empty()) {
     while (input.Position == input.End() && !input.Ended) {
       if (const MQLONG reason = FillPlainInput(run, input.Position); reason != 0) return reason;
@@ -62,7 +62,7 @@ MQLONG FindStart(Parameters& run, MessageCut& cut) {
   }
   DelimiterScan scan(rule, ScanMode::Start, input.Position, plain.Brackets);
   // Properties stand before the message.
-  const std::int64_t keep = plain.StartPropertyRule.Bytes.empty() ? -1 : input.Position;
+  const std::int64_t keep = plain.Delimiters.StartProperty.Bytes.empty() ? -1 : input.Position;
   ScanResult result;
   if (const MQLONG reason = RunScan(run, scan, keep, result); reason != 0) return reason;
   if (result != ScanResult::Found) return DropTail(run);
@@ -74,8 +74,8 @@ MQLONG FindStart(Parameters& run, MessageCut& cut) {
 // The block of properties between the last message and the start of this one, if there is one.
 MQLONG FindProperties(Parameters& run, MessageCut& cut) {
   PlainFileState& plain = run.Plain;
-  const DelimiterRule& startRule = plain.StartPropertyRule;
-  const DelimiterRule& endRule = plain.EndPropertyRule;
+  const DelimiterRule& startRule = plain.Delimiters.StartProperty;
+  const DelimiterRule& endRule = plain.Delimiters.EndProperty;
   if (startRule.Bytes.empty()) return 0;
   const std::int64_t keep = plain.Input.Position;
   ScanResult result;
@@ -104,7 +104,7 @@ MQLONG FindProperties(Parameters& run, MessageCut& cut) {
 MQLONG FindEnd(Parameters& run, MessageCut& cut) {
   PlainFileState& plain = run.Plain;
   PlainInput& input = plain.Input;
-  const DelimiterRule& rule = plain.EndMessageRule;
+  const DelimiterRule& rule = plain.Delimiters.EndMessage;
   const std::int64_t from = cut.HasProperties ? cut.OuterProperties.From : cut.Outer.From;
   DelimiterScan scan(rule, ScanMode::End, cut.Inner.From, plain.Brackets);
   ScanResult result;
@@ -236,7 +236,7 @@ MQLONG ReadWholeFile(Parameters& run) {
                              std::max(size, static_cast<std::int64_t>(held)));
       return MQRC_FILE_SYSTEM_ERROR;
     }
-    if (wanted > buffer.size() && GrowMessageBuffer(run, wanted) != 0) {
+    if (wanted > buffer.size() && buffer.Grow(wanted).failed()) {
       run.MessageText.Format("Failed to allocate storage of %" PRId64 " bytes.\n", static_cast<std::int64_t>(wanted));
       return MQRC_STORAGE_NOT_AVAILABLE;
     }
@@ -254,7 +254,11 @@ MQLONG ReadWholeFile(Parameters& run) {
 
 MQLONG PreparePlainFile(Parameters& run) {
   ResetPlainInput(run.Plain.Input);
-  return PrepareDelimiters(run);
+  if (!run.Asked.Output.OwnContext()) {
+    run.MessageText.Format("A non-TARVO file should be loaded with either DEFAULT or NO context.\n");
+    return MQRCCF_PARM_VALUE_ERROR;
+  }
+  return run.Keep(MakePlainDelimiters(run.Asked.Plain, run.Plain.Delimiters));
 }
 
 MQLONG ReadPlainMessage(Parameters& run) {

@@ -4,48 +4,29 @@
 // optional block of message properties that becomes an MQRFH2 header. Messages are not copied: the message in hand
 // points into the read buffer until the next one is read.
 
-#include <string>
-#include <string_view>
-
+#include "files/plain_delimiters.h"
 #include "files/plain_input.h"
 #include "files/plain_scan.h"
 #include "mq/mqi.h"
 
 struct Parameters;
 
-// A delimiter as typed (at most 99 characters) and as the bytes that it stands for.
-struct Delimiter {
-  std::string Typed;
-  std::string Bytes;
-};
-
 // Plain files may be counted before their messages are taken.
 enum class CountingPass { None, Running, Done };
 
 struct PlainFileState {
   CountingPass Pass = CountingPass::None;
-  Delimiter StartMessage, EndMessage, StartProperty, EndProperty;
   int MessagesFound = 0;           // preliminary count
   int MessagesWithProperties = 0;  // preliminary count
 
-  DelimiterRule StartMessageRule, EndMessageRule, StartPropertyRule, EndPropertyRule;
+  PlainDelimiters Delimiters;
   BracketStack Brackets;
   PlainInput Input;
   TrackedBlock Properties;  // the message in hand when it carries properties: MQRFH2 header, properties, data
 };
 
-enum class PlainOptionResult { Ok, Refused, RefusedWithHelp };
-
-// Reads one -n argument. Prints what is wrong with it; the help of RefusedWithHelp is the caller's to show.
-PlainOptionResult ParseNonTarvoOptions(Parameters& run, char letter, std::string_view text);
-
-// Checks the delimiters and turns them into bytes (unless the preliminary count has done that already). Returns 0 or
-// MQRCCF_PARM_VALUE_ERROR with MessageText.
-MQLONG PrepareDelimiters(Parameters& run);
-// The bytes of a delimiter as typed: "\13" is the byte 13, "\n" a line feed, "\\" a backslash. Returns as above.
-MQLONG DecodeDelimiter(Parameters& run, Delimiter& delimiter);
-
-// Prepares a run over plain files: the delimiters and an empty read buffer.
+// Prepares a run over plain files: the delimiters and an empty read buffer. Returns 0 or MQRCCF_PARM_VALUE_ERROR with
+// MessageText.
 MQLONG PreparePlainFile(Parameters& run);
 
 // The next message into the message in hand (data pointer and descriptor included), going on through an indexed set of

@@ -12,13 +12,34 @@ namespace {
 using Texts = std::vector<std::string>;
 using namespace std::string_literals;
 
-// A run that loads plain files with the given -n arguments.
+// How a file is cut. Flags: 'm' and 'p' include the delimiters of messages and of properties, 'x' excludes both, the
+// others are the letters of -n.
+struct Cutting {
+  std::string Flags{}, Start{}, End{}, StartProperty{}, EndProperty{};
+
+  PlainFileOptions Options() const {
+    const auto has = [this](char flag) { return Flags.find(flag) != std::string::npos; };
+    PlainFileOptions asked;
+    asked.WholeFile = has('1');
+    asked.IncludeMsgDelims = has('m');
+    asked.IncludePropDelims = has('p');
+    asked.ExcludeMsgDelims = asked.ExcludePropDelims = has('x');
+    asked.SameDelims = has('!');
+    asked.NoBrackets = has('B');
+    asked.KeepPropWhitespace = has('W');
+    asked.StartMessage = Start;
+    asked.EndMessage = End;
+    asked.StartProperty = StartProperty;
+    asked.EndProperty = EndProperty;
+    return asked;
+  }
+};
+
+// A run that loads plain files.
 struct PlainRun {
-  explicit PlainRun(const Texts& options) {
+  explicit PlainRun(const Cutting& cutting) {
     run.Asked.Output.Context = PutContext::Default;
-    for (const std::string& option : options) {
-      EXPECT_EQ(ParseNonTarvoOptions(run, 'n', option), PlainOptionResult::Ok) << option;
-    }
+    run.Asked.Plain = cutting.Options();
   }
   MQLONG Open(const std::string& path) {
     run.Asked.Input.FileName = path;
@@ -42,59 +63,8 @@ struct PlainRun {
   std::string shown;
 };
 
-struct OptionCase {
-  Texts Options;  // all but the last are taken
-  PlainOptionResult Result;
-  const char* Shown;
-};
-
-TEST(PlainOptions, Refusals) {
-  const std::string hundred(100, 'x');
-  using enum PlainOptionResult;
-  const OptionCase cases[] = {
-      {{"1!BFW"}, Ok, ""},
-      {{"is:<msg>"}, Ok, ""},
-      {{"d:" + hundred + hundred.substr(2)}, Ok, ""},
-      {{"e:a:b"}, Ok, ""},
-      {{"1x"}, RefusedWithHelp, "Unrecognised -n1x parameter.\n\n"},
-      {{"s:a", "is:b"}, Refused, "Start message delimiter must only be specified once.\n"},
-      {{"d:ab", "e:b"}, Refused, "End message delimiter only be specified once.\n"},
-      {{"s:a", "d:ab"}, Refused, "Start message delimiter must only be specified once.\n"},
-      {{"p:a", "p:a"}, Refused, "Start property delimiter must only be specified once.\n"},
-      {{"q:a", "q:a"}, Refused, "End property delimiter only be specified once.\n"},
-      {{"ip"}, Refused, "Expected ':' after parameter -nip\n"},
-      {{"ss:"}, Refused, "Expected ':' after parameter -ns\n"},
-      {{"s:"}, Refused, "Start message delimiter must be between 1 and 99 characters in length.\n"},
-      {{"q:" + hundred}, Refused, "End property delimiter must be between 1 and 99 characters in length.\n"},
-      {{"d:abc"}, Refused, "Message delimiter parameter must be even in length.\n"},
-      {{"d:"}, Refused, "Message delimiters must be between 1 and 99 characters in length.\n"},
-      {{"d:" + hundred + hundred}, Refused, "Message delimiters must be between 1 and 99 characters in length.\n"},
-  };
-  for (const OptionCase& c : cases) {
-    Parameters run;
-    PlainOptionResult result = Ok;
-    testing::internal::CaptureStderr();
-    for (const std::string& option : c.Options) result = ParseNonTarvoOptions(run, 'n', option);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), c.Shown);
-    EXPECT_EQ(result, c.Result) << c.Options.back();
-  }
-}
-
-TEST(PlainOptions, PendingLettersGoToTheNextDelimiter) {
-  const std::pair<const char*, std::string> cases[] = {
-      {"is:a", "i   "}, {"nd:ab", " n  "}, {"iq:a", "  i "}, {"i", "i i "}};
-  for (const auto& [option, set] : cases) {
-    const PlainRun plain({option});
-    const PlainFileOptions& asked = plain.run.Asked.Plain;
-    EXPECT_EQ(asked.IncludeMsgDelims, set[0] == 'i') << option;
-    EXPECT_EQ(asked.ExcludeMsgDelims, set[1] == 'n') << option;
-    EXPECT_EQ(asked.IncludePropDelims, set[2] == 'i') << option;
-    EXPECT_EQ(asked.ExcludePropDelims, set[3] == 'n') << option;
-  }
-}
-
 struct DelimiterCase {
-  Texts Options;
+  Cutting Asked;
   const char* Text;  // empty: accepted
 };
 
@@ -102,43 +72,44 @@ TEST(PlainDelimiters, Refusals) {
   const char* across = "Message and Property delimiters are the same.\n";
   const DelimiterCase cases[] = {
       {{""}, ""},
-      {{"e:\\13\\10"}, ""},
-      {{"!d:%%"}, ""},
-      {{"s:{", "e:}"}, ""},
-      {{"s:\\0", "e:\\255"}, ""},
-      {{"s:a", "p:b"}, ""},  // both lines end with LF
-      {{"e:\\256"}, "Message delimiter character code must be between 0 and 255.\n"},
-      {{"e:\\99999999999999999999"}, "Message delimiter character code must be between 0 and 255.\n"},
-      {{"e:\\x"}, "Unrecognised Message delimiter character code.\n"},
-      {{"e:a\\"}, "Unrecognised Message delimiter character code.\n"},
-      {{"d:%%"}, "Message delimiters are the same.\n"},
-      {{"s:\\n"}, "Message delimiters are the same.\n"},
-      {{"s:a", "e:b", "p:c", "q:c"}, "Property delimiters are the same.\n"},
-      {{"s:a", "e:b", "p:a"}, across},
-      {{"s:a", "e:b", "p:c", "q:b"}, across},
-      {{"s:a", "e:b", "p:c", "q:a"}, across},
-      {{"s:a", "e:b", "p:b"}, across},
-      {{"e:b", "p:c"}, "Can't use single line Message delimiters with a Property delimiter.\n"},
-      {{"1", "e:b"}, "Reading entire file does not require message delimiters.\n"},
-      {{"is:a", "ne:b"}, "You can not specify both 'include' and 'dont include' message/property delimiters.\n"},
-      {{"s:(", "e:]"}, "Unmatched delimiter ')' bracket.\n"},
-      {{"s:a", "e:>"}, "Unmatched delimiter '>' bracket.\n"},
-      {{"s:(", "e:x"}, "Unmatched delimiter brackets.\n"},
-      {{"Bs:(", "e:x"}, ""},
+      {{"", "", "\\13\\10"}, ""},
+      {{"!", "%", "%"}, ""},
+      {{"", "{", "}"}, ""},
+      {{"", "\\0", "\\255"}, ""},
+      {{"", "a", "", "b"}, ""},  // both lines end with LF
+      {{"", "", "\\256"}, "Message delimiter character code must be between 0 and 255.\n"},
+      {{"", "", "\\99999999999999999999"}, "Message delimiter character code must be between 0 and 255.\n"},
+      {{"", "", "\\x"}, "Unrecognised Message delimiter character code.\n"},
+      {{"", "", "a\\"}, "Unrecognised Message delimiter character code.\n"},
+      {{"", "%", "%"}, "Message delimiters are the same.\n"},
+      {{"", "\\n"}, "Message delimiters are the same.\n"},
+      {{"", "a", "b", "c", "c"}, "Property delimiters are the same.\n"},
+      {{"", "a", "b", "a"}, across},
+      {{"", "a", "b", "c", "b"}, across},
+      {{"", "a", "b", "c", "a"}, across},
+      {{"", "a", "b", "b"}, across},
+      {{"", "", "b", "c"}, "Can't use single line Message delimiters with a Property delimiter.\n"},
+      {{"1", "", "b"}, "Reading entire file does not require message delimiters.\n"},
+      {{"mx", "a", "b"}, "You can not specify both 'include' and 'dont include' message/property delimiters.\n"},
+      {{"", "(", "]"}, "Unmatched delimiter ')' bracket.\n"},
+      {{"", "a", ">"}, "Unmatched delimiter '>' bracket.\n"},
+      {{"", "(", "x"}, "Unmatched delimiter brackets.\n"},
+      {{"B", "(", "x"}, ""},
   };
   for (const DelimiterCase& c : cases) {
-    PlainRun plain(c.Options);
-    EXPECT_EQ(PrepareDelimiters(plain.run), *c.Text == '\0' ? 0 : MQRCCF_PARM_VALUE_ERROR);
-    EXPECT_EQ(plain.run.MessageText, c.Text) << c.Options.back();
+    PlainDelimiters delimiters;
+    const Result result = MakePlainDelimiters(c.Asked.Options(), delimiters);
+    EXPECT_EQ(result.reason(), *c.Text == '\0' ? 0 : MQRCCF_PARM_VALUE_ERROR) << c.Asked.End;
+    EXPECT_EQ(result.text(), c.Text) << c.Asked.End;
   }
-  PlainRun setAll({""});
+  PlainRun setAll({});
   setAll.run.Asked.Output.Context = PutContext::SetAll;
-  EXPECT_EQ(PrepareDelimiters(setAll.run), MQRCCF_PARM_VALUE_ERROR);
+  EXPECT_EQ(PreparePlainFile(setAll.run), MQRCCF_PARM_VALUE_ERROR);
   EXPECT_EQ(setAll.run.MessageText, "A non-TARVO file should be loaded with either DEFAULT or NO context.\n");
 }
 
 struct CutCase {
-  Texts Options;
+  Cutting Asked;
   std::string File;
   Texts Messages;
   const char* Tail = "";  // "bytes,line" not taken
@@ -157,34 +128,34 @@ TEST_F(PlainFiles, AreCutAtTheirDelimiters) {
   const CutCase cases[] = {
       {{""}, "", {}},
       {{""}, "one\n\ntwo\nlast", {"one", "", "two", "last"}},
-      {{"i"}, "one\nlast", {"one\n", "last"}},
+      {{"mp"}, "one\nlast", {"one\n", "last"}},
       {{""}, "{\"a\":\n[1,\n2]}\n{}\n", {"{\"a\":\n[1,\n2]}", "{}"}},
       {{"B"}, "{\n}\n", {"{", "}"}},
       {{""}, "ok\n{\n\n", {"ok"}, "3,2"},       // a brace that never closes keeps every line end
       {{""}, "ok\n{)\nmore\n", {"ok"}, "8,2"},  // a bracket out of place too
       {{""}, "ok\n(]", {"ok"}, "2,2"},
-      {{"is:<msg>", "e:</msg>"}, "x<msg>a</msg> y <msg>b\n</msg>z\n", {"<msg>a</msg>", "<msg>b\n</msg>"}, "2,2"},
-      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n\n<msg>b", {"a"}, "6,3"},
-      {{"s:<msg>", "e:</msg>"}, "(<msg>a</msg>)<msg>b</msg>", {"b"}},  // the first start stands inside a bracket
-      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n(\n<msg>b</msg>", {"a"}, "14,2"},
-      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n)\n<msg>b</msg>", {"a"}, "14,2"},
-      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg>\n<ms", {"a"}, "3,2"},
-      {{"s:<msg>", "e:</msg>"}, "<msg>a</msg> \t\r\n", {"a"}},
-      {{"s:{", "e:}"}, "{a}{b}", {}, "6,1"},  // what is looked at begins behind the start delimiter
-      {{"Bs:{", "e:}"}, "{a}{b}", {"a", "b"}},
-      {{"e:END"}, "aENENDbEND", {"aEN", "b"}},
-      {{"e:END"}, "aENDbEN", {"a"}, "3,1"},
-      {{"e:END"}, "aEND\n \n", {"a"}},
-      {{"e:\\13\\9"}, "a\nb\r\tc\r\t", {"a\nb", "c"}},
-      {{"e:\\0"}, "a\0b\0"s, {"a", "b"}},
-      {{"!d:%%"}, "%a%%b%", {"a", "b"}},
-      {{"s:({", "e:})"}, "({x({a})({({b})", {"x({a", "({b"}},  // closes what the message has opened
+      {{"m", "<msg>", "</msg>"}, "x<msg>a</msg> y <msg>b\n</msg>z\n", {"<msg>a</msg>", "<msg>b\n</msg>"}, "2,2"},
+      {{"", "<msg>", "</msg>"}, "<msg>a</msg>\n\n<msg>b", {"a"}, "6,3"},
+      {{"", "<msg>", "</msg>"}, "(<msg>a</msg>)<msg>b</msg>", {"b"}},  // the first start stands inside a bracket
+      {{"", "<msg>", "</msg>"}, "<msg>a</msg>\n(\n<msg>b</msg>", {"a"}, "14,2"},
+      {{"", "<msg>", "</msg>"}, "<msg>a</msg>\n)\n<msg>b</msg>", {"a"}, "14,2"},
+      {{"", "<msg>", "</msg>"}, "<msg>a</msg>\n<ms", {"a"}, "3,2"},
+      {{"", "<msg>", "</msg>"}, "<msg>a</msg> \t\r\n", {"a"}},
+      {{"", "{", "}"}, "{a}{b}", {}, "6,1"},  // what is looked at begins behind the start delimiter
+      {{"B", "{", "}"}, "{a}{b}", {"a", "b"}},
+      {{"", "", "END"}, "aENENDbEND", {"aEN", "b"}},
+      {{"", "", "END"}, "aENDbEN", {"a"}, "3,1"},
+      {{"", "", "END"}, "aEND\n \n", {"a"}},
+      {{"", "", "\\13\\9"}, "a\nb\r\tc\r\t", {"a\nb", "c"}},
+      {{"", "", "\\0"}, "a\0b\0"s, {"a", "b"}},
+      {{"!", "%", "%"}, "%a%%b%", {"a", "b"}},
+      {{"", "({", "})"}, "({x({a})({({b})", {"x({a", "({b"}},  // closes what the message has opened
       {{"B1"}, "a\nb\n", {"a\nb\n"}},
       {{"1"}, "", {""}},
   };
   for (const CutCase& c : cases) {
     SCOPED_TRACE(c.File);
-    PlainRun plain(c.Options);
+    PlainRun plain(c.Asked);
     EXPECT_EQ(Read(plain, c.File), c.Messages);
     EXPECT_EQ(plain.reason, 0) << plain.run.MessageText.c_str();
     std::string tail;
@@ -199,7 +170,7 @@ TEST_F(PlainFiles, AreCutAtTheirDelimiters) {
 }
 
 TEST_F(PlainFiles, DescriptorIsTheDefaultWithTheFormat) {
-  PlainRun plain({""});
+  PlainRun plain({});
   Read(plain, "a\n");
   const MQMD& descriptor = plain.run.Message.Descriptor;
   EXPECT_EQ(descriptor.Version, 1);
@@ -228,15 +199,13 @@ TEST_F(PlainFiles, PropertiesBecomeAHeader) {
   const CutCase cases[] = {
       {{}, "P:  <usr>\n  <a>1</a>\n</usr>  :Q<m>data</m>", {"<usr><a>1</a></usr> |data"}},
       {{"W"}, "P: <a>1</a> :Q<m>data</m>", {" <a>1</a>   |data"}},
-      {{"i"}, "P:<a>:Q<m>data</m>", {"P:<a>:Q |<m>data</m>"}},
+      {{"mp"}, "P:<a>:Q<m>data</m>", {"P:<a>:Q |<m>data</m>"}},
       {{"B"}, "P:<a b=\"1  2\">x  y </a> \"q  <\" <b/>:Q<m></m>", {"<a b=\"1  2\">x  y</a>\"q  <\"<b/>  |"}},
       {{}, "P::Q<m>1</m><m>2</m> P:ab:Q <m>3</m>", {"|1", "?", "ab  |3"}},  // properties are one message's
   };
   for (const CutCase& c : cases) {
     SCOPED_TRACE(c.File);
-    Texts options = {"s:<m>", "e:</m>", "p:P:", "q::Q"};
-    options.insert(options.end(), c.Options.begin(), c.Options.end());
-    PlainRun plain(options);
+    PlainRun plain({c.Asked.Flags, "<m>", "</m>", "P:", ":Q"});
     Texts messages = Read(plain, c.File);
     EXPECT_EQ(plain.reason, 0) << plain.run.MessageText.c_str();
     for (std::string& message : messages) message = PropertiesIn(message);
@@ -254,15 +223,14 @@ TEST_F(PlainFiles, MessagesOfEverySizeSurviveTheBlocks) {
     file += "p" + std::to_string(i) + ";" + text + "END\n";
     expected.push_back(std::move(text));
   }
-  PlainRun plain({"s:;", "e:END", "p:p", "q:;;"});
-  plain.run.Asked.Plain.StartProperty.clear();
+  PlainRun plain({"", ";", "END", "", ";;"});
   EXPECT_EQ(Read(plain, file), expected);
 }
 
 TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
   folder.Write("in1.txt", "a\n");
   std::filesystem::create_directory(folder.Path("in2.txt"));
-  PlainRun plain({""});
+  PlainRun plain({});
   plain.run.Naming.InputSet = true;
   ASSERT_EQ(plain.Open(folder.Path("in%n.txt")), 0);
   EXPECT_EQ(plain.ReadAll(), Texts{"a"});
@@ -270,7 +238,7 @@ TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
 }
 
 TEST_F(PlainFiles, CountLeavesTheInputAtItsStart) {
-  PlainRun plain({"s:<m>", "e:</m>", "p:P", "q:Q"});
+  PlainRun plain({"", "<m>", "</m>", "P", "Q"});
   plain.run.Plain.Pass = CountingPass::Running;
   ASSERT_EQ(plain.Open(folder.Write("in.txt", "PaQ<m>1</m><m>2</m><m>")), 0);
   testing::internal::CaptureStderr();
@@ -293,12 +261,12 @@ TEST_F(PlainFiles, HugeNestingAndManyCandidates) {
   std::string deep;
   for (std::size_t i = 0; i < kDeep; ++i) deep += "[\n";
   const std::string closed = deep + std::string(kDeep, ']');
-  PlainRun nested({""});
+  PlainRun nested({});
   EXPECT_EQ(Read(nested, closed + "\nx\n"), (Texts{closed, "x"}));
-  PlainRun open({""});
+  PlainRun open({});
   EXPECT_EQ(Read(open, deep), Texts{});
   EXPECT_EQ(open.shown.substr(0, 8), "2000000 ");
-  PlainRun misplaced({""});
+  PlainRun misplaced({});
   EXPECT_EQ(Read(misplaced, "]" + deep), Texts{});
   EXPECT_EQ(misplaced.shown.substr(0, 8), "2000001 ");
 }

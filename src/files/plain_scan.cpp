@@ -10,7 +10,7 @@ constexpr std::uint8_t kBracket = kOpening | kClosing;
 
 std::uint8_t ClassOf(char c) {
   if (ClosingBracket(c) != 0) return kOpening;
-  return c == ')' || c == '>' || c == ']' || c == '}' ? kClosing : 0;
+  return IsClosingBracket(c) ? kClosing : 0;
 }
 
 // The next byte in [p, stop) that means something, or `stop`.
@@ -57,6 +57,8 @@ char ClosingBracket(char c) {
   }
 }
 
+bool IsClosingBracket(char c) { return c == ')' || c == '>' || c == ']' || c == '}'; }
+
 DelimiterRule MakeDelimiterRule(std::string_view bytes, bool brackets) {
   DelimiterRule rule;
   rule.Bytes = bytes;
@@ -87,43 +89,45 @@ DelimiterScan::DelimiterScan(const DelimiterRule& delimiterRule, ScanMode scanMo
   Brackets.clear();
 }
 
+std::optional<ScanResult> DelimiterScan::TryCandidate(std::string_view held, bool ended) {
+  if (At < CandidatesFrom) return {};
+  const std::string& delimiter = Rule.Bytes;
+  if (held.size() < delimiter.size()) return ended ? std::optional<ScanResult>() : ScanResult::NeedsData;
+  if (std::memcmp(held.data(), delimiter.data(), delimiter.size()) != 0 || !Accepts(Rule, Mode, Brackets)) return {};
+  Found = At;
+  return ScanResult::Found;
+}
+
+std::optional<ScanResult> DelimiterScan::TakeBracket(char c) {
+  if (const char closing = ClosingBracket(c); closing != 0) {
+    try {
+      Brackets.push_back(closing);
+    } catch (const std::bad_alloc&) {
+      return ScanResult::NoMemory;
+    }
+    return {};
+  }
+  if (Brackets.empty() || Brackets.back() != c) return ScanResult::Hopeless;
+  Brackets.pop_back();
+  return {};
+}
+
 ScanResult DelimiterScan::Continue(std::string_view held, std::int64_t base, bool ended) {
   const auto* first = reinterpret_cast<const unsigned char*>(held.data());
-  const auto* end = first + held.size();
   const bool limited = Limit < base + static_cast<std::int64_t>(held.size());
   if (limited && Limit < At) return ScanResult::PastLimit;
-  const auto* stop = limited ? first + (Limit - base) + 1 : end;
-  const std::size_t length = Rule.Bytes.size();
-  const unsigned char* p = first + (At - base);
-  for (;;) {
+  const auto* stop = limited ? first + (Limit - base) + 1 : first + held.size();
+  for (const unsigned char* p = first + (At - base);; ++p) {
     p = NextSignificant(Rule, p, stop);
     At = base + (p - first);
     if (p == stop) return limited ? ScanResult::PastLimit : ScanResult::NeedsData;
     const std::uint8_t meaning = Rule.Classes[*p];
-    if ((meaning & kFirstByte) != 0 && At >= CandidatesFrom) {
-      if (static_cast<std::size_t>(end - p) < length) {
-        if (!ended) return ScanResult::NeedsData;
-      } else if (std::memcmp(p, Rule.Bytes.data(), length) == 0) {
-        if (Accepts(Rule, Mode, Brackets)) {
-          Found = At;
-          return ScanResult::Found;
-        }
-      }
+    if ((meaning & kFirstByte) != 0) {
+      const auto result = TryCandidate(held.substr(static_cast<std::size_t>(p - first)), ended);
+      if (result) return *result;
     }
     if (Rule.Brackets && (meaning & kBracket) != 0) {
-      const char c = static_cast<char>(*p);
-      if ((meaning & kOpening) != 0) {
-        try {
-          Brackets.push_back(ClosingBracket(c));
-        } catch (const std::bad_alloc&) {
-          return ScanResult::NoMemory;
-        }
-      } else if (!Brackets.empty() && Brackets.back() == c) {
-        Brackets.pop_back();
-      } else {
-        return ScanResult::Hopeless;
-      }
+      if (const auto result = TakeBracket(static_cast<char>(*p)); result) return *result;
     }
-    ++p;
   }
 }

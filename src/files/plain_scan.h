@@ -6,6 +6,7 @@
 // place, no later candidate of the same scan can count.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,7 @@ DelimiterRule MakeDelimiterRule(std::string_view bytes, bool brackets);
 
 // The closing bracket of an opening one, else 0.
 char ClosingBracket(char c);
+bool IsClosingBracket(char c);
 
 enum class ScanMode {
   Start,  // the brackets are looked at up to the delimiter
@@ -61,4 +63,10 @@ struct DelimiterScan {
   std::int64_t Limit = INT64_MAX;
   std::int64_t Found = -1;
   BracketStack& Brackets;
+
+ private:
+  // The two steps at a byte that means something, which stands at At; nothing when the scan goes on behind it. A
+  // candidate is looked at in the bytes `held` from there on.
+  std::optional<ScanResult> TryCandidate(std::string_view held, bool ended);
+  std::optional<ScanResult> TakeBracket(char c);
 };

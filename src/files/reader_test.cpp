@@ -132,11 +132,12 @@ TEST_F(Reader, MemoryTrace) {
   run.Asked.Display.TraceMemory = true;
   OpenFile(run, kMark + "N\nS \"" + std::string(2040, 'a') + "\"\n");
   testing::internal::CaptureStderr();
-  ASSERT_EQ(GrowMessageBuffer(run, 1), 0);
+  run.Message.Buffer.Trace(run.Memory());
+  ASSERT_FALSE(run.Message.Buffer.Grow(1).failed());
   ASSERT_EQ(CreateLineBuffer(run), 0);
   MQLONG reason = 0;
   EXPECT_EQ(Messages(run, reason)[0].Data.size(), 2040U);
-  ReleaseMessageBuffer(run);
+  run.Message.Buffer.Release();
   ReleaseLineBuffer(run);
   const std::string trace = testing::internal::GetCapturedStderr();
   std::string sizes;

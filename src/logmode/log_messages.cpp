@@ -40,12 +40,12 @@ bool MayBeginProperties(const MQBYTE* data, std::size_t bytes) {
 // Makes room for `bytes` more behind the data in the message buffer, generously, so that many pieces are not copied
 // many times.
 MQLONG MakeRoom(Parameters& run, std::size_t bytes) {
-  const CurrentMessage& message = run.Message;
+  CurrentMessage& message = run.Message;
   const std::size_t wanted = static_cast<std::size_t>(message.Length) + bytes;
   if (wanted <= message.Buffer.size()) return 0;
   if (wanted > static_cast<std::size_t>(std::numeric_limits<MQLONG>::max()))
     return BrokenDump(run, MQRC_INCOMPLETE_MSG);
-  return GrowMessageBuffer(run, std::max(wanted, 2 * message.Buffer.size()));
+  return run.Keep(message.Buffer.Grow(std::max(wanted, 2 * message.Buffer.size())));
 }
 
 // Reads the message bytes of a put record. The buffer grows with what the dump holds, not with what it promises.

@@ -1,9 +1,9 @@
-#include <algorithm>
+#include "cmdline/plain_options.h"
 
-#include "cmdline/parameters.h"
-#include "common/console.h"
+#include <algorithm>
+#include <string>
+
 #include "common/member.h"
-#include "files/plain_file.h"
 
 namespace {
 
@@ -40,15 +40,14 @@ constexpr DelimiterLetter kDelimiterLetters[] = {
      "End property delimiter only be specified once.\n"},
 };
 
-bool SetDelimiter(Parameters& run, const DelimiterLetter& letter, std::string_view text) {
+bool SetDelimiter(PlainFileOptions& plain, Console& screen, const DelimiterLetter& letter, std::string_view text) {
   if (text.empty() || text.size() > kDelimiterLimit) {
-    run.Screen.Print("%s must be between 1 and %d characters in length.\n", letter.Name,
-                     static_cast<int>(kDelimiterLimit));
+    screen.Print("%s must be between 1 and %d characters in length.\n", letter.Name, static_cast<int>(kDelimiterLimit));
     return false;
   }
-  std::string& delimiter = run.Asked.Plain.*letter.Field;
+  std::string& delimiter = plain.*letter.Field;
   if (!delimiter.empty()) {
-    run.Screen.PrintText(letter.Twice);
+    screen.PrintText(letter.Twice);
     return false;
   }
   delimiter = text;
@@ -56,18 +55,19 @@ bool SetDelimiter(Parameters& run, const DelimiterLetter& letter, std::string_vi
 }
 
 // "d:": the first half is the start delimiter, the second half the end delimiter.
-bool SetBothDelimiters(Parameters& run, std::string_view text) {
+bool SetBothDelimiters(PlainFileOptions& plain, Console& screen, std::string_view text) {
   if (text.size() % 2 != 0) {
-    run.Screen.Print("Message delimiter parameter must be even in length.\n");
+    screen.Print("Message delimiter parameter must be even in length.\n");
     return false;
   }
   if (text.empty() || text.size() > 2 * kDelimiterLimit) {
-    run.Screen.Print("Message delimiters must be between 1 and %d characters in length.\n",
-                     static_cast<int>(kDelimiterLimit));
+    screen.Print("Message delimiters must be between 1 and %d characters in length.\n",
+                 static_cast<int>(kDelimiterLimit));
     return false;
   }
   const std::size_t half = text.size() / 2;
-  return SetDelimiter(run, kStartMessage, text.substr(0, half)) && SetDelimiter(run, kEndMessage, text.substr(half));
+  return SetDelimiter(plain, screen, kStartMessage, text.substr(0, half)) &&
+         SetDelimiter(plain, screen, kEndMessage, text.substr(half));
 }
 
 // "i" and "n" wait for the delimiter that follows them; without one they mean both kinds.
@@ -75,24 +75,24 @@ struct Pending {
   bool Include = false;
   bool Exclude = false;
 
-  void ApplyToMessages(Parameters& run) const {
-    if (Include) run.Asked.Plain.IncludeMsgDelims = true;
-    if (Exclude) run.Asked.Plain.ExcludeMsgDelims = true;
+  void ApplyToMessages(PlainFileOptions& plain) const {
+    if (Include) plain.IncludeMsgDelims = true;
+    if (Exclude) plain.ExcludeMsgDelims = true;
   }
-  void ApplyToProperties(Parameters& run) const {
-    if (Include) run.Asked.Plain.IncludePropDelims = true;
-    if (Exclude) run.Asked.Plain.ExcludePropDelims = true;
+  void ApplyToProperties(PlainFileOptions& plain) const {
+    if (Include) plain.IncludePropDelims = true;
+    if (Exclude) plain.ExcludePropDelims = true;
   }
 };
 
-bool TakeFlagLetter(Parameters& run, char c, Pending& pending) {
+bool TakeFlagLetter(PlainFileOptions& plain, char c, Pending& pending) {
   if (c == 'i' || c == 'n') {
     (c == 'i' ? pending.Include : pending.Exclude) = true;
     return true;
   }
   for (const FlagLetter& flag : kFlagLetters) {
     if (flag.Letter != c) continue;
-    run.Asked.Plain.*flag.Field = true;
+    plain.*flag.Field = true;
     return true;
   }
   return false;
@@ -100,14 +100,14 @@ bool TakeFlagLetter(Parameters& run, char c, Pending& pending) {
 
 }  // namespace
 
-PlainOptionResult ParseNonTarvoOptions(Parameters& run, char letter, std::string_view text) {
-  run.Asked.Plain.Given = true;
+PlainOptionResult ParsePlainOptions(PlainFileOptions& plain, Console& screen, char letter, std::string_view text) {
+  plain.Given = true;
   Pending pending;
   std::size_t at = 0;
-  while (at < text.size() && TakeFlagLetter(run, text[at], pending)) ++at;
+  while (at < text.size() && TakeFlagLetter(plain, text[at], pending)) ++at;
   if (at == text.size()) {
-    pending.ApplyToMessages(run);
-    pending.ApplyToProperties(run);
+    pending.ApplyToMessages(plain);
+    pending.ApplyToProperties(plain);
     return PlainOptionResult::Ok;
   }
   const char kind = text[at];
@@ -116,19 +116,19 @@ PlainOptionResult ParseNonTarvoOptions(Parameters& run, char letter, std::string
   const bool known = row != std::end(kDelimiterLetters);
   const int shown = static_cast<int>(at + 1);
   if (!known && kind != 'd') {
-    run.Screen.Print("Unrecognised -%c%.*s parameter.\n\n", letter, shown, text.data());
+    screen.Print("Unrecognised -%c%.*s parameter.\n\n", letter, shown, text.data());
     return PlainOptionResult::RefusedWithHelp;
   }
   if (at + 1 == text.size() || text[at + 1] != ':') {
-    run.Screen.Print("Expected ':' after parameter -%c%.*s\n", letter, shown, text.data());
+    screen.Print("Expected ':' after parameter -%c%.*s\n", letter, shown, text.data());
     return PlainOptionResult::Refused;
   }
   const std::string_view delimiter = text.substr(at + 2);
   if (known && row->Property) {
-    pending.ApplyToProperties(run);
+    pending.ApplyToProperties(plain);
   } else {
-    pending.ApplyToMessages(run);
+    pending.ApplyToMessages(plain);
   }
-  const bool taken = known ? SetDelimiter(run, *row, delimiter) : SetBothDelimiters(run, delimiter);
+  const bool taken = known ? SetDelimiter(plain, screen, *row, delimiter) : SetBothDelimiters(plain, screen, delimiter);
   return taken ? PlainOptionResult::Ok : PlainOptionResult::Refused;
 }
