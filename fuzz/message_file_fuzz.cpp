@@ -42,19 +42,16 @@ std::vector<Message> ReadAll(const char* name, bool& whole) {
 }
 
 void WriteAll(const char* name, const std::vector<Message>& messages, std::size_t layout) {
-  const auto owner = std::make_unique<Parameters>();
-  Parameters& run = *owner;
-  run.Asked.Layout = kLayouts[layout];
-  run.Writer.FileName.Assign(name);
-  Require(run.Writer.Out.Open(name, "wb") == 0 && WriteFileHeader(run, nullptr) == 0);
-  for (const Message& message : messages) {
-    std::string data = message.Data;
-    run.Message.Descriptor = message.Descriptor;
-    run.Message.Data = reinterpret_cast<MQBYTE*>(data.data());
-    run.Message.Length = run.Message.Delivered = static_cast<MQLONG>(data.size());
-    Require(WriteFileMessage(run) == 0);
+  OutputFile out;
+  const Text<255> called(name);
+  MessageWriter writer(kLayouts[layout], out, called);
+  Require(out.Open(name, "wb") == 0 && !writer.WriteHeader("\n", {}).failed());
+  for (const auto& [descriptor, data] : messages) {
+    const DataBytes bytes(reinterpret_cast<const MQBYTE*>(data.data()), data.size());
+    const auto length = static_cast<MQLONG>(bytes.size());
+    Require(!writer.Write({.Descriptor = descriptor, .Data = bytes, .Length = length}).failed());
   }
-  Require(CloseOutputFile(run) == 0);
+  Require(out.Close(false) == 0);
 }
 
 // A file holds no StrucId, and of a message of version 1 (or of none) only that version's fields: the others are as in

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cmdline/parameters.h"
+#include "common/version.h"
 
 namespace {
 

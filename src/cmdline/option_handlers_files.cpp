@@ -8,6 +8,7 @@
 #include "cmdline/parameters.h"
 #include "cmdline/plain_options.h"
 #include "cmdline/value_parsers.h"
+#include "files/writer.h"
 
 namespace {
 

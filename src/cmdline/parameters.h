@@ -22,9 +22,9 @@
 #include "files/current_message.h"
 #include "files/line_buffer.h"
 #include "files/naming.h"
+#include "files/output_files.h"
 #include "files/plain_file.h"
 #include "files/progress.h"
-#include "files/writer.h"
 #include "generic/generic.h"
 #include "logmode/log_source.h"
 #include "mq/connection.h"
@@ -84,6 +84,3 @@ struct Parameters {
     return result.reason();
   }
 };
-
-// The program's version, shown in the banner and written into file headers.
-inline constexpr char kVersion[] = "9.1.1";

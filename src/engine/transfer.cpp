@@ -8,6 +8,7 @@
 #include "engine/get.h"
 #include "files/hex.h"
 #include "files/reader.h"
+#include "files/writer.h"
 #include "platform/interrupt.h"
 
 namespace {
@@ -33,7 +34,7 @@ MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
   }
   const bool writesFile = !run.Asked.Output.FileName.empty() && !run.NullOutput;
   if (queue != nullptr && run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0 && writesFile &&
-      MayLoseBytes(run)) {
+      MayLoseBytes(run.Asked.Layout)) {
     run.MessageText.Format("Without units of work (-t0) no message can be kept from a layout that loses some of it");
     return MQRC_OPTIONS_ERROR;
   }

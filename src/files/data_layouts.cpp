@@ -156,6 +156,18 @@ std::int64_t LongestAroundHex(LineForm form) {
 
 }  // namespace
 
+DataLayout LayoutOf(const LayoutOptions& options) {
+  if (options.Raw) return DataLayout::Raw;
+  if (options.AsciiLines) return DataLayout::AsciiLines;
+  if (options.Printable) return DataLayout::Printable;
+  return options.TextLines ? DataLayout::Text : DataLayout::Hex;
+}
+
+LineForm FormOf(const LayoutOptions& options) {
+  constexpr int kLeastWidth = 2;
+  return {.Width = static_cast<std::size_t>(std::max(options.DataWidth, kLeastWidth)), .Columns = options.AsciiColumns};
+}
+
 bool WriteHexLines(OutputFile& out, DataBytes data, LineForm form) {
   do {
     const DataBytes line = Head(data, form.Width);

@@ -8,6 +8,7 @@
 
 #include "files/streams.h"
 #include "mq/mqi.h"
+#include "options/options.h"
 
 using DataBytes = std::span<const MQBYTE>;
 
@@ -17,6 +18,9 @@ struct LineForm {
   std::size_t Width = 25;  // data bytes of a hex line, at least 2
   bool Columns = false;    // hex lines end with their bytes as characters
 };
+
+DataLayout LayoutOf(const LayoutOptions& options);
+LineForm FormOf(const LayoutOptions& options);
 
 // Hex lines; one without digits when there is no data.
 bool WriteHexLines(OutputFile& out, DataBytes data, LineForm form);

@@ -10,6 +10,7 @@
 #include "common/cs.h"
 #include "files/descriptor_fields.h"
 #include "files/reader.h"
+#include "files/writer.h"
 #include "platform/system.h"
 
 namespace {
@@ -48,16 +49,21 @@ MQMD TestDescriptor() {
   CSTrap("tarvofnc", __TIMESTAMP__, line, value);
 }
 
-bool WriteTestFile(Parameters& test, const std::string& name) {
+bool WriteTestFile(const LayoutOptions& layout, const MQMD& descriptor, DataBytes data, const std::string& name) {
   errno = 0;
   std::FILE* const file = OpenTemporaryForWrite(name);
-  if (const int error = errno; file == nullptr || test.Writer.Out.Adopt(file) != 0) {
+  OutputFile out;
+  if (const int error = errno; file == nullptr || out.Adopt(file) != 0) {
     const std::string text = FormatText("Can not open test file '%s' for output\n", name.c_str());
     WriteStandardOutput(WithCause(text, error));
     return false;
   }
-  MQLONG reason = WriteFileMessage(test);
-  if (reason == 0) reason = CloseOutputFile(test);
+  const Text<255> shown(name);
+  const Result result =
+      MessageWriter(layout, out, shown)
+          .Write({.Descriptor = descriptor, .Data = data, .Length = static_cast<MQLONG>(data.size())});
+  MQLONG reason = result.reason();
+  if (reason == 0 && out.Close(true) != 0) reason = MQRC_RESOURCE_PROBLEM;
   if (reason != 0) PrintOutput("WriteFileMessage returned RC(%d)\n", reason);
   return reason == 0;
 }
@@ -80,15 +86,10 @@ bool ReadTestFile(Parameters& test, const std::string& name) {
 bool TestLayout(Parameters& test, const LayoutCase& layout, const MQMD& descriptor, MQBYTE* data) {
   WriteStandardOutput(layout.Title);
   const std::string name = TemporaryFilePath("tarvo.tst");
-  test.Asked.Layout = layout.Layout;
   test.Reader.In.Close();
-  test.Writer.FileName.Assign(name);
   test.Naming.InputName.Assign(name);
   CurrentMessage& message = test.Message;
-  message.Descriptor = descriptor;
-  message.Data = data;
-  message.Length = message.Delivered = kDataLength;
-  if (!WriteTestFile(test, name) || !ReadTestFile(test, name)) return false;
+  if (!WriteTestFile(layout.Layout, descriptor, {data, kDataLength}, name) || !ReadTestFile(test, name)) return false;
   if (std::memcmp(&message.Descriptor, &descriptor, sizeof descriptor) != 0) {
     Mismatch("Message Descriptors don't match\n", __LINE__, 0);
   }

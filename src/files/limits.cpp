@@ -4,6 +4,7 @@
 
 #include "cmdline/parameters.h"
 #include "files/naming.h"
+#include "files/output_files.h"
 #include "files/writer.h"
 
 namespace {
@@ -11,7 +12,7 @@ namespace {
 // What a message may take in the file: at least its hex digits and a descriptor, whatever the layout.
 std::int64_t RoomNeeded(const Parameters& run, MQLONG length) {
   constexpr std::int64_t kDescriptorRoom = 1024;
-  return std::max(2 * std::int64_t{length} + kDescriptorRoom, WorstCaseSize(run, length));
+  return std::max(2 * std::int64_t{length} + kDescriptorRoom, WorstCaseSize(run.Asked.Layout, length));
 }
 
 bool LacksRoom(const Parameters& run, MQLONG length) {

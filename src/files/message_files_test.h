@@ -24,24 +24,34 @@ struct Layout {
   LayoutOptions Form{};
 };
 
-inline void Use(Parameters& run, const Layout& layout) { run.Asked.Layout = layout.Form; }
+// A message file that is written.
+struct WrittenFile {
+  WrittenFile(const std::string& path, const LayoutOptions& layout) : Layout(layout), Name(path) {
+    EXPECT_EQ(Out.Open(path.c_str(), "wb"), 0);
+  }
+  Result Write(const TestMessage& message, bool leavesQueue = false) {
+    const std::vector<MQBYTE> data(message.Data.begin(), message.Data.end());  // exactly as long as the message
+    return Writer.Write({.Descriptor = message.Descriptor,
+                         .Data = data,
+                         .Length = static_cast<MQLONG>(data.size()),
+                         .Position = 3,
+                         .Ordinal = 7,
+                         .LeavesQueue = leavesQueue});
+  }
+
+  LayoutOptions Layout;
+  Text<255> Name;
+  OutputFile Out;
+  MessageWriter Writer{Layout, Out, Name};
+};
 
 class MessageFiles : public testing::Test {
  protected:
-  static MQLONG WriteMessage(Parameters& run, const TestMessage& message) {
-    std::vector<MQBYTE> data(message.Data.begin(), message.Data.end());  // exactly as long as the message
-    run.Message.Descriptor = message.Descriptor;
-    run.Message.Data = data.data();
-    run.Message.Length = run.Message.Delivered = static_cast<MQLONG>(data.size());
-    return WriteFileMessage(run);
-  }
-
   // What the file holds after one message.
-  std::string FileOf(Parameters& run, const TestMessage& message) {
-    run.Writer.FileName.Assign(folder.Path("out"));
-    EXPECT_EQ(run.Writer.Out.Open(run.Writer.FileName.c_str(), "wb"), 0);
-    EXPECT_EQ(WriteMessage(run, message), 0) << run.MessageText.c_str();
-    EXPECT_EQ(CloseOutputFile(run), 0);
+  std::string FileOf(const LayoutOptions& layout, const TestMessage& message) {
+    WrittenFile file(folder.Path("out"), layout);
+    EXPECT_FALSE(file.Write(message).failed());
+    EXPECT_EQ(file.Out.Close(false), 0);
     return folder.Read("out");
   }
 

@@ -10,6 +10,7 @@
 #include "files/append.h"
 #include "files/naming.h"
 #include "files/progress.h"
+#include "files/writer.h"
 #include "platform/files.h"
 
 namespace {
@@ -213,7 +214,7 @@ MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::stri
   MQLONG reason = opened.Created ? 0 : CheckOutputFile(run, name, file);
   const bool regular = FileSize(opened.File) >= 0;
   std::string lineEnds;
-  if (reason == 0 && regular && append && WritesMessageFile(run)) reason = LookAtEnd(run, name, lineEnds);
+  if (reason == 0 && regular && append && WritesMessageFile(run.Asked.Layout)) reason = LookAtEnd(run, name, lineEnds);
   if (reason != 0 || (regular && !opened.Created && !append)) {
     std::fclose(opened.File);
     if (reason != 0) return reason;

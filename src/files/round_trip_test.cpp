@@ -53,13 +53,10 @@ class Generator {
 class RoundTrip : public MessageFiles {
  protected:
   void Check(const Layout& layout, const std::vector<TestMessage>& messages, bool carriageReturns = false) {
-    Parameters out;
-    Use(out, layout);
-    out.Writer.FileName.Assign(folder.Path("messages"));
-    ASSERT_EQ(out.Writer.Out.Open(out.Writer.FileName.c_str(), "wb"), 0);
-    ASSERT_EQ(WriteFileHeader(out, nullptr), 0);
-    for (const TestMessage& message : messages) ASSERT_EQ(WriteMessage(out, message), 0);
-    ASSERT_EQ(CloseOutputFile(out), 0);
+    WrittenFile out(folder.Path("messages"), layout.Form);
+    ASSERT_FALSE(out.Writer.WriteHeader("\n", {}).failed());
+    for (const TestMessage& message : messages) ASSERT_FALSE(out.Write(message).failed());
+    ASSERT_EQ(out.Out.Close(false), 0);
     std::string file = folder.Read("messages");
     if (carriageReturns) {
       std::string crlf;
@@ -105,16 +102,13 @@ TEST_F(RoundTrip, StringFields) {
   for (const auto& [value, lines] : cases) {
     TestMessage message{DefaultDescriptor(), "data"};
     std::memcpy(message.Descriptor.ReplyToQ, value.data(), value.size());
-    Parameters run;
-    EXPECT_NE(FileOf(run, message).find(lines), std::string::npos) << lines;
+    EXPECT_NE(FileOf({}, message).find(lines), std::string::npos) << lines;
     Check({"hex"}, {message});
   }
   TestMessage message{DefaultDescriptor(), "data"};
   std::memset(message.Descriptor.Format, 0, 8);  // the default is blank here
   message.Descriptor.ApplOriginData[1] = '\n';
-  Parameters run;
-  run.Asked.Layout.ApplDataAsText = true;
-  const std::string file = FileOf(run, message);
+  const std::string file = FileOf({.ApplDataAsText = true}, message);
   EXPECT_NE(file.find("A FMT \nA FMX 0000000000000000\n"), std::string::npos);
   EXPECT_NE(file.find("A AOD \nA AOX 000A0000\n"), std::string::npos);
   Check({"hex", {.ApplDataAsText = true}}, {message});
@@ -128,14 +122,11 @@ TEST_F(RoundTrip, TextIsExactOrRefused) {
     for (int left = number; left != 0; left /= 5) {
       if (left % 5 != 0) message.Data += bytes[static_cast<std::size_t>(left % 5 - 1)];
     }
-    Parameters run;
-    run.Asked.Layout.TextLines = true;
-    const auto back = MessagesOf("* TARVO\n\n" + FileOf(run, message));
+    const LayoutOptions text{.TextLines = true};
+    const auto back = MessagesOf("* TARVO\n\n" + FileOf(text, message));
     ASSERT_EQ(back.size(), 1U);
-    run.Asked.Input.Remove = true;
-    run.Writer.FileName.Assign(folder.Path("out"));
-    ASSERT_EQ(run.Writer.Out.Open(run.Writer.FileName.c_str(), "wb"), 0);
-    EXPECT_EQ(WriteMessage(run, message) == 0, back[0].Data == message.Data) << testing::PrintToString(message.Data);
+    const bool refused = WrittenFile(folder.Path("out"), text).Write(message, true).failed();
+    EXPECT_NE(refused, back[0].Data == message.Data) << testing::PrintToString(message.Data);
   }
 }
 

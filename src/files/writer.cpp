@@ -3,53 +3,19 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cinttypes>
 #include <cstring>
-#include <ctime>
-#include <utility>
+#include <string>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
 #include "common/units.h"
-#include "files/data_layouts.h"
+#include "common/version.h"
+#include "files/current_message.h"
 #include "files/descriptor_fields.h"
 #include "files/hex.h"
 #include "mq/put_time.h"
 
 namespace {
-
-DataLayout LayoutOf(const Parameters& run) {
-  if (run.Asked.Layout.Raw) return DataLayout::Raw;
-  if (run.Asked.Layout.AsciiLines) return DataLayout::AsciiLines;
-  if (run.Asked.Layout.Printable) return DataLayout::Printable;
-  return run.Asked.Layout.TextLines ? DataLayout::Text : DataLayout::Hex;
-}
-
-LineForm FormOf(const Parameters& run) {
-  constexpr int kLeastWidth = 2;
-  return {.Width = static_cast<std::size_t>(std::max(run.Asked.Layout.DataWidth, kLeastWidth)),
-          .Columns = run.Asked.Layout.AsciiColumns};
-}
-
-// The messages that the block still held have not reached the file. Returns the reason of the run's failure.
-MQLONG NotWritten(Parameters& run) {
-  WriterState& writer = run.Writer;
-  run.MsgsWritten -= writer.HeldMsgs;
-  run.BytesWritten -= writer.HeldBytes;
-  writer.HeldMsgs = writer.HeldBytes = 0;
-  return writer.FileName == "stdout" ? MQRC_FILE_SYSTEM_ERROR : MQRC_RESOURCE_PROBLEM;
-}
-
-MQLONG CanNotWrite(Parameters& run) {
-  const std::string text = FormatText("Can not write to file '%s'", run.Writer.FileName.c_str());
-  run.MessageText.Assign(WithCause(text, run.Writer.Out.error()));
-  return NotWritten(run);
-}
-
-MQLONG CanNotWriteWithCode(Parameters& run) {
-  const int error = run.Writer.Out.error();
-  const std::string text = FormatText("Can not write to file '%s' RC(%d)", run.Writer.FileName.c_str(), error);
-  run.MessageText.Assign(WithCause(text, error));
-  return NotWritten(run);
-}
 
 // A number, with blanks before it up to `width` characters; returns the place behind it.
 char* PutInteger(char* out, std::int64_t value, std::ptrdiff_t width = 0) {
@@ -112,14 +78,45 @@ char* PutField(char* out, const DescriptorField& field, const MQBYTE* value) {
   return out;
 }
 
-MQLONG WriteDescriptor(Parameters& run) {
-  OutputFile& file = run.Writer.Out;
-  if (run.Asked.Layout.NoDescriptor) return run.Asked.Layout.Raw || file.Append("N\n") ? 0 : CanNotWrite(run);
-  char* const room = file.Reserve(LongestDescriptor());
-  if (room == nullptr) return CanNotWrite(run);
-  const MQMD& descriptor = run.Message.Descriptor;
-  const FieldCondition left =
-      run.Asked.Layout.ApplDataAsText ? FieldCondition::OnlyAsHex : FieldCondition::OnlyAsCharacters;
+// A message that leaves its queue must be in the file byte for byte.
+Result LosesBytes(const OutgoingMessage& message) {
+  const MQMD& descriptor = message.Descriptor;
+  std::string id(2 * sizeof descriptor.MsgId, '0');
+  EncodeHex(id.data(), descriptor.MsgId, sizeof descriptor.MsgId);
+  return {MQRC_FILE_SYSTEM_ERROR,
+          FormatText("Message %d (MsgId %s) can not be written as text without loss", message.Position, id.c_str())};
+}
+
+constexpr std::size_t kLongestIndexLine = 24;
+constexpr std::int64_t kLongestTimeOnQueue = 256;
+
+}  // namespace
+
+Result MessageWriter::CanNotWrite() const { return Failed(FormatText("Can not write to file '%s'", name_.c_str())); }
+
+Result MessageWriter::CanNotWriteWithCode() const {
+  return Failed(FormatText("Can not write to file '%s' RC(%d)", name_.c_str(), out_.error()));
+}
+
+Result MessageWriter::Failed(const std::string& text) const {
+  return {WriteFailure(name_), WithCause(text, out_.error())};
+}
+
+Result MessageWriter::WriteIndexLine(int ordinal) {
+  char* const room = out_.Reserve(kLongestIndexLine);
+  if (room == nullptr) return CanNotWrite();
+  constexpr std::string_view kStart = "* Index ";
+  char* out = PutInteger(std::copy(kStart.begin(), kStart.end(), room), ordinal);
+  *out++ = '\n';
+  out_.Advance(static_cast<std::size_t>(out - room));
+  return {};
+}
+
+Result MessageWriter::WriteDescriptor(const MQMD& descriptor) {
+  if (layout_.NoDescriptor) return layout_.Raw || out_.Append("N\n") ? Result() : CanNotWrite();
+  char* const room = out_.Reserve(LongestDescriptor());
+  if (room == nullptr) return CanNotWrite();
+  const FieldCondition left = layout_.ApplDataAsText ? FieldCondition::OnlyAsHex : FieldCondition::OnlyAsCharacters;
   char* out = room;
   for (const DescriptorField* field = DescriptorFields; field->Kind != FieldKind::End; ++field) {
     // The lines of a descriptor also end the message before it: some are written whatever its version says.
@@ -127,192 +124,89 @@ MQLONG WriteDescriptor(Parameters& run) {
     if (field->Tag[0] == '\0' || newer || field->Condition == left) continue;
     out = PutField(out, *field, reinterpret_cast<const MQBYTE*>(&descriptor) + field->Offset);
   }
-  file.Advance(static_cast<std::size_t>(out - room));
-  return 0;
+  out_.Advance(static_cast<std::size_t>(out - room));
+  return {};
 }
 
-// A message that leaves its queue must be in the file byte for byte.
-MQLONG LosesBytes(Parameters& run) {
-  const MQMD& descriptor = run.Message.Descriptor;
-  std::string id(2 * sizeof descriptor.MsgId, '0');
-  EncodeHex(id.data(), descriptor.MsgId, sizeof descriptor.MsgId);
-  run.MessageText.Format("Message %d (MsgId %s) can not be written as text without loss", run.MessageIndex, id.c_str());
-  return MQRC_FILE_SYSTEM_ERROR;
-}
-
-MQLONG WriteText(Parameters& run, DataBytes data, LineForm form) {
+Result MessageWriter::WriteText(const OutgoingMessage& message) {
   bool exact = false;
-  if (!WriteTextLines(run.Writer.Out, data, form, exact)) return CanNotWriteWithCode(run);
-  return exact || !run.Asked.Input.Remove ? 0 : LosesBytes(run);
+  if (!WriteTextLines(out_, message.Data, FormOf(layout_), exact)) return CanNotWriteWithCode();
+  return exact || !message.LeavesQueue ? Result() : LosesBytes(message);
 }
 
-MQLONG WriteMessageData(Parameters& run) {
-  OutputFile& file = run.Writer.Out;
-  const CurrentMessage& message = run.Message;
-  if (message.Delivered < message.Length) {
-    run.MessageText.Format("Only %d of %d bytes of message data are there to be written", message.Delivered,
-                           message.Length);
-    return MQRC_UNEXPECTED_ERROR;
+Result MessageWriter::WriteData(const OutgoingMessage& message) {
+  const DataBytes data = message.Data;
+  const auto there = static_cast<MQLONG>(data.size());
+  if (there < message.Length) {
+    return {MQRC_UNEXPECTED_ERROR,
+            FormatText("Only %d of %d bytes of message data are there to be written", there, message.Length)};
   }
-  const DataBytes data(message.Data, static_cast<std::size_t>(message.Length));
-  const LineForm form = FormOf(run);
-  switch (const DataLayout layout = LayoutOf(run)) {
+  switch (const DataLayout layout = LayoutOf(layout_)) {
     case DataLayout::Hex:
-      return WriteHexLines(file, data, form) ? 0 : CanNotWrite(run);
+      return WriteHexLines(out_, data, FormOf(layout_)) ? Result() : CanNotWrite();
     case DataLayout::Raw:
-      return file.Append({reinterpret_cast<const char*>(data.data()), data.size()}) ? 0 : CanNotWriteWithCode(run);
+      return out_.Append({reinterpret_cast<const char*>(data.data()), data.size()}) ? Result() : CanNotWriteWithCode();
     case DataLayout::Text:
-      return WriteText(run, data, form);
+      return WriteText(message);
     default:
-      return WriteRuns(file, data, layout, form) ? 0 : CanNotWriteWithCode(run);
+      return WriteRuns(out_, data, layout, FormOf(layout_)) ? Result() : CanNotWriteWithCode();
   }
 }
 
-constexpr std::size_t kLongestIndexLine = 24;
-
-MQLONG WriteIndexLine(Parameters& run) {
-  char* const room = run.Writer.Out.Reserve(kLongestIndexLine);
-  if (room == nullptr) return CanNotWrite(run);
-  constexpr std::string_view kStart = "* Index ";
-  char* out = PutInteger(std::copy(kStart.begin(), kStart.end(), room), run.SelectedCount);
-  *out++ = '\n';
-  run.Writer.Out.Advance(static_cast<std::size_t>(out - room));
-  return 0;
+Result MessageWriter::WriteBlock(const OutgoingMessage& message) {
+  Result result = layout_.Index ? WriteIndexLine(message.Ordinal) : Result();
+  if (!result.failed()) result = WriteDescriptor(message.Descriptor);
+  if (!result.failed()) result = WriteData(message);
+  if (!result.failed() && !out_.Append("\n")) result = CanNotWrite();
+  return result;
 }
-
-MQLONG WriteMessageBlock(Parameters& run) {
-  MQLONG reason = run.Asked.Layout.Index ? WriteIndexLine(run) : 0;
-  if (reason == 0) reason = WriteDescriptor(run);
-  if (reason == 0) reason = WriteMessageData(run);
-  if (reason == 0 && !run.Writer.Out.Append("\n")) reason = CanNotWrite(run);
-  if (reason == 0) ++run.Writer.MsgsInFile;
-  return reason;
-}
-
-constexpr std::int64_t kLongestTimeOnQueue = 256;
 
 // Two lines and an empty one: the message's position and identifier, and below it how long the message has been there.
-MQLONG WriteTimeOnQueue(Parameters& run) {
-  const MQMD& descriptor = run.Message.Descriptor;
+Result MessageWriter::WriteTimeOnQueue(const OutgoingMessage& message) {
+  const MQMD& descriptor = message.Descriptor;
   std::array<char, 128> line;
   constexpr std::string_view kLabel = ". MsgId:";
-  char* end = PutInteger(line.data(), run.MessageIndex, 5);
+  char* end = PutInteger(line.data(), message.Position, 5);
   end = std::copy(kLabel.begin(), kLabel.end(), end);
   const auto indent = static_cast<std::size_t>(end - line.data());
   end = EncodeHex(end, descriptor.MsgId, sizeof descriptor.MsgId);
   *end++ = '\n';
 
   const std::int64_t putTime = PutTimeUtc(descriptor.PutDate, descriptor.PutTime);
-  const std::string age = putTime > 0 ? FormatDuration(run.StartTime - putTime) : "Unknown";
+  const std::string age = putTime > 0 ? FormatDuration(message.Now - putTime) : "Unknown";
   const std::string second = std::string(indent, ' ') + age + "\n\n";
-  if (run.Writer.Out.Append({line.data(), static_cast<std::size_t>(end - line.data())}) &&
-      run.Writer.Out.Append(second)) {
-    return 0;
-  }
-  PrintOutput("Error writing to file '%s'\n", run.Writer.FileName.c_str());
-  NotWritten(run);
+  if (out_.Append({line.data(), static_cast<std::size_t>(end - line.data())}) && out_.Append(second)) return {};
+  PrintOutput("Error writing to file '%s'\n", name_.c_str());
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
-// Counts a message that is in the block, or further. When a block has left meanwhile, so have all messages before.
-void CountWritten(Parameters& run) {
-  WriterState& writer = run.Writer;
-  const std::int64_t length = run.Message.Length;
-  if (writer.HeldFrom != writer.Out.written()) {
-    writer.HeldFrom = writer.Out.written();
-    writer.HeldMsgs = writer.HeldBytes = 0;
-  }
-  if (writer.Out.is_open()) {
-    ++writer.MsgsSinceFlush;
-    ++writer.HeldMsgs;
-    writer.HeldBytes += length;
-  }
-  ++run.MsgsWritten;
-  run.BytesWritten += length;
-}
-
-MQLONG FlushFailed(Parameters& run, int error) {
-  const MQLONG reason = NotWritten(run);
-  if (run.MessageText.empty()) {
-    const std::string text = FormatText("Error flushing data to file '%s'RC(%d)", run.Writer.FileName.c_str(), error);
-    run.MessageText.Assign(WithCause(text, error));
-  }
-  return reason;
-}
-
-void NothingHeld(WriterState& writer) {
-  writer.HeldMsgs = writer.HeldBytes = 0;
-  writer.MsgsSinceFlush = 0;
-}
-
-// The creation time as every file of the run shows it: the classic date text, its own line end included.
-const char* CreationTime(Parameters& run) {
-  if (run.Writer.CreationTime.empty()) {
-    const std::time_t now = std::time(nullptr);
-    const std::tm* const local = std::localtime(&now);
-    run.Writer.CreationTime.Assign(local != nullptr ? std::asctime(local) : "\n");
-  }
-  return run.Writer.CreationTime.c_str();
-}
-
-}  // namespace
-
-MQLONG WriteFileHeader(Parameters& run, const QueueElement* source) {
-  if (run.Asked.Layout.NoHeader || run.NullOutput) return 0;
-  std::string header = FormatText("* TARVO Version:%s Created:%s", kVersion, CreationTime(run));
-  if (source != nullptr && source->Hobj != MQHO_UNUSABLE_HOBJ) {
-    const char* const qmgr = run.QMgrs[run.Asked.Input.QMgr].QMgrName.c_str();
-    if (*qmgr != '\0') header += FormatText("* Qmgr  = %.48s\n", qmgr);
-    if (!source->QueueName.empty()) header += FormatText("* Queue = %.48s\n", source->QueueName.c_str());
-  }
+Result MessageWriter::WriteHeader(std::string_view created, const HeaderNames& names) {
+  if (layout_.NoHeader) return {};
+  constexpr std::size_t kNameLength = 48;
+  std::string header = FormatText("* TARVO Version:%s Created:", kVersion);
+  header += created;
+  if (!names.QMgr.empty()) header.append("* Qmgr  = ").append(names.QMgr.substr(0, kNameLength)) += '\n';
+  if (!names.Queue.empty()) header.append("* Queue = ").append(names.Queue.substr(0, kNameLength)) += '\n';
   header += '\n';
-  return run.Writer.Out.Append(header) ? 0 : CanNotWrite(run);
+  return out_.Append(header) ? Result() : CanNotWrite();
 }
 
-MQLONG WriteFileMessage(Parameters& run) {
-  WriterState& writer = run.Writer;
-  MQLONG reason = 0;
-  if (!run.NullOutput && !run.Asked.Display.Count) {
-    reason = run.Asked.Layout.TimeOnQueue ? WriteTimeOnQueue(run) : WriteMessageBlock(run);
-  }
-  writer.LastLength = run.Message.Length;
-  writer.LastWritten = true;
-  if (reason == 0) CountWritten(run);
-  return reason;
+Result MessageWriter::Write(const OutgoingMessage& message) {
+  return layout_.TimeOnQueue ? WriteTimeOnQueue(message) : WriteBlock(message);
 }
 
-bool MayLoseBytes(const Parameters& run) { return LayoutOf(run) == DataLayout::Text; }
+bool MayLoseBytes(const LayoutOptions& layout) { return LayoutOf(layout) == DataLayout::Text; }
 
-bool WritesMessageFile(const Parameters& run) {
-  if (MayLoseBytes(run) || run.Asked.Layout.Raw || run.Asked.Layout.TimeOnQueue) return false;
-  return !run.Asked.Layout.NoDescriptor || !run.Asked.Layout.NoHeader;
+bool WritesMessageFile(const LayoutOptions& layout) {
+  if (MayLoseBytes(layout) || layout.Raw || layout.TimeOnQueue) return false;
+  return !layout.NoDescriptor || !layout.NoHeader;
 }
 
-std::int64_t WorstCaseSize(const Parameters& run, MQLONG messageLength) {
-  if (run.NullOutput || run.Asked.Display.Count) return 0;
-  if (run.Asked.Layout.TimeOnQueue) return kLongestTimeOnQueue;
+std::int64_t WorstCaseSize(const LayoutOptions& layout, MQLONG messageLength) {
+  if (layout.TimeOnQueue) return kLongestTimeOnQueue;
   constexpr std::int64_t kEmptyLine = 1;
   return static_cast<std::int64_t>(kLongestIndexLine + LongestDescriptor()) +
-         LongestData(LayoutOf(run), messageLength, FormOf(run)) + kEmptyLine;
+         LongestData(LayoutOf(layout), messageLength, FormOf(layout)) + kEmptyLine;
 }
 
-MQLONG FlushOutputFile(Parameters& run, bool toDisk) {
-  WriterState& writer = run.Writer;
-  if (!writer.Out.is_open()) return 0;
-  if (const int error = writer.Out.Flush(toDisk); error != 0) return FlushFailed(run, error);
-  NothingHeld(writer);
-  return 0;
-}
-
-MQLONG CloseOutputFile(Parameters& run) {
-  WriterState& writer = run.Writer;
-  if (!writer.Out.is_open()) return 0;
-  const bool known = std::exchange(writer.Changes.LastIsOpen, false);
-  const bool replaces = known && !writer.Changes.Files.back().Temporary.empty();
-  // Messages of a queue are reported as written once they are on the disk, and an old file goes only when the new one
-  // is; a file that is rewritten under another name still stands as it was.
-  const bool toDisk = run.Asked.Input.FileName.empty() || replaces;
-  if (const int error = writer.Out.Close(toDisk); error != 0) return FlushFailed(run, error);
-  NothingHeld(writer);
-  return 0;
-}
+MQLONG WriteFailure(std::string_view name) { return name == "stdout" ? MQRC_FILE_SYSTEM_ERROR : MQRC_RESOURCE_PROBLEM; }

@@ -46,10 +46,8 @@ const std::string kDescriptorLines =
 class Writer : public MessageFiles {
  protected:
   std::string Lines(Layout layout, const std::string& data) {
-    Parameters run;
     layout.Form.NoDescriptor = true;
-    Use(run, layout);
-    const std::string file = FileOf(run, {DefaultDescriptor(), data});
+    const std::string file = FileOf(layout.Form, {DefaultDescriptor(), data});
     return file.substr(2, file.size() - 3);  // without the "N" line and the empty line
   }
 };
@@ -72,9 +70,7 @@ TEST_F(Writer, DocumentedExample) {
        "X 7E78320D0A5174793D33  <~x2..Qty=3>\nX 000102" +
            std::string(16, ' ') + "<...>\n"}};
   for (const auto& [layout, lines] : cases) {
-    Parameters run;
-    Use(run, layout);
-    EXPECT_EQ(FileOf(run, DocumentedMessage()), kDescriptorLines + lines + "\n") << layout.Name;
+    EXPECT_EQ(FileOf(layout.Form, DocumentedMessage()), kDescriptorLines + lines + "\n") << layout.Name;
   }
 }
 
@@ -118,12 +114,7 @@ TEST_F(Writer, DataLinesAtTheEdges) {
 
 TEST_F(Writer, DescriptorOptions) {
   TestMessage message = DocumentedMessage();
-  const auto file = [&](const LayoutOptions& form) {
-    Parameters run;
-    Use(run, {"", form});
-    run.SelectedCount = 7;
-    return FileOf(run, message);
-  };
+  const auto file = [&](const LayoutOptions& form) { return FileOf(form, message); };
   const std::string characters = file({.ApplDataAsText = true});
   EXPECT_NE(characters.find("\nA AID " + std::string(32, ' ') + "\nA PAT"), std::string::npos);
   EXPECT_NE(characters.find("\nA AOD     \nA GRP"), std::string::npos);
@@ -151,17 +142,14 @@ TEST_F(Writer, WorstCaseIsNeverPassed) {
     for (const bool columns : {false, true}) {
       form.AsciiColumns = columns;
       for (const std::string& data : {""s, "~"s, "\x01"s, mixed, std::string(999, '~'), std::string(999, '\n')}) {
-        Parameters run;
-        Use(run, {"", form});
         worst.Data = data;
-        EXPECT_LE(static_cast<std::int64_t>(FileOf(run, worst).size()),
-                  WorstCaseSize(run, static_cast<MQLONG>(data.size())));
+        EXPECT_LE(static_cast<std::int64_t>(FileOf(form, worst).size()),
+                  WorstCaseSize(form, static_cast<MQLONG>(data.size())));
       }
     }
   }
-  Parameters run;
-  Use(run, {"", {.AsciiLines = true, .AsciiColumns = true, .DataWidth = kWidestLine}});
-  EXPECT_GT(WorstCaseSize(run, INT32_MAX), std::int64_t{INT32_MAX} * kWidestLine);
+  const LayoutOptions widest{.AsciiLines = true, .AsciiColumns = true, .DataWidth = kWidestLine};
+  EXPECT_GT(WorstCaseSize(widest, INT32_MAX), std::int64_t{INT32_MAX} * kWidestLine);
 }
 
 }  // namespace

@@ -61,8 +61,6 @@ void ResetForNextQueue(Parameters& run) {
   run.FilesWritten = 0;
   run.Writer.MsgsInFile = 0;
   run.Writer.MsgsSinceFlush = 0;
-  run.Writer.LastLength = 0;
-  run.Writer.LastWritten = false;
   run.Reader.Line = {};
   run.Reader.LineNumber = 0;
   run.Reader.FileBytes = 0;
