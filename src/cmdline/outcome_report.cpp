@@ -15,21 +15,25 @@ bool HasOutput(const Parameters& run) {
   return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.TargetList != nullptr || !run.Asked.Output.FileName.empty();
 }
 
-void ShowRead(Parameters& run, const Totals& totals) {
-  PrintReportLine(run, {"Read", run.FilesRead, true, totals.MsgsRead, static_cast<std::uint64_t>(totals.BytesRead)});
+ReportLine ReadLine(const Parameters& run, const Totals& totals) {
+  return {"Read", run.FilesRead, true, totals.MsgsRead, static_cast<std::uint64_t>(totals.BytesRead)};
 }
 
 void ShowWritten(Parameters& run, const Totals& totals) {
-  PrintReportLine(
-      run, {"Written", run.FilesWritten, true, totals.MsgsWritten, static_cast<std::uint64_t>(totals.BytesWritten)});
+  PrintReportLine(run.Screen, {"Written", run.FilesWritten, true, totals.MsgsWritten,
+                               static_cast<std::uint64_t>(totals.BytesWritten)});
 }
 
 void ShowTotals(Parameters& run) {
-  if (run.Asked.Display.Summary) return ShowSummary(run);
   const Totals totals = {run.MsgsRead, run.BytesRead, run.MsgsWritten, run.BytesWritten};
-  ShowRead(run, totals);
+  const ReportLine read = ReadLine(run, totals);
+  if (run.Asked.Display.Summary) {
+    return ShowSummary(run.Screen, run.Asked.Display, {read, *run.Summary, run.Inputs.Elements});
+  }
+  PrintReportLine(run.Screen, read);
   if (run.Asked.Display.Count) {
-    PrintReportLine(run, {"Counted", 0, false, totals.MsgsWritten, static_cast<std::uint64_t>(totals.BytesWritten)});
+    PrintReportLine(run.Screen,
+                    {"Counted", 0, false, totals.MsgsWritten, static_cast<std::uint64_t>(totals.BytesWritten)});
   } else if (HasOutput(run) && !run.NullOutput) {
     ShowWritten(run, totals);
   }
@@ -40,7 +44,7 @@ void ShowCompleted(Parameters& run) {
   const Totals totals = {run.MsgsRead - run.UowMsgsRead, run.BytesRead - run.UowBytesRead,
                          run.MsgsWritten - run.UowMsgsWritten, run.BytesWritten - run.UowBytesWritten};
   run.Screen.Print("\nOperation rolled back, completed operations as follows:\n");
-  ShowRead(run, totals);
+  PrintReportLine(run.Screen, ReadLine(run, totals));
   if (HasOutput(run)) ShowWritten(run, totals);
 }
 

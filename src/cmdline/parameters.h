@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "common/console.h"
@@ -55,8 +56,7 @@ struct Parameters {
   ReaderState Reader;
   LogState Log;
   WaitState Wait;
-  int RangeStart = 0;  // the message range in its final form
-  int RangeEnd = 0;
+  std::optional<Selection> Chosen;
   int MessageIndex = -1;  // position of the message in hand in the source, from 1
   int SelectedCount = 0;  // its ordinal among the selected messages
   UnitOfWork Uow;
@@ -72,7 +72,7 @@ struct Parameters {
   AsyncPuts Async;
   RateState Pace;
   ProgressState Progress;
-  SummaryState Summary;
+  std::optional<Statistics> Summary;
   GenericState Generic;
   const MessageSource* Source = nullptr;  // set by rooms above the engine; null: queue or file
   Console Screen;

@@ -182,7 +182,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   if (!CheckInputQMgr(run) || !CheckNotOntoItself(run)) return MQRC_OPTIONS_ERROR;
   if (InterruptSignal() != 0) return 0;
   ShowWhatWillBeDone(run);
-  NormaliseRange(run);
+  run.Summary.emplace(run.NowCentis);
 
   if (run.Asked.Input.Generic || run.Asked.Output.Generic) {
     outcome.SkipReport = true;

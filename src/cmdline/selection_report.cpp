@@ -9,6 +9,7 @@
 #include "cmdline/parameters.h"
 #include "common/units.h"
 #include "engine/code_pages.h"
+#include "mq/put_time.h"
 #include "mq/reasons.h"
 
 namespace {

@@ -1,7 +1,6 @@
 #include <cinttypes>
 #include <string>
 
-#include "cmdline/parameters.h"
 #include "display/summary.h"
 
 namespace {
@@ -17,10 +16,10 @@ std::string Grouped(std::string number) {
 
 }  // namespace
 
-void PrintReportLine(Parameters& run, const ReportLine& line) {
+void PrintReportLine(Console& screen, const ReportLine& line) {
   std::string text = line.ShowFiles ? FormatText("%-7s - Files:%4d  ", line.Label, line.Files)
                                     : FormatText("%-7s -             ", line.Label);
   text += FormatText("Messages:%7s  ", Grouped(std::to_string(line.Messages)).c_str());
   text += FormatText("Bytes:%12s\n", Grouped(FormatText("%10" PRIu64, line.Bytes)).c_str());
-  run.Screen.PrintText(text);
+  screen.PrintText(text);
 }

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <string>
 
-#include "cmdline/parameters.h"
 #include "common/units.h"
 
 namespace {
@@ -45,10 +44,10 @@ std::string IdentifierLine(const char* label, const MQBYTE24& identifier) {
   return text + '\n';
 }
 
-std::string Identifiers(const Parameters& run, const MQBYTE24& msgId, const MQBYTE24& correlId) {
+std::string Identifiers(const DisplayOptions& shown, const MQBYTE24& msgId, const MQBYTE24& correlId) {
   std::string text;
-  if (run.Asked.Display.MsgIds) text += IdentifierLine("     Message Id:", msgId);
-  if (run.Asked.Display.CorrelIds) text += IdentifierLine("     Correl  Id:", correlId);
+  if (shown.MsgIds) text += IdentifierLine("     Message Id:", msgId);
+  if (shown.CorrelIds) text += IdentifierLine("     Correl  Id:", correlId);
   return text.empty() ? text : text + '\n';
 }
 
@@ -62,25 +61,23 @@ std::string SizeLine(const char* label, std::int64_t bytes) {
 }
 
 // Messages without a put time have no age and are counted apart.
-std::string Ages(const Parameters& run) {
-  const SummaryState& summary = run.Summary;
+std::string Ages(const DisplayOptions& shown, const Statistics& summary) {
   std::string text;
   if (summary.Dated != 0) {
     text += AgeLine("Youngest", summary.YoungestAge) +
-            Identifiers(run, summary.YoungestMsgId, summary.YoungestCorrelId) + AgeLine("Oldest", summary.OldestAge) +
-            Identifiers(run, summary.OldestMsgId, summary.OldestCorrelId) +
+            Identifiers(shown, summary.YoungestMsgId, summary.YoungestCorrelId) + AgeLine("Oldest", summary.OldestAge) +
+            Identifiers(shown, summary.OldestMsgId, summary.OldestCorrelId) +
             AgeLine("Average", summary.AgeSum / summary.Dated);
   }
   const std::int64_t without = summary.Messages - summary.Dated;
   return without == 0 ? text : text + FormatText("Without put time : %" PRId64 "\n", without);
 }
 
-std::string Sizes(const Parameters& run) {
-  const SummaryState& summary = run.Summary;
+std::string Sizes(const DisplayOptions& shown, const Statistics& summary) {
   if (summary.Messages == 0) return {};
   return SizeLine("Smallest", summary.SmallestSize) +
-         Identifiers(run, summary.SmallestMsgId, summary.SmallestCorrelId) + SizeLine("Biggest", summary.BiggestSize) +
-         Identifiers(run, summary.BiggestMsgId, summary.BiggestCorrelId) +
+         Identifiers(shown, summary.SmallestMsgId, summary.SmallestCorrelId) +
+         SizeLine("Biggest", summary.BiggestSize) + Identifiers(shown, summary.BiggestMsgId, summary.BiggestCorrelId) +
          SizeLine("Average", summary.Bytes / summary.Messages);
 }
 
@@ -99,11 +96,11 @@ struct Limits {
   std::int64_t MaxFileSize = 0;
 };
 
-Limits LimitsOf(const Parameters& run) {
+Limits LimitsOf(std::span<const QueueElement> queues) {
   Limits sum;
-  if (run.Inputs.Elements.empty()) return sum;
+  if (queues.empty()) return sum;
   bool depthKnown = true, bytesKnown = true, fileKnown = true;
-  for (const QueueElement& queue : run.Inputs.Elements) {
+  for (const QueueElement& queue : queues) {
     depthKnown = depthKnown && queue.MaxDepth > 0;
     bytesKnown = bytesKnown && queue.MaxMsgLength > 0;
     fileKnown = fileKnown && queue.MaxFileSize > 0;
@@ -123,8 +120,9 @@ double Percent(std::int64_t part, std::int64_t whole) {
 }
 
 // How full the queues are. What cannot be told without a limit that is not known is left out.
-std::string QueueSizes(const Parameters& run) {
-  const Limits limits = LimitsOf(run);
+std::string QueueSizes(const ReportLine& read, std::span<const QueueElement> queues) {
+  const Limits limits = LimitsOf(queues);
+  const auto bytesRead = static_cast<std::int64_t>(read.Bytes);
   const bool fileKnown = limits.MaxFileSize != 0;
   if (limits.Depth == 0 && !fileKnown) return {};
   std::string text = Underlined("Queue Size Summary");
@@ -135,20 +133,20 @@ std::string QueueSizes(const Parameters& run) {
   };
   const std::string maxFile = QueueMegabytes(limits.MaxFileSize);
   if (limits.Depth != 0) {
-    text += FormatText("Messages          %11" PRId64 " %11" PRId64 "  %5.1f %%\n", run.MsgsRead, limits.Depth,
-                       Percent(run.MsgsRead, limits.Depth));
-    const std::string current = QueueBytes(run.BytesRead);
+    text += FormatText("Messages          %11" PRId64 " %11" PRId64 "  %5.1f %%\n", read.Messages, limits.Depth,
+                       Percent(read.Messages, limits.Depth));
+    const std::string current = QueueBytes(bytesRead);
     if (fileKnown) {
-      text += FullnessLine("Message Bytes", current, maxFile, percentOfFile(run.BytesRead));
+      text += FullnessLine("Message Bytes", current, maxFile, percentOfFile(bytesRead));
     } else if (limits.Bytes != 0) {
       const bool big = limits.Bytes > std::int64_t{1} << kMegabyteShift;
       text += FullnessLine("Message Bytes", current,
                            big ? QueueMegabytes(limits.Bytes >> kMegabyteShift) : QueueBytes(limits.Bytes),
-                           Percent(run.BytesRead, limits.Bytes));
+                           Percent(bytesRead, limits.Bytes));
     }
   }
   if (fileKnown) {
-    const std::int64_t dataBytes = run.MsgsRead * kMessageOverhead + run.BytesRead;
+    const std::int64_t dataBytes = read.Messages * kMessageOverhead + bytesRead;
     text += FullnessLine("Data Bytes", QueueBytes(dataBytes), maxFile, percentOfFile(dataBytes));
     text += FullnessLine("Queue File Size", QueueMegabytes(limits.FileSize), maxFile,
                          Percent(limits.FileSize, limits.MaxFileSize));
@@ -158,17 +156,13 @@ std::string QueueSizes(const Parameters& run) {
 
 }  // namespace
 
-void ShowSummary(Parameters& run) {
-  const SummaryState& summary = run.Summary;
-  PrintReportLine(run, {.Label = "Read",
-                        .Files = run.FilesRead,
-                        .ShowFiles = true,
-                        .Messages = run.MsgsRead,
-                        .Bytes = static_cast<std::uint64_t>(run.BytesRead)});
-  std::string text = Histogram("Message Ages", kAgeTable, summary.AgeCounts, 6);
-  text += Ages(run);
-  text += Histogram("Message Sizes", kSizeTable, summary.SizeCounts, 8);
-  text += Sizes(run);
-  text += QueueSizes(run);
-  run.Screen.PrintText(text);
+void ShowSummary(Console& screen, const DisplayOptions& shown, const Summary& summary) {
+  PrintReportLine(screen, summary.Read);
+  const Statistics& selected = summary.Selected;
+  std::string text = Histogram("Message Ages", kAgeTable, selected.AgeCounts, 6);
+  text += Ages(shown, selected);
+  text += Histogram("Message Sizes", kSizeTable, selected.SizeCounts, 8);
+  text += Sizes(shown, selected);
+  text += QueueSizes(summary.Read, summary.Queues);
+  screen.PrintText(text);
 }

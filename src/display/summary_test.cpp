@@ -2,27 +2,27 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
-
-#include "cmdline/parameters.h"
+#include <vector>
 
 namespace {
 
 struct SummaryTest : testing::Test {
-  std::unique_ptr<Parameters> owner = std::make_unique<Parameters>();
-  Parameters& run = *owner;
+  Console screen;
+  Statistics statistics{0};
+  ReportLine read{"Read", 0, true, 0, 0};
+  std::vector<QueueElement> queues;
 
   // Adds an input queue.
   QueueElement& AddQueue(MQLONG maxDepth, MQLONG maxMsgLength) {
-    QueueElement& queue = run.Inputs.Elements.emplace_back();
+    QueueElement& queue = queues.emplace_back();
     queue.MaxDepth = maxDepth;
     queue.MaxMsgLength = maxMsgLength;
     return queue;
   }
   std::string Shown() {
     testing::internal::CaptureStderr();
-    ShowSummary(run);
+    ShowSummary(screen, {}, {read, statistics, queues});
     return testing::internal::GetCapturedStderr();
   }
   // What follows the histograms.
@@ -77,8 +77,8 @@ TEST_F(SummaryTest, HowFullTheQueueIs) {
   EXPECT_EQ(ShownBehindSizes(), kHead + messages + "Message Bytes         0 bytes   19.53 GBs    0.0 %\n");
   queue.MaxFileSize = 2048;
   queue.FileSize = 512;
-  run.MsgsRead = 2500;
-  run.BytesRead = 1048576;
+  read.Messages = 2500;
+  read.Bytes = 1048576;
   const std::string text = Shown();
   EXPECT_TRUE(text.ends_with(std::string(kHead) + "Messages                 2500        5000   50.0 %\n"
                                                   "Message Bytes            1 MB       2 GBs    0.0 %\n"
@@ -92,22 +92,22 @@ TEST_F(SummaryTest, HowFullTheQueueIs) {
 }
 
 TEST_F(SummaryTest, AveragesAreOfTheMessagesThatWereSelected) {
-  run.MsgsRead = 10;
-  run.BytesRead = 1000;
+  read.Messages = 10;
+  read.Bytes = 1000;
   EXPECT_EQ(Shown().find(" Message : "), std::string::npos);
-  run.Summary.Messages = 2;
-  run.Summary.Bytes = 30;
-  run.Summary.Dated = 1;
-  run.Summary.AgeSum = 500;
+  statistics.Messages = 2;
+  statistics.Bytes = 30;
+  statistics.Dated = 1;
+  statistics.AgeSum = 500;
   EXPECT_NE(Shown().find("Average  Message : 5.00 Secs \nWithout put time : 1\n"), std::string::npos) << Shown();
   EXPECT_TRUE(Shown().ends_with("Average  Message : 15 bytes \n")) << Shown();
 }
 
 TEST_F(SummaryTest, ReportLinesGroupTheirNumbers) {
   testing::internal::CaptureStderr();
-  PrintReportLine(run, {"Read", 12, true, 1234567, 1234567});
-  PrintReportLine(run, {"Counted", 0, false, 999, 1000});
-  PrintReportLine(run, {"Written", 1, true, 0, 123456789012U});
+  PrintReportLine(screen, {"Read", 12, true, 1234567, 1234567});
+  PrintReportLine(screen, {"Counted", 0, false, 999, 1000});
+  PrintReportLine(screen, {"Written", 1, true, 0, 123456789012U});
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "Read    - Files:  12  Messages:1,234,567  Bytes:   1,234,567\n"
             "Counted -             Messages:    999  Bytes:       1,000\n"

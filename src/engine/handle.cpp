@@ -11,6 +11,7 @@
 #include "cmdline/parameters.h"
 #include "common/units.h"
 #include "engine/code_pages.h"
+#include "mq/put_time.h"
 
 namespace {
 
@@ -159,7 +160,7 @@ MQLONG HandleMessage(Parameters& run, QueueElement* queue) {
   }
   if (run.Asked.Output.StripHeaders) StripHeaders(run.Message);
   if (summary) {
-    CollectSummary(run);
+    run.Summary->Add(run.Message.Descriptor, run.Message.Length);
     return 0;
   }
   if (run.Asked.Output.HasQueues()) {

@@ -1,11 +1,18 @@
 #include "engine/selection.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
-#include "cmdline/parameters.h"
 #include "common/find_bytes.h"
+#include "common/text.h"
+#include "common/wildcard.h"
+#include "mq/put_time.h"
 
 namespace {
 
@@ -18,51 +25,42 @@ bool ReadHeader(const CurrentMessage& message, const char (&format)[9], Header& 
   return true;
 }
 
-bool InRange(const Parameters& run) {
-  if (run.RangeStart == 0) return true;
-  return run.MessageIndex >= run.RangeStart && (run.RangeEnd == 0 || run.MessageIndex <= run.RangeEnd);
-}
-
-bool HasIdentifiers(const Parameters& run) {
-  const MQMD& descriptor = run.Message.Descriptor;
+bool HasIdentifiers(const SelectionOptions& wanted, const MQMD& descriptor) {
   const auto same = [](const MQBYTE24& a, const std::optional<Identifier>& b) {
     return !b || std::memcmp(a, b->data(), sizeof a) == 0;
   };
-  const SelectionOptions& selection = run.Asked.Selection;
-  return same(descriptor.MsgId, selection.MsgId) && same(descriptor.CorrelId, selection.CorrelId) &&
-         same(descriptor.GroupId, selection.GroupId);
+  return same(descriptor.MsgId, wanted.MsgId) && same(descriptor.CorrelId, wanted.CorrelId) &&
+         same(descriptor.GroupId, wanted.GroupId);
 }
 
-bool HasSizeAndPriority(const Parameters& run) {
-  const MQLONG length = run.Message.Length;
-  const MQLONG priority = run.Message.Descriptor.Priority;
-  return (run.Asked.Selection.SizeBelow == -1 || length < run.Asked.Selection.SizeBelow) &&
-         (run.Asked.Selection.SizeAtLeast == -1 || length >= run.Asked.Selection.SizeAtLeast) &&
-         (run.Asked.Selection.PriorityAtLeast == -1 || priority >= run.Asked.Selection.PriorityAtLeast) &&
-         (run.Asked.Selection.PriorityAtMost == -1 || priority <= run.Asked.Selection.PriorityAtMost);
+bool HasSizeAndPriority(const SelectionOptions& wanted, const CurrentMessage& message) {
+  const MQLONG length = message.Length;
+  const MQLONG priority = message.Descriptor.Priority;
+  return (wanted.SizeBelow == -1 || length < wanted.SizeBelow) &&
+         (wanted.SizeAtLeast == -1 || length >= wanted.SizeAtLeast) &&
+         (wanted.PriorityAtLeast == -1 || priority >= wanted.PriorityAtLeast) &&
+         (wanted.PriorityAtMost == -1 || priority <= wanted.PriorityAtMost);
 }
 
-bool HasDeadLetterReason(const Parameters& run) {
+bool HasDeadLetterReason(MQLONG reason, const CurrentMessage& message) {
   MQDLH header;
-  return ReadHeader(run.Message, MQFMT_DEAD_LETTER_HEADER, header) && header.Reason == *run.Asked.Selection.DlqReason;
+  return ReadHeader(message, MQFMT_DEAD_LETTER_HEADER, header) && header.Reason == reason;
 }
 
-bool MatchTarget(const Parameters& run, const MQCHAR48& qmgr, const MQCHAR48& queue) {
-  const QueueName& masks = *run.Asked.Selection.Target;
+bool NamesMatch(const QueueName& masks, const MQCHAR48& qmgr, const MQCHAR48& queue) {
   return WildcardMatch(NameInField(queue, sizeof queue), masks.Queue) &&
          (masks.QMgr.empty() || WildcardMatch(NameInField(qmgr, sizeof qmgr), masks.QMgr));
 }
 
-bool HasTarget(const Parameters& run) {
+// Whether the queue that the message was on its way to matches.
+bool WasSentTo(const QueueName& masks, const CurrentMessage& message) {
   MQDLH deadLetter;
-  if (ReadHeader(run.Message, MQFMT_DEAD_LETTER_HEADER, deadLetter)) {
-    return MatchTarget(run, deadLetter.DestQMgrName, deadLetter.DestQName);
+  if (ReadHeader(message, MQFMT_DEAD_LETTER_HEADER, deadLetter)) {
+    return NamesMatch(masks, deadLetter.DestQMgrName, deadLetter.DestQName);
   }
   MQXQH transmission;
-  if (ReadHeader(run.Message, MQFMT_XMIT_Q_HEADER, transmission)) {
-    return MatchTarget(run, transmission.RemoteQMgrName, transmission.RemoteQName);
-  }
-  return false;
+  return ReadHeader(message, MQFMT_XMIT_Q_HEADER, transmission) &&
+         NamesMatch(masks, transmission.RemoteQMgrName, transmission.RemoteQName);
 }
 
 // Whether each string is found (`expected`), or each is not.
@@ -72,82 +70,43 @@ bool EachIs(bool expected, const std::vector<std::string>& strings, std::string_
   });
 }
 
-bool HasContent(const Parameters& run) {
-  const CurrentMessage& message = run.Message;
+bool HasContent(const SelectionOptions& wanted, const CurrentMessage& message) {
   const auto length = static_cast<std::size_t>(std::max(message.Delivered, 0));
   const std::string_view data(reinterpret_cast<const char*>(message.Data), length);
-  return EachIs(true, run.Asked.Selection.Ascii, data) && EachIs(false, run.Asked.Selection.AsciiNot, data) &&
-         EachIs(true, run.Asked.Selection.Ebcdic, data) && EachIs(false, run.Asked.Selection.EbcdicNot, data) &&
-         EachIs(true, run.Asked.Selection.Hex, data) && EachIs(false, run.Asked.Selection.HexNot, data);
-}
-
-bool HasPutTime(Parameters& run) {
-  if (run.Asked.Selection.PutBefore == 0 && run.Asked.Selection.PutAfter == 0) return true;
-  const MQMD& descriptor = run.Message.Descriptor;
-  const std::int64_t time = PutTimeUtc(descriptor.PutDate, descriptor.PutTime);
-  if (run.Asked.Display.TraceTimes) {
-    run.Screen.Print("Mesage Timestamp Date %.8s Time %.6s UTC Time %d\n", descriptor.PutDate, descriptor.PutTime,
-                     static_cast<int>(time));
-  }
-  return time > 0 && (run.Asked.Selection.PutBefore == 0 || time < run.Asked.Selection.PutBefore) &&
-         (run.Asked.Selection.PutAfter == 0 || time >= run.Asked.Selection.PutAfter);
-}
-
-char UpperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-
-// Only the last star passed needs to be taken up again: whatever an earlier star could still reach, the last one
-// reaches too. A star is a wildcard at the start of the mask and behind another star; elsewhere it first stands for
-// itself when the text has a star there.
-template <bool CaseCounts>
-bool Match(std::string_view text, std::string_view mask) {
-  const auto same = [](char a, char b) { return CaseCounts ? a == b : UpperCase(a) == UpperCase(b); };
-  constexpr std::size_t kNone = std::string_view::npos;
-  std::size_t t = 0, m = 0;
-  std::size_t star = kNone;  // the last star passed
-  std::size_t resume = 0;    // where in the text the mask behind it was tried last
-  bool wildcardFirst = true;
-  for (;;) {
-    if (m < mask.size() && mask[m] == '*' && (wildcardFirst || t == text.size() || text[t] != '*')) {
-      if (m + 1 == mask.size()) return true;
-      if (CaseCounts || t < text.size()) {
-        star = m++;
-        resume = t;
-        wildcardFirst = true;
-        continue;
-      }
-    } else if (t < text.size() && m < mask.size() && (mask[m] == '?' || same(text[t], mask[m]))) {
-      ++t;
-      ++m;
-      wildcardFirst = false;
-      continue;
-    } else if (t == text.size() && m == mask.size()) {
-      return true;
-    }
-    if (star == kNone || ++resume >= text.size()) return false;
-    t = resume;
-    m = star + 1;
-    wildcardFirst = true;
-  }
+  return EachIs(true, wanted.Ascii, data) && EachIs(false, wanted.AsciiNot, data) &&
+         EachIs(true, wanted.Ebcdic, data) && EachIs(false, wanted.EbcdicNot, data) && EachIs(true, wanted.Hex, data) &&
+         EachIs(false, wanted.HexNot, data);
 }
 
 }  // namespace
 
-bool SelectMessage(Parameters& run) {
-  return InRange(run) && HasIdentifiers(run) && HasSizeAndPriority(run) &&
-         (!run.Asked.Selection.DlqReason.has_value() || HasDeadLetterReason(run)) &&
-         (!run.Asked.Selection.Target.has_value() || HasTarget(run)) && HasContent(run) && HasPutTime(run);
+Selection::Selection(const SelectionOptions& wanted, Console* times)
+    : wanted_(wanted), times_(times), first_(wanted.RangeStart), last_(wanted.RangeEnd) {
+  if (last_ == 0) return;
+  if (first_ == 0) first_ = 1;
+  if (first_ > last_) std::swap(first_, last_);
 }
 
-void NormaliseRange(Parameters& run) {
-  run.RangeStart = run.Asked.Selection.RangeStart;
-  run.RangeEnd = run.Asked.Selection.RangeEnd;
-  if (run.RangeEnd == 0) return;
-  if (run.RangeStart == 0) {
-    run.RangeStart = 1;
-  } else if (run.RangeStart > run.RangeEnd) {
-    std::swap(run.RangeStart, run.RangeEnd);
+bool Selection::Takes(const CurrentMessage& message, int position) const {
+  const bool meetsAll = InRange(position) && HasIdentifiers(wanted_, message.Descriptor) &&
+                        HasSizeAndPriority(wanted_, message) &&
+                        (!wanted_.DlqReason || HasDeadLetterReason(*wanted_.DlqReason, message)) &&
+                        (!wanted_.Target || WasSentTo(*wanted_.Target, message)) && HasContent(wanted_, message) &&
+                        HasPutTime(message.Descriptor);
+  return meetsAll != wanted_.Invert;
+}
+
+bool Selection::InRange(int position) const {
+  return first_ == 0 || (position >= first_ && (last_ == 0 || position <= last_));
+}
+
+bool Selection::HasPutTime(const MQMD& descriptor) const {
+  if (wanted_.PutBefore == 0 && wanted_.PutAfter == 0) return true;
+  const std::int64_t time = PutTimeUtc(descriptor.PutDate, descriptor.PutTime);
+  if (times_ != nullptr) {
+    times_->Print("Mesage Timestamp Date %.8s Time %.6s UTC Time %d\n", descriptor.PutDate, descriptor.PutTime,
+                  static_cast<int>(time));
   }
+  return time > 0 && (wanted_.PutBefore == 0 || time < wanted_.PutBefore) &&
+         (wanted_.PutAfter == 0 || time >= wanted_.PutAfter);
 }
-
-bool WildcardMatch(std::string_view text, std::string_view mask) { return Match<true>(text, mask); }
-bool WildcardMatchNoCase(std::string_view text, std::string_view mask) { return Match<false>(text, mask); }

@@ -1,22 +1,27 @@
 #pragma once
 
-// Deciding which messages go to the target, and the two wildcard matchers that other rooms use too.
+// Deciding which messages go to the target.
 
-#include <string_view>
+#include "common/console.h"
+#include "files/current_message.h"
+#include "options/options.h"
 
-#include "mq/mqi.h"
-#include "mq/put_time.h"
+class Selection {
+ public:
+  // `times` gets a line for each put time that is looked at; null: none.
+  explicit Selection(const SelectionOptions& wanted, Console* times = nullptr);
 
-struct Parameters;
+  // Whether the message at this position of its source, from 1 on, is the run's. Looks only at delivered bytes.
+  bool Takes(const CurrentMessage& message, int position) const;
+  // Whether no message behind this position can be taken.
+  bool EndsAt(int position) const { return last_ != 0 && position >= last_; }
 
-// Whether the message in hand meets every criterion (the inversion is the caller's). Looks only at delivered bytes.
-bool SelectMessage(Parameters& run);
+ private:
+  bool InRange(int position) const;
+  bool HasPutTime(const MQMD& descriptor) const;
 
-// Puts the range into its final form: "first n" starts at 1, bounds in order.
-void NormaliseRange(Parameters& run);
-
-// '*' matches any run, '?' one character. Case counts in the first; the second compares in upper case, and answers no
-// for a '*' that is not the mask's last character once the text is used up. The time grows with the product of the
-// lengths at most, however many stars a mask has.
-bool WildcardMatch(std::string_view text, std::string_view mask);
-bool WildcardMatchNoCase(std::string_view text, std::string_view mask);
+  const SelectionOptions& wanted_;
+  Console* times_;
+  int first_;  // of the range; 0: there is none
+  int last_;   // 0: it is open
+};

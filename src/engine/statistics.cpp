@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "cmdline/parameters.h"
 #include "mq/put_time.h"
 
 const Bucket kAgeTable[kAgeBuckets] = {
@@ -25,56 +24,55 @@ int FindBucket(const Bucket (&table)[N], std::int64_t value) {
   return i;
 }
 
-// Hundredths of a second since 1970; none when the descriptor holds no put time. Messages of one day follow each other,
-// so their date is read once.
-std::optional<std::int64_t> ReadPutTime(SummaryState& summary, const MQMD& descriptor) {
-  if (std::memcmp(summary.LastPutDate, descriptor.PutDate, sizeof summary.LastPutDate) != 0) {
-    std::memcpy(summary.LastPutDate, descriptor.PutDate, sizeof summary.LastPutDate);
-    summary.LastPutDay = PutDateSeconds(descriptor.PutDate);
-  }
-  const auto time = ParsePutTime(descriptor.PutTime);
-  if (!summary.LastPutDay || !time) return std::nullopt;
-  return (*summary.LastPutDay + time->Seconds) * 100 + time->Hundredths;
-}
-
 void CopyIdentifiers(const MQMD& from, MQBYTE24& msgId, MQBYTE24& correlId) {
   std::memcpy(msgId, from.MsgId, sizeof msgId);
   std::memcpy(correlId, from.CorrelId, sizeof correlId);
 }
 
-void AddSize(SummaryState& summary, const MQMD& descriptor, MQLONG size) {
-  const bool first = summary.Messages++ == 0;
-  summary.Bytes += size;
-  if (first || size < summary.SmallestSize) {
-    summary.SmallestSize = size;
-    CopyIdentifiers(descriptor, summary.SmallestMsgId, summary.SmallestCorrelId);
-  }
-  if (first || size > summary.BiggestSize) {
-    summary.BiggestSize = size;
-    CopyIdentifiers(descriptor, summary.BiggestMsgId, summary.BiggestCorrelId);
-  }
-  ++summary.SizeCounts[FindBucket(kSizeTable, size)];
-}
-
-void AddAge(SummaryState& summary, const MQMD& descriptor, std::int64_t age) {
-  const bool first = summary.Dated++ == 0;
-  summary.AgeSum += age;
-  if (first || age < summary.YoungestAge) {
-    summary.YoungestAge = age;
-    CopyIdentifiers(descriptor, summary.YoungestMsgId, summary.YoungestCorrelId);
-  }
-  if (first || age > summary.OldestAge) {
-    summary.OldestAge = age;
-    CopyIdentifiers(descriptor, summary.OldestMsgId, summary.OldestCorrelId);
-  }
-  // A message put after the start of the run, or by a clock that is ahead, has an age below 0: it is a young one.
-  ++summary.AgeCounts[FindBucket(kAgeTable, age / 100)];
-}
-
 }  // namespace
 
-void CollectSummary(Parameters& run) {
-  const MQMD& descriptor = run.Message.Descriptor;
-  AddSize(run.Summary, descriptor, run.Message.Length);
-  if (const auto put = ReadPutTime(run.Summary, descriptor)) AddAge(run.Summary, descriptor, run.NowCentis - *put);
+void Statistics::Add(const MQMD& descriptor, MQLONG size) {
+  AddSize(descriptor, size);
+  if (const auto put = PutCentis(descriptor)) AddAge(descriptor, nowCentis_ - *put);
+}
+
+// Hundredths of a second since 1970; none when the descriptor holds no put time. Messages of one day follow each other,
+// so their date is read once.
+std::optional<std::int64_t> Statistics::PutCentis(const MQMD& descriptor) {
+  if (std::memcmp(lastPutDate_, descriptor.PutDate, sizeof lastPutDate_) != 0) {
+    std::memcpy(lastPutDate_, descriptor.PutDate, sizeof lastPutDate_);
+    lastPutDay_ = PutDateSeconds(descriptor.PutDate);
+  }
+  const auto time = ParsePutTime(descriptor.PutTime);
+  if (!lastPutDay_ || !time) return std::nullopt;
+  return (*lastPutDay_ + time->Seconds) * 100 + time->Hundredths;
+}
+
+void Statistics::AddSize(const MQMD& descriptor, MQLONG size) {
+  const bool first = Messages++ == 0;
+  Bytes += size;
+  if (first || size < SmallestSize) {
+    SmallestSize = size;
+    CopyIdentifiers(descriptor, SmallestMsgId, SmallestCorrelId);
+  }
+  if (first || size > BiggestSize) {
+    BiggestSize = size;
+    CopyIdentifiers(descriptor, BiggestMsgId, BiggestCorrelId);
+  }
+  ++SizeCounts[FindBucket(kSizeTable, size)];
+}
+
+void Statistics::AddAge(const MQMD& descriptor, std::int64_t age) {
+  const bool first = Dated++ == 0;
+  AgeSum += age;
+  if (first || age < YoungestAge) {
+    YoungestAge = age;
+    CopyIdentifiers(descriptor, YoungestMsgId, YoungestCorrelId);
+  }
+  if (first || age > OldestAge) {
+    OldestAge = age;
+    CopyIdentifiers(descriptor, OldestMsgId, OldestCorrelId);
+  }
+  // A message put after the start of the run, or by a clock that is ahead, has an age below 0: it is a young one.
+  ++AgeCounts[FindBucket(kAgeTable, age / 100)];
 }

@@ -1,18 +1,21 @@
 #pragma once
 
-// Statistics of the messages of a summary run, collected per message and shown by display/summary.h.
+// Statistics of the messages of a summary run, shown by display/summary.h.
 
 #include <cstdint>
 #include <optional>
 
 #include "mq/mqi.h"
 
-struct Parameters;
-
 inline constexpr int kAgeBuckets = 12;
 inline constexpr int kSizeBuckets = 8;
 
-struct SummaryState {
+class Statistics {
+ public:
+  // Ages count up to `nowCentis`, hundredths of a second since 1970.
+  explicit Statistics(std::int64_t nowCentis) : nowCentis_(nowCentis) {}
+  void Add(const MQMD& descriptor, MQLONG size);
+
   std::int64_t Messages = 0, Bytes = 0;                     // of all that were added
   std::int64_t Dated = 0;                                   // those with a put time, which alone have an age
   std::int64_t YoungestAge = 0, OldestAge = 0, AgeSum = 0;  // hundredths of a second
@@ -24,8 +27,15 @@ struct SummaryState {
   MQBYTE24 SmallestMsgId{}, SmallestCorrelId{};
   std::int32_t SizeCounts[kSizeBuckets]{};
   std::int32_t AgeCounts[kAgeBuckets]{};
-  char LastPutDate[8]{};                   // the date part read last
-  std::optional<std::int64_t> LastPutDay;  // its midnight in seconds since 1970; none when it is no date
+
+ private:
+  std::optional<std::int64_t> PutCentis(const MQMD& descriptor);
+  void AddSize(const MQMD& descriptor, MQLONG size);
+  void AddAge(const MQMD& descriptor, std::int64_t age);
+
+  std::int64_t nowCentis_;
+  char lastPutDate_[8]{};                   // the date part read last
+  std::optional<std::int64_t> lastPutDay_;  // its midnight in seconds since 1970; none when it is no date
 };
 
 // A bucket: its label and the bound that a value must stay below; the last bucket of a table has no bound (0).
@@ -35,6 +45,3 @@ struct Bucket {
 };
 extern const Bucket kAgeTable[kAgeBuckets];    // seconds
 extern const Bucket kSizeTable[kSizeBuckets];  // bytes
-
-// Adds the message in hand.
-void CollectSummary(Parameters& run);

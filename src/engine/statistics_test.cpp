@@ -2,36 +2,33 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <string>
+#include <string_view>
 
-#include "engine/fake_mq_test.h"
+#include "common/text.h"
 
 namespace {
 
 constexpr std::int64_t kStart = 1700000000;  // 2023-11-14 22:13:20
 
-struct StatisticsTest : testing::Test, FakeRun {
-  StatisticsTest() {
-    run.StartTime = kStart;
-    run.NowCentis = kStart * 100 + 25;
-    run.Message.Descriptor = DefaultDescriptor();
-  }
+struct StatisticsTest : testing::Test {
   void Collect(std::int64_t age, MQLONG size, int hundredths = 0) {
     const std::time_t put = kStart - age;
     char text[16];
     std::strftime(text, sizeof text, "%Y%m%d%H%M%S", std::gmtime(&put));
-    MQMD& descriptor = run.Message.Descriptor;
     FillField(descriptor.PutDate, 8, std::string_view(text, 8));
     const std::string centis = {static_cast<char>('0' + hundredths / 10), static_cast<char>('0' + hundredths % 10)};
     FillField(descriptor.PutTime, 8, std::string(text + 8, 6) + centis);
     Collect(size);
   }
   void Collect(MQLONG size) {
-    run.Message.Length = size;
-    run.Message.Descriptor.MsgId[0] = static_cast<MQBYTE>(++run.SelectedCount);
-    CollectSummary(run);
+    descriptor.MsgId[0] = ++collected;
+    summary.Add(descriptor, size);
   }
-  SummaryState& summary = run.Summary;
+  MQMD descriptor;
+  MQBYTE collected = 0;
+  Statistics summary{kStart * 100 + 25};
 };
 
 TEST_F(StatisticsTest, BoundsBelongToTheNextBucket) {
@@ -39,7 +36,7 @@ TEST_F(StatisticsTest, BoundsBelongToTheNextBucket) {
   constexpr std::int64_t kAges[] = {2,         10,        60,        3600,       kDay,      7 * kDay,
                                     14 * kDay, 28 * kDay, 91 * kDay, 182 * kDay, 364 * kDay};
   for (int i = 0; i + 1 < kAgeBuckets; ++i) {
-    summary = {};
+    summary = Statistics(kStart * 100 + 25);
     const std::int64_t bound = kAges[i];
     Collect(bound - 1, 0, 25);
     Collect(bound, 0, 25);
@@ -48,7 +45,7 @@ TEST_F(StatisticsTest, BoundsBelongToTheNextBucket) {
   }
   constexpr MQLONG kSizes[] = {100, 1 << 10, 4 << 10, 100 << 10, 1 << 20, 10 << 20, 50 << 20};
   for (int i = 0; i + 1 < kSizeBuckets; ++i) {
-    summary = {};
+    summary = Statistics(kStart * 100 + 25);
     const MQLONG bound = kSizes[i];
     Collect(0, bound - 1);
     Collect(0, bound);
@@ -76,7 +73,6 @@ TEST_F(StatisticsTest, ExtremesKeepTheEarlierOfEquals) {
 }
 
 TEST_F(StatisticsTest, AMessageWithoutPutTimeHasNoAgeAndOneFromTheFutureIsYoung) {
-  MQMD& descriptor = run.Message.Descriptor;
   FillField(descriptor.PutDate, 8, "");
   FillField(descriptor.PutTime, 8, "");
   Collect(10);

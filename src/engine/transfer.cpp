@@ -140,6 +140,7 @@ MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
 MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal) {
   if (queue == nullptr && ReadsSeveralQueues(run)) queue = &run.Inputs.Elements.front();
   run.Uow = {};
+  run.Chosen.emplace(run.Asked.Selection, run.Asked.Display.TraceTimes ? &run.Screen : nullptr);
   run.Reader.Loss = 0;
   MQLONG result = CheckOptions(run, queue);
   if (result == 0) {
@@ -166,10 +167,10 @@ MQLONG ProcessMessage(Parameters& run, QueueElement* queue, bool terminal) {
   run.BytesRead += length;
   run.UowBytesRead += length;
   if (HasTarget(run) || run.Asked.Display.Count) {
-    if (SelectMessage(run) != run.Asked.Selection.Invert) {
+    if (run.Chosen->Takes(run.Message, run.MessageIndex)) {
       if (const MQLONG reason = DeliverMessage(run, queue, terminal); reason != 0 || run.Finished) return reason;
     }
-    if (run.RangeStart != 0 && run.RangeEnd != 0 && run.MessageIndex >= run.RangeEnd) {
+    if (run.Chosen->EndsAt(run.MessageIndex)) {
       run.Finished = true;
       if (run.Uow.SyncpointActive) ++run.Uow.UowCount;
       return 0;

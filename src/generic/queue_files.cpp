@@ -6,6 +6,7 @@
 #include <new>
 
 #include "cmdline/parameters.h"
+#include "common/wildcard.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "cmdline/parameters.h"
+#include "common/wildcard.h"
 
 namespace {
 
