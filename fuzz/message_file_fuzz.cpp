@@ -27,17 +27,17 @@ std::vector<Message> ReadAll(const char* name, bool& whole) {
   const auto owner = std::make_unique<Parameters>();
   Parameters& run = *owner;
   std::vector<Message> messages;
-  run.Asked.Input.FileName = name;
-  bool end = false;
-  MQLONG reason = OpenFiles(run, {.Input = true});
-  if (reason == 0) reason = CreateLineBuffer(run);
-  if (reason == 0) reason = CheckInputFormat(run, end);
-  while (reason == 0 && !run.Finished) {
-    reason = ReadNextFileMessage(run);
-    if (reason == 0 && !run.Finished) messages.push_back({run.Message.Descriptor, DataInHand(run)});
+  InputFiles files(name);
+  MessageFileReader reader(files, run.Screen);
+  bool empty = false;
+  Result result = files.OpenNext();
+  if (!result.failed()) result = reader.StartFile(empty);
+  while (!result.failed() && !reader.at_end()) {
+    result = reader.Read(run.Message);
+    if (!result.failed() && !reader.at_end()) messages.push_back({run.Message.Descriptor, DataInHand(run)});
   }
-  Require(reason == 0 || !run.MessageText.empty());
-  whole = reason == 0;
+  Require(!result.failed() || !result.text().empty());
+  whole = !result.failed();
   return messages;
 }
 

@@ -101,6 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   run.Asked.Output.Context = PutContext::Default;
   if (!TakeOptions(run, input.substr(0, lineEnd))) return 0;
   run.Asked.Input.FileName = "in";
+  run.In = std::make_unique<InputFiles>(PlanInput(run));
   Require(OpenFiles(run, {.Input = true}) == 0);
   if (PreparePlainFile(run) != 0) {
     Require(!run.MessageText.empty());

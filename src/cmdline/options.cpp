@@ -212,7 +212,7 @@ void FinishScan(OptionScan& scan) {
   for (int i = 0; i < 2; ++i) run.QMgrs[i].QMgrName.Assign(run.Asked.QMgrs[i].Name);
   ShowBanner(run);
   if (run.Asked.Display.WordSize) run.Screen.Print("%dBit %s\n", 64, "LittleEndian");
-  if (scan.SelfTest) RunFileFormatTest(run);
+  if (scan.SelfTest) RunFileFormatTest();
 }
 
 }  // namespace

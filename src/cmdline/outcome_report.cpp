@@ -16,7 +16,7 @@ bool HasOutput(const Parameters& run) {
 }
 
 ReportLine ReadLine(const Parameters& run, const Totals& totals) {
-  return {"Read", run.FilesRead, true, totals.MsgsRead, static_cast<std::uint64_t>(totals.BytesRead)};
+  return {"Read", run.In->FilesRead(), true, totals.MsgsRead, static_cast<std::uint64_t>(totals.BytesRead)};
 }
 
 void ShowWritten(Parameters& run, const Totals& totals) {

@@ -21,11 +21,12 @@
 #include "engine/statistics.h"
 #include "engine/unit_of_work.h"
 #include "files/current_message.h"
-#include "files/line_buffer.h"
+#include "files/input_files.h"
 #include "files/naming.h"
 #include "files/output_files.h"
 #include "files/plain_file.h"
 #include "files/progress.h"
+#include "files/reader.h"
 #include "generic/generic.h"
 #include "logmode/log_source.h"
 #include "mq/connection.h"
@@ -49,11 +50,12 @@ struct Parameters {
   std::unique_ptr<QueueList> TargetList;  // or several
   MQHOBJ OutputHobj = MQHO_UNUSABLE_HOBJ;
   InputQueues Inputs;
-  int FilesRead = 0;
   int FilesWritten = 0;
   FileNaming Naming;
   WriterState Writer;
-  ReaderState Reader;
+  std::unique_ptr<InputFiles> In = std::make_unique<InputFiles>();
+  std::optional<MessageFileReader> Reader;  // for the time of a transfer
+  MQLONG Loss = 0;  // the result of a run whose input has lost bytes: what was whole is delivered and committed
   LogState Log;
   WaitState Wait;
   std::optional<Selection> Chosen;

@@ -128,7 +128,7 @@ MQLONG Transfer(Parameters& run, QueueElement* queue) {
 // Closes both files; what the output file could not take to the disk is the run's failure if nothing else was.
 MQLONG CloseFiles(Parameters& run, MQLONG result) {
   EndProgressLine(run, true);
-  CloseInputFile(run);
+  run.In->Close();
   return FinishOutput(run, result);
 }
 
@@ -138,10 +138,10 @@ void ForgetCountingPass(Parameters& run) {
   run.Finished = false;
   run.MsgsRead = run.BytesRead = run.MsgsWritten = run.BytesWritten = 0;
   run.UowMsgsRead = run.UowBytesRead = run.UowMsgsWritten = run.UowBytesWritten = 0;
-  run.FilesRead = run.FilesWritten = 0;
+  run.FilesWritten = 0;
   run.Writer.MsgsInFile = 0;
   run.Progress.LastPercent = 0;
-  run.Reader.FileBytes = run.Reader.FinishedFileBytes = 0;
+  run.In = std::make_unique<InputFiles>(PlanInput(run));
 }
 
 // Counts the messages of a plain file and asks whether to go on. `goOn` is set when the user says so.
@@ -151,7 +151,7 @@ MQLONG CountAndAsk(Parameters& run, bool& goOn) {
   if (reason != 0 || InterruptSignal() != 0) return reason;
   if (run.MsgsRead == 0) {
     run.Screen.Print("No messages were found in the file with those delimiters.\n");
-    return run.Reader.Loss;
+    return run.Loss;
   }
   run.Screen.Print("Do you want to continue? (y/n)\n");
   std::string answer;
@@ -196,7 +196,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   if (InterruptSignal() != 0) return 0;  // no file is touched for a run that does nothing
   DecideCountingFirst(run);
   run.MessageIndex = -1;
-  run.Naming.InputSet = run.Asked.Input.FileSet;
+  run.In = std::make_unique<InputFiles>(PlanInput(run));
   run.NullOutput = run.Asked.Output.FileName == "null";
   bool goOn = false;
   if (const MQLONG reason = OpenRunFiles(run, outcome, goOn); reason != 0 || !goOn) return reason;
@@ -205,7 +205,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   outcome.ReportEnabled = true;
   const MQLONG reason = CloseFiles(run, Transfer(run, FirstInput(run)));
   if (reason != 0 && run.MessageIndex < 0) outcome.ReportEnabled = false;
-  return reason != 0 ? reason : run.Reader.Loss;
+  return reason != 0 ? reason : run.Loss;
 }
 
 // Results that went to standard output have arrived only when their last byte has.

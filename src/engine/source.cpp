@@ -16,7 +16,7 @@ MQLONG PrepareQueue(Parameters&, bool&) { return 0; }
 // The reader's failure, unless it is that its wait was interrupted: that ends the input like its end, but for what had
 // come of a message that is not whole.
 MQLONG UnlessInterrupted(Parameters& run, MQLONG reason) {
-  if (reason == 0 || run.Reader.In.error() != EINTR) return reason;
+  if (reason == 0 || run.In->File().error() != EINTR) return reason;
   run.MessageText.clear();
   EndIfInterrupted(run);
   return 0;
@@ -38,17 +38,14 @@ MQLONG PreparePlain(Parameters& run, bool& empty) {
 MQLONG ReadPlain(Parameters& run, QueueElement*) { return UnlessInterrupted(run, ReadPlainMessage(run)); }
 
 MQLONG PrepareMessageFile(Parameters& run, bool& empty) {
-  bool end = false;
-  if (const MQLONG reason = CheckInputFormat(run, end); reason != 0) return UnlessInterrupted(run, reason);
-  // Later files of a set may hold messages all the same, and a file that was cut off is not empty.
-  empty = end && run.Reader.CutLine.empty() && !run.Naming.InputSet;
-  return 0;
+  const MQLONG reason = UnlessInterrupted(run, run.Keep(run.Reader->StartFile(empty)));
+  if (run.In->IsSet()) empty = false;  // later files may hold messages all the same
+  return reason;
 }
 
 MQLONG ReadMessageFile(Parameters& run, QueueElement*) {
-  const MQLONG reason = UnlessInterrupted(run, ReadNextFileMessage(run));
-  run.Message.Data = run.Message.Buffer.data();
-  run.Message.Delivered = run.Message.Length;
+  const MQLONG reason = UnlessInterrupted(run, run.Keep(run.Reader->Read(run.Message)));
+  if (run.Reader->at_end()) run.Finished = true;
   return reason;
 }
 

@@ -65,7 +65,8 @@ MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
   buffer.Trace(run.Memory());
   const Result grown = buffer.Grow(static_cast<std::size_t>(run.Asked.Input.InitialBufferSize));
   if (grown.failed()) return run.Keep(grown);
-  if (const MQLONG reason = CreateLineBuffer(run); reason != 0) return reason;
+  run.Reader.emplace(*run.In, run.Screen, run.Memory());
+  if (const Result allocated = run.Reader->Allocate(); allocated.failed()) return run.Keep(allocated);
   const MessageSource& source = ChooseSource(run, queue);
   bool empty = false;
   if (const MQLONG reason = source.Prepare(run, empty); reason != 0 || empty) return reason;
@@ -141,13 +142,14 @@ MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal) {
   if (queue == nullptr && ReadsSeveralQueues(run)) queue = &run.Inputs.Elements.front();
   run.Uow = {};
   run.Chosen.emplace(run.Asked.Selection, run.Asked.Display.TraceTimes ? &run.Screen : nullptr);
-  run.Reader.Loss = 0;
+  run.Loss = 0;
   MQLONG result = CheckOptions(run, queue);
   if (result == 0) {
     result = EndUnit(run, Transfer(run, queue, terminal));
     run.Message.Buffer.Release();
     ReleasePlainBuffers(run);
-    ReleaseLineBuffer(run);
+    if (run.Reader && run.Reader->loss() != 0) run.Loss = run.Reader->loss();
+    run.Reader.reset();
   }
   return result;
 }

@@ -5,7 +5,7 @@
 #include <charconv>
 #include <cinttypes>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
 #include "files/field_values.h"
 #include "files/hex.h"
 #include "files/reader.h"
@@ -20,25 +20,34 @@ constexpr std::string_view kTokenEnds = "\t\n\r :";
 
 enum class Token { Text, EndOfSection, EndOfFile };
 
-// Where the next token starts in the current line, or npos. An asterisk there ends what is useful of the line.
-std::size_t TokenStart(const ReaderState& reader) {
-  const std::size_t start = reader.Line.find_first_not_of(kTokenEnds, reader.TokenEnd);
-  return start != std::string_view::npos && reader.Line[start] == '*' ? std::string_view::npos : start;
-}
+// The tokens of a descriptor, which goes on over lines.
+class DumpTokens {
+ public:
+  explicit DumpTokens(LineReader& lines) : lines_(lines) {}
+  // The next one. Its text stays valid until a line is read.
+  Result Next(Token& kind, std::string_view& text);
 
-// The next token of a descriptor, which may stand on a later line. It stays valid until a line is read.
-MQLONG NextDumpToken(Parameters& run, Token& kind, std::string_view& text) {
-  ReaderState& reader = run.Reader;
-  std::size_t start = TokenStart(reader);
-  while (start == std::string_view::npos) {
-    bool end = false;
-    if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
-    reader.TokenEnd = 0;
-    kind = end ? Token::EndOfFile : Token::EndOfSection;
-    if (end || reader.Line.starts_with(kSectionMark)) return 0;
-    start = TokenStart(reader);
+ private:
+  // Where it starts in the current line, or npos. An asterisk there ends what is useful of the line.
+  std::size_t Start() const {
+    const std::size_t start = lines_.Line.find_first_not_of(kTokenEnds, at_);
+    return start != std::string_view::npos && lines_.Line[start] == '*' ? std::string_view::npos : start;
   }
-  const std::string_view line = reader.Line;
+
+  LineReader& lines_;
+  std::size_t at_ = 0;  // where it is looked for in the current line
+};
+
+Result DumpTokens::Next(Token& kind, std::string_view& text) {
+  std::size_t start = Start();
+  while (start == std::string_view::npos) {
+    if (Result result = lines_.Next(); result.failed()) return result;
+    at_ = 0;
+    kind = lines_.ended() ? Token::EndOfFile : Token::EndOfSection;
+    if (lines_.ended() || lines_.Line.starts_with(kSectionMark)) return {};
+    start = Start();
+  }
+  const std::string_view line = lines_.Line;
   std::size_t stop = 0;
   if (line[start] == '\'') {
     ++start;
@@ -49,68 +58,67 @@ MQLONG NextDumpToken(Parameters& run, Token& kind, std::string_view& text) {
   stop = std::min(stop, line.size());
   kind = Token::Text;
   text = line.substr(start, stop - start);
-  reader.TokenEnd = std::min(stop + 1, line.size());
-  return 0;
+  at_ = std::min(stop + 1, line.size());
+  return {};
 }
 
 // A byte value is written as X'414D51'.
-MQLONG StoreDumpValue(Parameters& run, const DescriptorField& field, std::string_view value) {
+Result StoreDumpValue(const LineReader& lines, MQMD& descriptor, const DescriptorField& field, std::string_view value) {
   if (field.Kind == FieldKind::Hex) {
     constexpr std::size_t kAround = 3;
     if (value.size() < kAround || !value.starts_with("X'") || !value.ends_with('\'')) {
-      return RefuseLine(run, "Badly formed hex string on");
+      return lines.Refuse("Badly formed hex string on");
     }
     value = value.substr(2, value.size() - kAround);
   }
-  return StoreFieldValue(run, {&field, field.Kind}, value);
+  return StoreFieldValue(descriptor, {&field, field.Kind}, value, lines);
 }
 
 // Inside a descriptor: the file was cut off there, or it is broken.
-MQLONG UnexpectedEnd(Parameters& run, bool& end) {
+Result UnexpectedEnd(const LineReader& lines, bool& end) {
   end = true;
-  if (!run.Reader.CutLine.empty()) return 0;
-  run.Finished = true;
-  return RefuseLine(run, "Unexpected end of file on");
+  return lines.cut_line().empty() ? lines.Refuse("Unexpected end of file on") : Result();
 }
 
-MQLONG ReadDescriptorSection(Parameters& run, bool& end) {
-  run.Reader.TokenEnd = 0;
+Result UnknownAttribute(const LineReader& lines, std::string_view name) {
+  return {MQRC_FILE_SYSTEM_ERROR, FormatText("Unrecognised attribute '%.*s' on line %" PRId64 " of file '%s'",
+                                             static_cast<int>(std::min(name.size(), std::size_t{INT16_MAX})),
+                                             name.data(), lines.number(), lines.file_name())};
+}
+
+Result ReadDescriptorSection(LineReader& lines, MQMD& descriptor, bool& end) {
+  DumpTokens tokens(lines);
   for (;;) {
     Token kind{};
     std::string_view text;
-    if (const MQLONG reason = NextDumpToken(run, kind, text); reason != 0) return reason;
-    if (kind == Token::EndOfFile) return UnexpectedEnd(run, end);
-    if (kind == Token::EndOfSection) return 0;
+    if (Result result = tokens.Next(kind, text); result.failed()) return result;
+    if (kind == Token::EndOfFile) return UnexpectedEnd(lines, end);
+    if (kind == Token::EndOfSection) return {};
     const DescriptorField* const field = FindByLongName(text);
-    if (field == nullptr) {
-      run.MessageText.Format("Unrecognised attribute '%.*s' on line %" PRId64 " of file '%s'",
-                             static_cast<int>(std::min(text.size(), std::size_t{INT16_MAX})), text.data(),
-                             run.Reader.LineNumber, run.Naming.InputName.c_str());
-      return MQRC_FILE_SYSTEM_ERROR;
-    }
-    if (const MQLONG reason = NextDumpToken(run, kind, text); reason != 0) return reason;
-    if (kind == Token::EndOfFile) return UnexpectedEnd(run, end);
-    if (kind == Token::EndOfSection) return RefuseLine(run, "Unexpected end of section on");
-    if (const MQLONG reason = StoreDumpValue(run, *field, text); reason != 0) return reason;
+    if (field == nullptr) return UnknownAttribute(lines, text);
+    if (Result result = tokens.Next(kind, text); result.failed()) return result;
+    if (kind == Token::EndOfFile) return UnexpectedEnd(lines, end);
+    if (kind == Token::EndOfSection) return lines.Refuse("Unexpected end of section on");
+    if (Result result = StoreDumpValue(lines, descriptor, *field, text); result.failed()) return result;
   }
 }
 
 // Appends the digits behind the first colon of a line; other lines have none.
-MQLONG AppendDumpLine(Parameters& run) {
-  const std::string_view line = run.Reader.Line;
+Result AppendDumpLine(const LineReader& lines, CurrentMessage& message) {
+  const std::string_view line = lines.Line;
   std::size_t at = line.find(':');
-  if (at == std::string_view::npos) return 0;
-  MQBYTE* out = RoomForData(run, line.size());
-  if (out == nullptr) return MQRC_STORAGE_NOT_AVAILABLE;
+  if (at == std::string_view::npos) return {};
+  if (Result result = MakeRoom(message, line.size()); result.failed()) return result;
+  MQBYTE* out = EndOfData(message);
   for (++at;; at += 2) {
     at = line.find_first_not_of(' ', at);
-    if (at == std::string_view::npos) return 0;
+    if (at == std::string_view::npos) return {};
     const int high = HexDigit(line[at]);
-    if (high < 0) return 0;
+    if (high < 0) return {};
     const int low = at + 1 < line.size() ? HexDigit(line[at + 1]) : -1;
-    if (low < 0) return RefuseLine(run, kBadHex);
+    if (low < 0) return lines.Refuse(kBadHex);
     *out++ = static_cast<MQBYTE>(high << 4 | low);
-    ++run.Message.Length;
+    ++message.Length;
   }
 }
 
@@ -132,41 +140,42 @@ std::int64_t AnnouncedLength(std::string_view line) {
   }
 }
 
-MQLONG ReadDataSection(Parameters& run, bool& end) {
+Result ReadDataSection(LineReader& lines, Console& screen, CurrentMessage& message, bool& end) {
   std::int64_t announced = -1;
   std::int64_t announcedAt = 0;
   for (;;) {
-    if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
-    if (end && !run.Reader.CutLine.empty()) return 0;
-    if (end || run.Reader.Line.starts_with(kDataEnd)) break;
-    if (const std::int64_t length = AnnouncedLength(run.Reader.Line); length >= 0) {
+    if (Result result = lines.Next(); result.failed()) return result;
+    end = lines.ended();
+    if (end && !lines.cut_line().empty()) return {};
+    if (end || lines.Line.starts_with(kDataEnd)) break;
+    if (const std::int64_t length = AnnouncedLength(lines.Line); length >= 0) {
       announced = length;
-      announcedAt = run.Reader.LineNumber;
+      announcedAt = lines.number();
     }
-    if (const MQLONG reason = AppendDumpLine(run); reason != 0) return reason;
+    if (Result result = AppendDumpLine(lines, message); result.failed()) return result;
   }
-  if (announced > run.Message.Length) {
-    run.Screen.Print("Line %" PRId64 " of file '%s' announces %" PRId64
-                     " bytes of message data, but only %d bytes follow\n",
-                     announcedAt, run.Naming.InputName.c_str(), announced, run.Message.Length);
+  if (announced > message.Length) {
+    screen.Print("Line %" PRId64 " of file '%s' announces %" PRId64
+                 " bytes of message data, but only %d bytes follow\n",
+                 announcedAt, lines.file_name(), announced, message.Length);
   }
   end = false;
-  return 0;
+  return {};
 }
 
 }  // namespace
 
-MQLONG ReadDumpMessage(Parameters& run, bool& end) {
-  run.Message.Descriptor = DefaultDescriptor();
-  run.Message.Length = 0;
+Result ReadDumpMessage(LineReader& lines, Console& screen, CurrentMessage& message, bool& end) {
+  message.Descriptor = DefaultDescriptor();
+  message.Length = 0;
   // The format check leaves the line behind the file's mark current; a short dump begins its first message there.
-  bool advance = false;
-  do {
-    if (const MQLONG reason = ReadFileLine(run, advance, end); reason != 0 || end) return reason;
-    advance = true;
-  } while (!run.Reader.Line.starts_with(kDescriptorMark));
-  if (const MQLONG reason = ReadFileLine(run, true, end); reason != 0) return reason;
-  if (end) return UnexpectedEnd(run, end);
-  if (const MQLONG reason = ReadDescriptorSection(run, end); reason != 0 || end) return reason;
-  return ReadDataSection(run, end);
+  Result result = lines.Need();
+  while (!result.failed() && !lines.ended() && !lines.Line.starts_with(kDescriptorMark)) result = lines.Next();
+  end = lines.ended();
+  if (result.failed() || end) return result;
+  result = lines.Next();
+  if (result.failed()) return result;
+  if (lines.ended()) return UnexpectedEnd(lines, end);
+  result = ReadDescriptorSection(lines, message.Descriptor, end);
+  return result.failed() || end ? std::move(result) : ReadDataSection(lines, screen, message, end);
 }

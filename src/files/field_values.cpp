@@ -5,7 +5,7 @@
 #include <cinttypes>
 #include <cstdint>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
 #include "files/hex.h"
 
 namespace {
@@ -27,49 +27,38 @@ bool ReadNumber(std::string_view text, MQLONG& number) {
 
 }  // namespace
 
-MQLONG RefuseLine(Parameters& run, const char* what) {
-  run.MessageText.Format("%s line %" PRId64 " of file '%s'", what, run.Reader.LineNumber, run.Naming.InputName.c_str());
-  return MQRC_FILE_SYSTEM_ERROR;
-}
-
-MQLONG StoreFieldValue(Parameters& run, TaggedField target, std::string_view value) {
-  char* const place = reinterpret_cast<char*>(&run.Message.Descriptor) + target.Field->Offset;
+Result StoreFieldValue(MQMD& descriptor, TaggedField target, std::string_view value, const LineReader& lines) {
+  char* const place = reinterpret_cast<char*>(&descriptor) + target.Field->Offset;
   const std::size_t length = target.Field->Length;
   switch (target.Kind) {
     case FieldKind::Integer: {
       const std::string_view digits = WithoutBlanks(value);
       MQLONG number = 0;
-      if (digits.empty()) return 0;
-      if (!ReadNumber(digits, number)) return RefuseLine(run, "Invalid number on");
+      if (digits.empty()) return {};
+      if (!ReadNumber(digits, number)) return lines.Refuse("Invalid number on");
       std::memcpy(place, &number, sizeof number);
-      return 0;
+      return {};
     }
     case FieldKind::String:
       FillField(place, length, value);
-      return 0;
+      return {};
     case FieldKind::Hex: {
       const std::string_view digits = WithoutBlanks(value);
       const std::size_t bytes = DecodeHex(reinterpret_cast<MQBYTE*>(place), length, digits).Bytes;
-      return 2 * bytes == digits.size() ? 0 : RefuseLine(run, kBadHex);
+      return 2 * bytes == digits.size() ? Result() : lines.Refuse(kBadHex);
     }
     case FieldKind::End:
       break;
   }
-  run.MessageText.Format("Internal Eror:Unrecognised attribute type %d on line %" PRId64 " of file '%s'",
-                         static_cast<int>(target.Kind), run.Reader.LineNumber, run.Naming.InputName.c_str());
-  return MQRC_UNEXPECTED_ERROR;
+  return {MQRC_UNEXPECTED_ERROR,
+          FormatText("Internal Eror:Unrecognised attribute type %d on line %" PRId64 " of file '%s'",
+                     static_cast<int>(target.Kind), lines.number(), lines.file_name())};
 }
 
-MQBYTE* RoomForData(Parameters& run, std::size_t bytes) {
-  CurrentMessage& message = run.Message;
-  const std::size_t length = static_cast<std::size_t>(message.Length);
-  const std::size_t needed = length + bytes;
-  if (needed < message.Buffer.size()) return message.Buffer.data() + length;
+Result GrowForData(CurrentMessage& message, std::size_t needed) {
   constexpr std::size_t kLargest = INT32_MAX;
   if (needed > kLargest) {
-    run.MessageText.Format("Unable to allocate %d bytes message storage", INT32_MAX);
-    return nullptr;
+    return {MQRC_STORAGE_NOT_AVAILABLE, FormatText("Unable to allocate %d bytes message storage", INT32_MAX)};
   }
-  if (run.Keep(message.Buffer.Grow(needed <= kLargest / 4 ? 4 * needed : kLargest)) != 0) return nullptr;
-  return message.Buffer.data() + length;
+  return message.Buffer.Grow(needed <= kLargest / 4 ? 4 * needed : kLargest);
 }

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
 #include "common/cs.h"
 #include "files/descriptor_fields.h"
 #include "files/reader.h"
@@ -68,28 +68,32 @@ bool WriteTestFile(const LayoutOptions& layout, const MQMD& descriptor, DataByte
   return reason == 0;
 }
 
-bool ReadTestFile(Parameters& test, const std::string& name) {
-  if (const int error = test.Reader.In.Open(name.c_str(), "r"); error != 0) {
+bool ReadTestFile(CurrentMessage& message, Console& screen, const std::string& name) {
+  InputFiles files(name);
+  MessageFileReader reader(files, screen);
+  if (reader.Allocate().failed()) {
+    PrintOutput("Can not allocate line area\n");
+    return false;
+  }
+  if (const int error = files.OpenFirst(); error != 0) {
     WriteStandardOutput(WithCause(FormatText("Can not open test file '%s' for input\n", name.c_str()), error));
     return false;
   }
-  test.Reader.Line = {};
-  test.Reader.LineNumber = 0;
-  test.Message.Length = 0;
-  std::memset(static_cast<void*>(&test.Message.Descriptor), 0, sizeof test.Message.Descriptor);
+  message.Length = 0;
+  std::memset(static_cast<void*>(&message.Descriptor), 0, sizeof message.Descriptor);
   bool end = false;
-  const MQLONG reason = ReadFileMessage(test, end);
-  if (reason != 0) PrintOutput("ReadFileMessage returned RC(%d)\n", reason);
-  return reason == 0;
+  const Result result = reader.ReadMessage(message, end);
+  if (result.failed()) PrintOutput("ReadFileMessage returned RC(%d)\n", result.reason());
+  return !result.failed();
 }
 
-bool TestLayout(Parameters& test, const LayoutCase& layout, const MQMD& descriptor, MQBYTE* data) {
+bool TestLayout(CurrentMessage& message, Console& screen, const LayoutCase& layout, const MQMD& descriptor,
+                MQBYTE* data) {
   WriteStandardOutput(layout.Title);
   const std::string name = TemporaryFilePath("tarvo.tst");
-  test.Reader.In.Close();
-  test.Naming.InputName.Assign(name);
-  CurrentMessage& message = test.Message;
-  if (!WriteTestFile(layout.Layout, descriptor, {data, kDataLength}, name) || !ReadTestFile(test, name)) return false;
+  if (!WriteTestFile(layout.Layout, descriptor, {data, kDataLength}, name) || !ReadTestFile(message, screen, name)) {
+    return false;
+  }
   if (std::memcmp(&message.Descriptor, &descriptor, sizeof descriptor) != 0) {
     Mismatch("Message Descriptors don't match\n", __LINE__, 0);
   }
@@ -98,31 +102,28 @@ bool TestLayout(Parameters& test, const LayoutCase& layout, const MQMD& descript
   return true;
 }
 
-bool TestLayouts(Parameters& test) {
+bool TestLayouts() {
+  CurrentMessage message;
+  Console screen;
   const std::unique_ptr<MQBYTE, void (*)(void*)> data(static_cast<MQBYTE*>(CSGetMem(kDataLength)), CSFreeMem);
-  if (data == nullptr || test.Message.Buffer.Grow(kDataLength).failed()) {
+  if (data == nullptr || message.Buffer.Grow(kDataLength).failed()) {
     PrintOutput("Can not allocate %d bytes\n", kDataLength);
-    return false;
-  }
-  if (CreateLineBuffer(test) != 0) {
-    PrintOutput("Can not allocate line area\n");
     return false;
   }
   for (int i = 0; i < kDataLength; ++i) data.get()[i] = static_cast<MQBYTE>(i);
   const MQMD descriptor = TestDescriptor();
   for (const LayoutCase& layout : kLayouts) {
-    if (!TestLayout(test, layout, descriptor, data.get())) return false;
+    if (!TestLayout(message, screen, layout, descriptor, data.get())) return false;
   }
   return true;
 }
 
 }  // namespace
 
-void RunFileFormatTest(Parameters&) {
+void RunFileFormatTest() {
   PrintOutput("\nRunning file format tests");
   PrintOutput("\n-------------------------\n");
-  Parameters test;  // a run of its own, with the program's defaults
-  if (TestLayouts(test)) {
+  if (TestLayouts()) {
     PrintOutput("All tests passed\n");
     PrintOutput("----------------\n\n");
   }

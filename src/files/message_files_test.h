@@ -45,6 +45,31 @@ struct WrittenFile {
   MessageWriter Writer{Layout, Out, Name};
 };
 
+// A file that is read.
+struct ReadFile {
+  explicit ReadFile(const std::string& name) : In(name), Reader(In, Screen) { EXPECT_EQ(In.OpenFirst(), 0); }
+
+  // Every message up to the end of the file or a failure.
+  std::vector<TestMessage> Messages() {
+    bool empty = false;
+    std::vector<TestMessage> messages;
+    Failure = Reader.StartFile(empty);
+    while (!Failure.failed()) {
+      Failure = Reader.Read(Message);
+      if (Failure.failed() || Reader.at_end()) break;
+      const auto* const data = reinterpret_cast<const char*>(Message.Data);
+      messages.push_back({Message.Descriptor, std::string(data, static_cast<std::size_t>(Message.Length))});
+    }
+    return messages;
+  }
+
+  Console Screen;
+  InputFiles In;
+  MessageFileReader Reader;
+  CurrentMessage Message;
+  Result Failure;
+};
+
 class MessageFiles : public testing::Test {
  protected:
   // What the file holds after one message.
@@ -55,30 +80,10 @@ class MessageFiles : public testing::Test {
     return folder.Read("out");
   }
 
-  void OpenFile(Parameters& run, std::string_view content) {
-    run.Naming.InputName.Assign(folder.Write("in", content));
-    ASSERT_EQ(run.Reader.In.Open(run.Naming.InputName.c_str(), "rb"), 0);
-  }
-
-  // Every message of a file up to its end or a failure, whose reason goes to `reason`.
-  std::vector<TestMessage> Messages(Parameters& run, MQLONG& reason) {
-    bool end = false;
-    std::vector<TestMessage> messages;
-    reason = CheckInputFormat(run, end);
-    while (reason == 0 && !run.Finished) {
-      reason = ReadNextFileMessage(run);
-      if (reason != 0 || run.Finished) break;
-      const auto* const data = reinterpret_cast<const char*>(run.Message.Data);
-      messages.push_back({run.Message.Descriptor, std::string(data, static_cast<std::size_t>(run.Message.Length))});
-    }
-    return messages;
-  }
   std::vector<TestMessage> MessagesOf(std::string_view content) {
-    Parameters run;
-    OpenFile(run, content);
-    MQLONG reason = 0;
-    auto messages = Messages(run, reason);
-    EXPECT_EQ(reason, 0) << run.MessageText.c_str();
+    ReadFile file(folder.Write("in", content));
+    auto messages = file.Messages();
+    EXPECT_EQ(file.Failure.reason(), 0) << file.Failure.text();
     return messages;
   }
 

@@ -99,6 +99,17 @@ std::string ExpandTemplate(std::string_view text, const InsertValues& values) {
   return name;
 }
 
+Result NameTooLong(const std::string& name) {
+  return {MQRC_FILE_SYSTEM_ERROR,
+          FormatText("File name '%s' is longer than %d characters\n", name.c_str(), static_cast<int>(kFileNameLimit))};
+}
+
+Result CanNotOpen(const char* side, const std::string& name, const std::string& mode, int error) {
+  const std::string shown = mode.empty() ? mode : '(' + mode + ')';
+  return {MQRC_FILE_SYSTEM_ERROR,
+          WithCause(FormatText("Can not open %s file '%s'%s\n", side, name.c_str(), shown.c_str()), error)};
+}
+
 std::string IndexedName(const FileNaming& naming, int index) {
   return naming.Directory + naming.BaseName + '$' + std::to_string(index) + naming.FileType;
 }

@@ -8,9 +8,9 @@
 #include <ctime>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "common/text.h"
+#include "common/result.h"
+#include "files/input_files.h"
 #include "files/run_files.h"
 #include "mq/mqi.h"
 
@@ -18,14 +18,11 @@ struct Parameters;
 struct QueueElement;
 
 struct FileNaming {
-  Text<255> InputName;                    // the expanded name of the input file in use (or last used)
   std::atomic<std::int64_t> OpenTime{0};  // when the output file was opened, seconds
   RunFiles Files;
-  bool InputSet = false;                // the input is a set of numbered files
-  bool OverwriteAll = false;            // the user has agreed to overwrite every file
-  bool InputSetKnown = false;           // the later files of an indexed input set are among them
-  std::string Approved;                 // the existing file that the user has agreed to overwrite
-  std::vector<std::string> InputPaths;  // a generic load's files of the queue in hand, in order
+  bool OverwriteAll = false;   // the user has agreed to overwrite every file
+  bool InputSetKnown = false;  // the later files of an indexed input set are among them
+  std::string Approved;        // the existing file that the user has agreed to overwrite
   // Generic naming: directory (with its trailing separator), base name (the queue's) and file type.
   std::string Directory;
   std::string BaseName;
@@ -43,6 +40,11 @@ struct InsertValues {
 // name may be; opening refuses it then.
 std::string ExpandTemplate(std::string_view text, const InsertValues& values);
 
+inline constexpr std::size_t kFileNameLimit = 255;  // characters
+// The failures that input and output files share. `mode` is shown where the user has chosen it, else empty.
+Result NameTooLong(const std::string& name);
+Result CanNotOpen(const char* side, const std::string& name, const std::string& mode, int error);
+
 // "Q1$2.tvo": directory, base name, '$', index, file type.
 std::string IndexedName(const FileNaming& naming, int index);
 
@@ -57,13 +59,12 @@ struct OpenRequest {
 };
 MQLONG OpenFiles(Parameters& run, OpenRequest request);
 
+// The input files that the user asked for by their template.
+InputFiles::Plan PlanInput(Parameters& run);
+
 // Opens a file of a queue in a generic unload. It gets its name when the queue's set is complete; whatever stands there
 // was given up by the user. Returns 0, or errno, then with MessageText.
 int OpenQueueFile(Parameters& run, const std::string& name);
-
-// Closes the input file and counts its bytes as finished (FileBytes moves into FinishedFileBytes). The next one is
-// another file of the set, or, once FilesRead is 0 again, the first.
-void CloseInputFile(Parameters& run);
 
 // Before a message of `length` bytes is written: closes an output file that has no room for it, and opens the next one
 // with its header when none is open. A file without any message has room for one, whatever its limit. `source` names

@@ -62,12 +62,12 @@ class Progress : public testing::Test {
 
 TEST_F(Progress, LineOnATerminal) {
   StartProgressLine(run, 1000, "in.txt");
-  run.Reader.FileBytes = 250;
+  run.In->Reached(250);
   ShowProgress(run, true);  // drawn once a second at most
   run.Progress.StartTime -= 10;
   run.Progress.LastTime -= 10;
   ShowProgress(run, true);
-  run.Reader.FileBytes = 5000;
+  run.In->Reached(5000);
   run.Progress.LastTime -= 1;
   ShowProgress(run, true);
   EndProgressLine(run, true);

@@ -15,15 +15,9 @@
 
 namespace {
 
-constexpr std::size_t kNameLimit = decltype(FileNaming::InputName)::kCapacity;
 constexpr std::size_t kModeLimit = 20;     // characters of an access mode
 constexpr std::size_t kAnswerLimit = 100;  // characters of an answer
 constexpr int kLargestGap = 1000;          // between the numbers of a set's files, where messages number them
-
-MQLONG TooLong(Parameters& run, const std::string& name) {
-  run.MessageText.Format("File name '%s' is longer than %d characters\n", name.c_str(), static_cast<int>(kNameLimit));
-  return MQRC_FILE_SYSTEM_ERROR;
-}
 
 // The stream mode of one side ('r' or 'w'): its letter first, then what -a adds. An 'a' makes the output append.
 std::string AccessMode(const Parameters& run, char side) {
@@ -68,61 +62,15 @@ MQLONG AlreadyExists(Parameters& run, const std::string& name) {
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
-MQLONG CanNotOpen(Parameters& run, const char* side, const std::string& name, const std::string& mode, int error) {
-  const std::string shown = run.Asked.Output.AccessMode ? '(' + mode + ')' : std::string();
-  const std::string text = FormatText("Can not open %s file '%s'%s\n", side, name.c_str(), shown.c_str());
-  run.MessageText.Assign(WithCause(text, error));
-  return MQRC_FILE_SYSTEM_ERROR;
+MQLONG CanNotOpenOutput(Parameters& run, const std::string& name, const std::string& mode, int error) {
+  return run.Keep(CanNotOpen("output", name, run.Asked.Output.AccessMode ? mode : std::string(), error));
 }
 
-// The progress of a set of plainly named files is that of the file in hand. A generic load has started one line for the
-// whole set, which goes on.
-void StartLoading(Parameters& run, const std::string& name) {
-  if (run.Asked.Input.Generic) return;
+// The progress of a set of plainly named files is that of the file in hand.
+void StartLoading(Parameters& run) {
   EndProgressLine(run, false);
   if (!run.Screen.StdinIsTerminal || (run.Asked.Display.Quiet && run.Plain.Pass != CountingPass::Running)) return;
-  run.Reader.FinishedFileBytes = 0;
-  StartProgressLine(run, run.Reader.In.Size(), name.c_str());
-}
-
-// The name of the next input file; none behind the last of a list of paths.
-std::string NextInputName(const Parameters& run) {
-  if (!run.Asked.Input.Generic) return ExpandTemplate(run.Asked.Input.FileName, ValuesNow(run, run.FilesRead + 1));
-  const auto taken = static_cast<std::size_t>(run.FilesRead);
-  return taken < run.Naming.InputPaths.size() ? run.Naming.InputPaths[taken] : std::string();
-}
-
-MQLONG OpenInput(Parameters& run) {
-  run.MessageText.clear();
-  const bool listed = run.Asked.Input.Generic;
-  const bool later = run.FilesRead > 0;
-  const std::string name = NextInputName(run);
-  if (listed && name.empty()) return MQRC_FILE_SYSTEM_ERROR;
-  if (name.size() > kNameLimit) return TooLong(run, name);
-  if (later && run.Naming.InputName == name) {
-    run.MessageText.Format("Duplicate input file '%s'\n", name.c_str());
-    return MQRC_FILE_SYSTEM_ERROR;
-  }
-  run.Naming.InputName.Assign(name);
-  run.Reader.FileBytes = 0;
-  run.Reader.LineNumber = 0;
-  const std::string mode = AccessMode(run, 'r');
-  if (const int error = run.Reader.In.Open(name.c_str(), mode.c_str()); error != 0) {
-    std::error_code unknown;
-    const bool missing = std::filesystem::symlink_status(name, unknown).type() == std::filesystem::file_type::not_found;
-    if (later && missing && !listed) return MQRC_FILE_SYSTEM_ERROR;
-    return CanNotOpen(run, "input", name, mode, error);
-  }
-  const RunFiles::Identity file = IdentityOf(run.Reader.In.stream());
-  if (run.Naming.Files.IsOutput(file)) {
-    run.Reader.In.Close();
-    run.MessageText.Format("Input file '%s' is an output file of this run\n", name.c_str());
-    return MQRC_FILE_SYSTEM_ERROR;
-  }
-  run.Naming.Files.AddInput(file);
-  ++run.FilesRead;
-  StartLoading(run, name);
-  return 0;
+  StartProgressLine(run, run.In->File().Size(), run.In->Name());
 }
 
 // Asks until the answer is one of the three; the end of input is a no. False when the file must stay as it is.
@@ -149,7 +97,7 @@ bool MayOverwrite(Parameters& run, const std::string& name) {
 // When a queue's unload needs a second file, the first one gets the index 1.
 MQLONG NumberFirstFile(Parameters& run) {
   const std::string first = IndexedName(run.Naming, 1);
-  if (first.size() > kNameLimit) return TooLong(run, first);
+  if (first.size() > kFileNameLimit) return run.Keep(NameTooLong(first));
   run.Writer.Changes.Files.back().Path = first;
   run.FilesWritten = 1;
   return 0;
@@ -159,7 +107,7 @@ MQLONG NumberFirstFile(Parameters& run) {
 MQLONG CheckOutputFile(Parameters& run, const std::string& name, const RunFiles::Identity& file) {
   if (!file) return 0;
   RunFiles& files = run.Naming.Files;
-  const bool readsSet = run.Naming.InputSet && !run.Asked.Input.Generic && !run.Asked.Log.Given;
+  const bool readsSet = run.Asked.Input.FileSet && !run.Asked.Input.Generic && !run.Asked.Log.Given;
   if (readsSet && !run.Naming.InputSetKnown) FindInputSet(run);
   if (files.IsInput(file)) {
     run.MessageText.Format("Output file '%s' is an input file of this run\n", name.c_str());
@@ -209,7 +157,7 @@ MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::stri
   const bool append = mode[0] == 'a';
   const bool binary = mode.find('b') != std::string::npos;
   const OpenedForWriting opened = OpenAsItStands(name, append, binary);
-  if (opened.File == nullptr) return CanNotOpen(run, "output", name, mode, errno);
+  if (opened.File == nullptr) return CanNotOpenOutput(run, name, mode, errno);
   const RunFiles::Identity file = IdentityOf(opened.File);
   MQLONG reason = opened.Created ? 0 : CheckOutputFile(run, name, file);
   const bool regular = FileSize(opened.File) >= 0;
@@ -221,10 +169,10 @@ MQLONG OpenNamedOutput(Parameters& run, const std::string& name, const std::stri
     return OpenBeside(run, FileBehind(name), file, binary) == 0 ? 0 : MQRC_FILE_SYSTEM_ERROR;
   }
   if (const int error = run.Writer.Out.Adopt(opened.File, name.c_str()); error != 0) {
-    return CanNotOpen(run, "output", name, mode, error);
+    return CanNotOpenOutput(run, name, mode, error);
   }
   if (regular) WatchOutput(run, name, file, !opened.Created);
-  return run.Writer.Out.Append(lineEnds) ? 0 : CanNotOpen(run, "output", name, mode, run.Writer.Out.error());
+  return run.Writer.Out.Append(lineEnds) ? 0 : CanNotOpenOutput(run, name, mode, run.Writer.Out.error());
 }
 
 void StartOutput(Parameters& run, const std::string& name) {
@@ -249,7 +197,7 @@ MQLONG OpenOutput(Parameters& run, bool mayAsk) {
   if (run.Asked.Output.Generic) return OpenNextQueueFile(run);
   const int number = run.FilesWritten + 1;
   const std::string name = ExpandTemplate(run.Asked.Output.FileName, ValuesNow(run, number));
-  if (name.size() > kNameLimit) return TooLong(run, name);
+  if (name.size() > kFileNameLimit) return run.Keep(NameTooLong(name));
   StartOutput(run, name);
   if (name == "null") {
     run.NullOutput = true;
@@ -267,8 +215,8 @@ MQLONG OpenOutput(Parameters& run, bool mayAsk) {
 }  // namespace
 
 int OpenQueueFile(Parameters& run, const std::string& name) {
-  if (name.size() > kNameLimit) {
-    TooLong(run, name);
+  if (name.size() > kFileNameLimit) {
+    run.Keep(NameTooLong(name));
     return ENAMETOOLONG;
   }
   if (RunFiles::IsStandardOutput(IdentityOf(name))) {
@@ -281,17 +229,25 @@ int OpenQueueFile(Parameters& run, const std::string& name) {
   return 0;
 }
 
+InputFiles::Plan PlanInput(Parameters& run) {
+  InputFiles::Plan plan;
+  plan.NameOf = [&run](int number) { return ExpandTemplate(run.Asked.Input.FileName, ValuesNow(run, number)); };
+  plan.Set = run.Asked.Input.FileSet;
+  plan.Mode = AccessMode(run, 'r');
+  plan.ShowsMode = run.Asked.Output.AccessMode.has_value();
+  plan.Files = &run.Naming.Files;
+  plan.Opened = [&run] { StartLoading(run); };
+  return plan;
+}
+
 MQLONG OpenFiles(Parameters& run, OpenRequest request) {
   MQLONG reason = 0;
-  if (request.Input && !run.Asked.Input.FileName.empty() && !run.Reader.In.is_open()) reason = OpenInput(run);
+  if (request.Input && !run.Asked.Input.FileName.empty() && !run.In->File().is_open()) {
+    run.MessageText.clear();
+    reason = run.Keep(run.In->OpenNext());
+  }
   if (reason == 0 && request.Output && !run.Asked.Output.FileName.empty() && !run.Writer.Out.is_open()) {
     reason = OpenOutput(run, request.MayAsk);
   }
   return reason;
-}
-
-void CloseInputFile(Parameters& run) {
-  run.Reader.FinishedFileBytes += run.Reader.FileBytes;
-  run.Reader.FileBytes = 0;
-  run.Reader.In.Close();
 }

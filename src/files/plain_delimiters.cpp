@@ -80,18 +80,21 @@ Result CheckOptions(const PlainFileOptions& asked) {
   return {};
 }
 
+// Whether a delimiter of properties is one of messages as well. Both may end with their line.
+bool ShareOne(const DelimiterBytes& bytes) {
+  const auto& [start, end, startProperty, endProperty] = bytes;
+  if (start == startProperty || start == endProperty || end == startProperty) return true;
+  return end == endProperty && end[0] != '\n';
+}
+
 // Delimiters that could not be told apart.
 Result CompareDelimiters(const PlainFileOptions& asked, const DelimiterBytes& bytes) {
   const auto& [start, end, startProperty, endProperty] = bytes;
   const bool properties = !startProperty.empty();
-  constexpr char kAcross[] = "Message and Property delimiters are the same.\n";
-
   if (start == end && !asked.SameDelims) return Refuse("Message delimiters are the same.\n");
   if (properties) {
     if (startProperty == endProperty && !asked.SameDelims) return Refuse("Property delimiters are the same.\n");
-    if (start == startProperty) return Refuse(kAcross);
-    if (end == endProperty && end[0] != '\n') return Refuse(kAcross);
-    if (start == endProperty || end == startProperty) return Refuse(kAcross);
+    if (ShareOne(bytes)) return Refuse("Message and Property delimiters are the same.\n");
   }
   if (start.empty() && (properties || !asked.EndProperty.empty())) {
     return Refuse("Can't use single line Message delimiters with a Property delimiter.\n");

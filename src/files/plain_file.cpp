@@ -190,14 +190,14 @@ MQLONG BuildWithProperties(Parameters& run, Span properties, Span data) {
 
 MQLONG ReadDelimitedMessage(Parameters& run) {
   PlainInput& input = run.Plain.Input;
-  if (!run.Reader.In.is_open()) {
+  if (!run.In->File().is_open()) {
     run.Finished = true;
     return 0;
   }
   MessageCut cut;
   for (const auto step : {FindStart, FindProperties, FindEnd}) {
     const MQLONG reason = step(run, cut);
-    run.Reader.FileBytes = input.Position;
+    run.In->Reached(input.Position);
     if (reason != 0 || run.Finished) return reason;
   }
   if (Counting(run)) {
@@ -215,7 +215,7 @@ MQLONG ReadDelimitedMessage(Parameters& run) {
 }
 
 MQLONG ReadWholeFile(Parameters& run) {
-  InputFile& in = run.Reader.In;
+  InputFile& in = run.In->File();
   if (!in.is_open()) {
     run.Finished = true;
     return 0;
@@ -246,8 +246,8 @@ MQLONG ReadWholeFile(Parameters& run) {
     if (held == buffer.size()) wanted = 2 * held;
   }
   if (in.error() != 0) return ReadError(run);
-  run.Reader.FileBytes = static_cast<std::int64_t>(held);
-  CloseInputFile(run);
+  run.In->Reached(static_cast<std::int64_t>(held));
+  run.In->Close();
   HandOver(run, MQFMT_STRING, reinterpret_cast<char*>(buffer.data()), held);
   return 0;
 }
@@ -264,11 +264,11 @@ MQLONG PreparePlainFile(Parameters& run) {
 MQLONG ReadPlainMessage(Parameters& run) {
   for (;;) {
     const MQLONG reason = run.Asked.Plain.WholeFile ? ReadWholeFile(run) : ReadDelimitedMessage(run);
-    if (reason != 0 || !run.Finished || !run.Naming.InputSet) return reason;
-    if (run.Reader.In.is_open()) CloseInputFile(run);
+    if (reason != 0 || !run.Finished || !run.In->IsSet()) return reason;
+    if (run.In->File().is_open()) run.In->Close();
     ResetPlainInput(run.Plain.Input);
-    if (const MQLONG opened = OpenFiles(run, {.Input = true}); opened != 0) {
-      return run.MessageText.empty() ? 0 : opened;  // without a text the set has come to its end
+    if (const Result opened = run.In->OpenNext(); opened.failed()) {
+      return opened.text().empty() ? 0 : run.Keep(opened);  // without a text the set has come to its end
     }
     run.Finished = false;
   }
@@ -281,9 +281,9 @@ MQLONG CountPlainFile(Parameters& run) {
     ++run.Plain.MessagesFound;
     ShowProgress(run, run.Screen.StdinIsTerminal);
   }
-  if (run.Reader.In.is_open()) {
-    run.Reader.In.Rewind();
-    run.Reader.FileBytes = 0;
+  if (run.In->File().is_open()) {
+    run.In->File().Rewind();
+    run.In->Reached(0);
   }
   ResetPlainInput(run.Plain.Input);
   run.Finished = false;

@@ -43,6 +43,7 @@ struct PlainRun {
   }
   MQLONG Open(const std::string& path) {
     run.Asked.Input.FileName = path;
+    run.In = std::make_unique<InputFiles>(PlanInput(run));
     reason = OpenFiles(run, {.Input = true});
     return reason != 0 ? reason : PreparePlainFile(run);
   }
@@ -165,7 +166,7 @@ TEST_F(PlainFiles, AreCutAtTheirDelimiters) {
       EXPECT_NE(plain.shown.find(folder.Path("in.txt")), std::string::npos);
     }
     EXPECT_EQ(tail, c.Tail) << plain.shown;
-    EXPECT_EQ(plain.run.Reader.Loss, tail.empty() ? 0 : MQRC_FILE_SYSTEM_ERROR);
+    EXPECT_EQ(plain.run.Loss, tail.empty() ? 0 : MQRC_FILE_SYSTEM_ERROR);
   }
 }
 
@@ -175,7 +176,7 @@ TEST_F(PlainFiles, DescriptorIsTheDefaultWithTheFormat) {
   const MQMD& descriptor = plain.run.Message.Descriptor;
   EXPECT_EQ(descriptor.Version, 1);
   EXPECT_TRUE(IsFormat(descriptor.Format, MQFMT_STRING));
-  EXPECT_EQ(plain.run.Reader.FileBytes, 2);  // what was taken counts for the progress
+  EXPECT_EQ(plain.run.In->BytesRead(), 2);  // what was taken counts for the progress
 }
 
 // The properties text of a message with an MQRFH2 header, after looking at the header; "?" when there is none.
@@ -231,7 +232,7 @@ TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
   folder.Write("in1.txt", "a\n");
   std::filesystem::create_directory(folder.Path("in2.txt"));
   PlainRun plain({});
-  plain.run.Naming.InputSet = true;
+  plain.run.Asked.Input.FileSet = true;
   ASSERT_EQ(plain.Open(folder.Path("in%n.txt")), 0);
   EXPECT_EQ(plain.ReadAll(), Texts{"a"});
   EXPECT_EQ(plain.reason, MQRC_FILE_SYSTEM_ERROR);

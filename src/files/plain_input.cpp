@@ -75,7 +75,7 @@ MQLONG NoMessageStorage(Parameters& run, std::int64_t bytes) {
 }
 
 MQLONG ReadError(Parameters& run) {
-  run.MessageText.Format("Error reading from input file RC(%d)\n", run.Reader.In.error());
+  run.MessageText.Format("Error reading from input file RC(%d)\n", run.In->File().error());
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
@@ -90,9 +90,9 @@ MQLONG FillPlainInput(Parameters& run, std::int64_t keep) {
     const std::size_t wanted = std::max(kFirstBlock, 2 * input.Block.size());
     if (!input.Block.Grow(wanted, input.Held)) return NoMessageStorage(run, static_cast<std::int64_t>(wanted));
   }
-  const std::size_t read = run.Reader.In.Read(input.Block.data() + input.Held, input.Block.size() - input.Held);
+  const std::size_t read = run.In->File().Read(input.Block.data() + input.Held, input.Block.size() - input.Held);
   if (read == 0) {
-    if (run.Reader.In.error() != 0) return ReadError(run);
+    if (run.In->File().error() != 0) return ReadError(run);
     input.Ended = true;
   }
   input.Held += read;
@@ -115,13 +115,13 @@ MQLONG DropTail(Parameters& run) {
     if (const MQLONG reason = FillPlainInput(run, input.End()); reason != 0) return reason;
   }
   LookForTail(input, input.End());
-  if (input.TailAt >= 0) run.Reader.Loss = MQRC_FILE_SYSTEM_ERROR;
+  if (input.TailAt >= 0) run.Loss = MQRC_FILE_SYSTEM_ERROR;
   const bool told = run.Plain.Pass == CountingPass::Done;
   if (input.TailAt >= 0 && !told) {
     const std::int64_t lost = input.End() - input.TailAt;
     run.Screen.Print("%" PRId64 " byte%s at the end of file '%s', from line %" PRId64
                      " on, not taken: no end of message found\n",
-                     lost, lost == 1 ? "" : "s", run.Naming.InputName.c_str(), input.TailLine);
+                     lost, lost == 1 ? "" : "s", run.In->Name(), input.TailLine);
   }
   input.TailAt = -1;
   input.Position = input.End();

@@ -59,7 +59,7 @@ MQLONG FillPlainInput(Parameters& run, std::int64_t keep);
 MQLONG RunScan(Parameters& run, DelimiterScan& scan, std::int64_t keep, ScanResult& result);
 
 // Ends the current file, in which no further message was found: what is left of it, unless it is blank, is told (once:
-// not again after a preliminary count) and sets ReaderState::Loss. Sets Finished. Returns as above.
+// not again after a preliminary count) and sets Parameters::Loss. Sets Finished. Returns as above.
 MQLONG DropTail(Parameters& run);
 
 // White space.

@@ -89,6 +89,14 @@ DelimiterScan::DelimiterScan(const DelimiterRule& delimiterRule, ScanMode scanMo
   Brackets.clear();
 }
 
+std::optional<ScanResult> DelimiterScan::LookAt(std::string_view held, bool ended) {
+  const std::uint8_t meaning = Rule.Classes[static_cast<unsigned char>(held[0])];
+  if ((meaning & kFirstByte) != 0) {
+    if (const auto result = TryCandidate(held, ended); result) return result;
+  }
+  return Rule.Brackets && (meaning & kBracket) != 0 ? TakeBracket(held[0]) : std::nullopt;
+}
+
 std::optional<ScanResult> DelimiterScan::TryCandidate(std::string_view held, bool ended) {
   if (At < CandidatesFrom) return {};
   const std::string& delimiter = Rule.Bytes;
@@ -121,13 +129,7 @@ ScanResult DelimiterScan::Continue(std::string_view held, std::int64_t base, boo
     p = NextSignificant(Rule, p, stop);
     At = base + (p - first);
     if (p == stop) return limited ? ScanResult::PastLimit : ScanResult::NeedsData;
-    const std::uint8_t meaning = Rule.Classes[*p];
-    if ((meaning & kFirstByte) != 0) {
-      const auto result = TryCandidate(held.substr(static_cast<std::size_t>(p - first)), ended);
-      if (result) return *result;
-    }
-    if (Rule.Brackets && (meaning & kBracket) != 0) {
-      if (const auto result = TakeBracket(static_cast<char>(*p)); result) return *result;
-    }
+    const auto result = LookAt(held.substr(static_cast<std::size_t>(p - first)), ended);
+    if (result) return *result;
   }
 }

@@ -65,8 +65,9 @@ struct DelimiterScan {
   BracketStack& Brackets;
 
  private:
-  // The two steps at a byte that means something, which stands at At; nothing when the scan goes on behind it. A
-  // candidate is looked at in the bytes `held` from there on.
+  // The steps at a byte that means something, which stands at At and is the first of `held`; nothing when the scan goes
+  // on behind it.
+  std::optional<ScanResult> LookAt(std::string_view held, bool ended);
   std::optional<ScanResult> TryCandidate(std::string_view held, bool ended);
   std::optional<ScanResult> TakeBracket(char c);
 };

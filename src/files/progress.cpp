@@ -16,7 +16,7 @@ std::int64_t Now() { return static_cast<std::int64_t>(std::time(nullptr)); }
 
 std::int64_t DoneSoFar(const Parameters& run) {
   if (run.Asked.Input.FileName.empty()) return run.MsgsWritten;
-  return run.Reader.FinishedFileBytes + run.Reader.FileBytes;
+  return run.In->BytesRead();
 }
 
 std::string TimeLeft(std::int64_t elapsed, int percent) {

@@ -1,36 +1,58 @@
 #pragma once
 
 // The message file reader: turns the lines of docs/file-format.md, in whatever layout they were written, and the dump
-// of IBM MQ's browse sample back into the message in hand. Lines are looked at where they stand in the read block.
+// of IBM MQ's browse sample back into messages. Lines are looked at where they stand in the read block.
 
+#include <cstdint>
 #include <string_view>
 
+#include "common/console.h"
+#include "common/memory_trace.h"
+#include "common/result.h"
+#include "files/current_message.h"
+#include "files/input_files.h"
 #include "files/line_buffer.h"
-#include "mq/mqi.h"
-
-struct Parameters;
-
-// Creates and releases the line buffer (it exists from before the first line to the end of a transfer).
-MQLONG CreateLineBuffer(Parameters& run);
-void ReleaseLineBuffer(Parameters& run);
 
 // Whether a file whose first line that is not blank begins so is a message file.
 bool IsMessageFileMark(std::string_view line);
 
-// Looks at the first line that is not blank of an input file that has just been opened: a dump, a message file, or
-// (2208 with MessageText) neither. A later file of a set may lack the mark and is then of the kind of the one before
-// it. Leaves the first line behind the mark current; `end` is set when there is none.
-MQLONG CheckInputFormat(Parameters& run, bool& end);
-
-// Makes the next significant line current. Without `advance` a current line that is not consumed yet stays. `end` is
-// set at the end of the file; a line without a line end is no line but the end of a file that was cut off (CutLine).
-MQLONG ReadFileLine(Parameters& run, bool advance, bool& end);
-
-// One message of a message file into the message in hand; `end` is set when the file holds no further whole one.
-MQLONG ReadFileMessage(Parameters& run, bool& end);
+// One message of a message file; `end` is set when the file holds no further whole one.
+Result ReadFileMessage(LineReader& lines, Console& screen, CurrentMessage& message, bool& end);
 // The same for a dump.
-MQLONG ReadDumpMessage(Parameters& run, bool& end);
+Result ReadDumpMessage(LineReader& lines, Console& screen, CurrentMessage& message, bool& end);
 
-// The next message of a message file or dump, going on through an indexed set of files, each of its own kind. Sets
-// Finished at the end of the input. A file that ends inside a line is told, and sets ReaderState::Loss.
-MQLONG ReadNextFileMessage(Parameters& run);
+// Reads the messages of files that are opened one after the other, each of its own kind.
+class MessageFileReader {
+ public:
+  MessageFileReader(InputFiles& files, Console& screen, MemoryTrace memory = {})
+      : files_(files), screen_(screen), lines_(files, memory) {}
+
+  // Takes the memory for lines. Returns 0, or MQRC_STORAGE_NOT_AVAILABLE with its text.
+  Result Allocate() { return lines_.Allocate(); }
+
+  // Looks at the first line that is not blank of the file that has just been opened: a dump, a message file, or
+  // (2208 with its text) neither. A later file of a set may lack the mark and is then of the kind of the one before it.
+  // `empty` is set when there is nothing behind the mark.
+  Result StartFile(bool& empty);
+
+  // The next message, from the next file where the one in hand holds no further one; none (at_end) at the end of the
+  // last. A file that ends inside a line is told, and its loss is kept.
+  Result Read(CurrentMessage& message);
+  bool at_end() const { return atEnd_; }
+  // The result of a run whose input has lost bytes: what was whole is delivered and committed all the same.
+  MQLONG loss() const { return loss_; }
+
+  // One message of the file in hand; `end` is set when it holds no further whole one.
+  Result ReadMessage(CurrentMessage& message, bool& end);
+
+ private:
+  void TellIfCut();
+
+  InputFiles& files_;
+  Console& screen_;
+  LineReader lines_;
+  bool readsDump_ = false;  // the file is a dump, in which no line with an asterisk is a comment
+  bool atEnd_ = false;
+  std::int64_t wholeUpTo_ = 0;  // where the last whole message of the file in hand ends
+  MQLONG loss_ = 0;
+};

@@ -11,15 +11,12 @@ class Reader : public MessageFiles {
  protected:
   // Reads a file that fails; returns the text with the file's name as "F", behind the number of good messages.
   std::string Failure(std::string_view content, MQLONG expected = MQRC_FILE_SYSTEM_ERROR) {
-    Parameters run;
-    OpenFile(run, content);
-    MQLONG reason = 0;
-    const std::size_t good = Messages(run, reason).size();
-    EXPECT_EQ(reason, expected);
-    std::string text(run.MessageText.view());
-    if (const std::size_t at = text.find(run.Naming.InputName.c_str()); at != std::string::npos) {
-      text.replace(at, run.Naming.InputName.view().size(), "F");
-    }
+    ReadFile file(folder.Write("in", content));
+    const std::size_t good = file.Messages().size();
+    EXPECT_EQ(file.Failure.reason(), expected);
+    std::string text(file.Failure.text());
+    const std::string name = folder.Path("in");
+    if (const std::size_t at = text.find(name); at != std::string::npos) text.replace(at, name.size(), "F");
     return std::to_string(good) + " " + text;
   }
   std::string DataOf(const std::string& lines) {
@@ -95,14 +92,16 @@ TEST_F(Reader, TheProgressOfASetIsThatOfTheFileInHand) {
   folder.Write("2", kMark + "N\nS A\n\nN\nS B\n");
   Parameters run;
   run.Screen.StdinIsTerminal = true;
-  run.Naming.InputSet = true;
+  run.Asked.Input.FileSet = true;
   run.Asked.Input.FileName = folder.Path("%n");
+  run.In = std::make_unique<InputFiles>(PlanInput(run));
+  MessageFileReader reader(*run.In, run.Screen);
   testing::internal::CaptureStderr();
   ASSERT_EQ(OpenFiles(run, {.Input = true}), 0);
-  for (int message = 1; message <= 2; ++message) ASSERT_EQ(ReadNextFileMessage(run), 0);
+  for (int message = 1; message <= 2; ++message) ASSERT_FALSE(reader.Read(run.Message).failed());
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(run.Progress.Total, static_cast<std::int64_t>(kMark.size() + 13));
-  EXPECT_LT(run.Reader.FinishedFileBytes + run.Reader.FileBytes, run.Progress.Total);
+  EXPECT_LT(run.In->BytesRead(), run.Progress.Total);
 }
 
 #ifdef __linux__
@@ -110,35 +109,36 @@ TEST_F(Reader, WholeMessagesAreDeliveredBeforeAReadErrorIs) {
   for (const bool whole : {true, false}) {
     std::string block = kMark + "N\nS a\n" + (whole ? "\n" : "");
     while (block.size() < kStreamBlock) block += "* comment behind the message\n";
-    Parameters run;
-    OpenFile(run, block.substr(0, kStreamBlock));
-    bool end = false;
-    ASSERT_EQ(CheckInputFormat(run, end), 0);
-    ASSERT_NE(std::freopen("/proc/self/mem", "r", run.Reader.In.stream()), nullptr);  // cannot be read at its start
+    ReadFile file(folder.Write("in", block.substr(0, kStreamBlock)));
+    bool empty = false;
+    ASSERT_FALSE(file.Reader.StartFile(empty).failed());
+    ASSERT_NE(std::freopen("/proc/self/mem", "r", file.In.File().stream()), nullptr);  // cannot be read at its start
     if (whole) {
-      EXPECT_EQ(ReadNextFileMessage(run), 0);
-      EXPECT_EQ(run.Message.Length, 1);
-      EXPECT_TRUE(run.MessageText.empty());
+      EXPECT_EQ(file.Reader.Read(file.Message).reason(), 0);
+      EXPECT_EQ(file.Message.Length, 1);
     }
-    EXPECT_EQ(ReadNextFileMessage(run), MQRC_FILE_SYSTEM_ERROR);
-    EXPECT_EQ(run.MessageText, "Error reading from file '" + folder.Path("in") + "' RC(5)");
-    EXPECT_FALSE(run.Finished);
+    const Result failure = file.Reader.Read(file.Message);
+    EXPECT_EQ(failure.reason(), MQRC_FILE_SYSTEM_ERROR);
+    EXPECT_EQ(failure.text(), "Error reading from file '" + folder.Path("in") + "' RC(5)");
+    EXPECT_FALSE(file.Reader.at_end());
   }
 }
 #endif
 
 TEST_F(Reader, MemoryTrace) {
-  Parameters run;
-  run.Asked.Display.TraceMemory = true;
-  OpenFile(run, kMark + "N\nS \"" + std::string(2040, 'a') + "\"\n");
+  ReadFile file(folder.Write("in", kMark + "N\nS \"" + std::string(2040, 'a') + "\"\n"));
   testing::internal::CaptureStderr();
-  run.Message.Buffer.Trace(run.Memory());
-  ASSERT_FALSE(run.Message.Buffer.Grow(1).failed());
-  ASSERT_EQ(CreateLineBuffer(run), 0);
-  MQLONG reason = 0;
-  EXPECT_EQ(Messages(run, reason)[0].Data.size(), 2040U);
-  run.Message.Buffer.Release();
-  ReleaseLineBuffer(run);
+  file.Message.Buffer.Trace(MemoryTrace(&file.Screen));
+  ASSERT_FALSE(file.Message.Buffer.Grow(1).failed());
+  {
+    MessageFileReader reader(file.In, file.Screen, MemoryTrace(&file.Screen));
+    ASSERT_FALSE(reader.Allocate().failed());
+    bool empty = false;
+    ASSERT_FALSE(reader.StartFile(empty).failed());
+    ASSERT_FALSE(reader.Read(file.Message).failed());
+    EXPECT_EQ(file.Message.Length, 2040);
+  }
+  file.Message.Buffer.Release();
   const std::string trace = testing::internal::GetCapturedStderr();
   std::string sizes;
   for (std::size_t at = 0; (at = trace.find("Allocating ", at)) != std::string::npos; ++at) {
@@ -149,17 +149,18 @@ TEST_F(Reader, MemoryTrace) {
 }
 
 TEST_F(Reader, RowOfUnknownKind) {
-  Parameters run;
-  run.Naming.InputName.Assign("F");
-  EXPECT_EQ(StoreFieldValue(run, {&DescriptorFields[0], FieldKind::End}, "1"), MQRC_UNEXPECTED_ERROR);
-  EXPECT_EQ(run.MessageText, "Internal Eror:Unrecognised attribute type 0 on line 0 of file 'F'");
+  InputFiles none;
+  MQMD descriptor;
+  const Result result =
+      StoreFieldValue(descriptor, {&DescriptorFields[0], FieldKind::End}, "1", LineReader(none, MemoryTrace()));
+  EXPECT_EQ(result.reason(), MQRC_UNEXPECTED_ERROR);
+  EXPECT_EQ(result.text(), "Internal Eror:Unrecognised attribute type 0 on line 0 of file ''");
 }
 
 TEST_F(Reader, MessagesPastTwoGigabytesAreRefused) {
-  Parameters run;
-  run.Message.Length = INT32_MAX - 10;
-  EXPECT_EQ(RoomForData(run, 11), nullptr);
-  EXPECT_EQ(run.MessageText, "Unable to allocate 2147483647 bytes message storage");
+  CurrentMessage message;
+  message.Length = INT32_MAX - 10;
+  EXPECT_EQ(MakeRoom(message, 11).text(), "Unable to allocate 2147483647 bytes message storage");
 }
 
 TEST_F(Reader, Dump) {
@@ -228,17 +229,14 @@ TEST_F(Reader, WhatTheEndOfAFileTells) {
       {dump + "****Message descriptor****\n  Priority : 2\n****\n0: 4", 1, cut(10, 62)},
   };
   for (const auto& c : cases) {
-    Parameters run;
-    run.Asked.Display.Quiet = true;
-    OpenFile(run, c.Content);
-    MQLONG reason = 0;
+    ReadFile file(folder.Write("in", c.Content));
     testing::internal::CaptureStderr();
-    EXPECT_EQ(Messages(run, reason).size(), c.Messages) << c.Content;
+    EXPECT_EQ(file.Messages().size(), c.Messages) << c.Content;
     const std::string told = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(reason, 0) << c.Content << run.MessageText.c_str();
+    EXPECT_EQ(file.Failure.reason(), 0) << c.Content << file.Failure.text();
     EXPECT_EQ(told.empty(), c.Told.empty()) << c.Content << told;
     EXPECT_NE(told.find(c.Told), std::string::npos) << c.Content << told;
-    EXPECT_EQ(run.Reader.Loss != 0, told.find("has been cut off") != std::string::npos) << c.Content;
+    EXPECT_EQ(file.Reader.loss() != 0, told.find("has been cut off") != std::string::npos) << c.Content;
   }
 }
 

@@ -131,9 +131,21 @@ std::int64_t TotalSize(const std::vector<std::string>& paths) {
   return total;
 }
 
-// One group of files (run.Naming.InputPaths) onto its queue, with its line on standard output.
-void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std::int64_t& messages,
-               MQLONG& firstFailure) {
+InputFiles::Plan PlanQueue(Parameters& run, const std::vector<std::string>& paths, bool set) {
+  InputFiles::Plan plan = PlanInput(run);
+  plan.NameOf = [paths](int number) {
+    const auto at = static_cast<std::size_t>(number - 1);
+    return at < paths.size() ? paths[at] : std::string();
+  };
+  plan.Set = set;
+  plan.Listed = true;
+  plan.Opened = {};  // one progress line goes on over them all
+  return plan;
+}
+
+// One group of files onto its queue, with its line on standard output.
+void LoadQueue(Parameters& run, const GenericQueueEntry& start, const std::vector<std::string>& paths, int& queues,
+               std::int64_t& messages, MQLONG& firstFailure) {
   PrintOutput("%-48s ", start.QueueName.c_str());
   std::fflush(stdout);
   ResetForNextQueue(run);
@@ -144,18 +156,16 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, int& queues, std
   run.TargetQueueName.Assign(start.QueueName);
   run.TargetQMgrName.clear();
   run.Naming.BaseName = start.BaseName;
-  run.Naming.InputName.Assign(start.FilePath);
-  run.FilesRead = 1;
-  if (const int fileError = run.Reader.In.Open(start.FilePath.c_str(), "r"); fileError != 0) {
+  run.In = std::make_unique<InputFiles>(PlanQueue(run, paths, start.HasIndex));
+  if (const int fileError = run.In->OpenFirst(); fileError != 0) {
     WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", fileError), fileError));
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
     return CloseQueue(conn, run.OutputHobj);
   }
-  run.Naming.InputSet = start.HasIndex;
-  if (ShowsProgress(run)) StartProgressLine(run, TotalSize(run.Naming.InputPaths), nullptr);
+  if (ShowsProgress(run)) StartProgressLine(run, TotalSize(paths), nullptr);
   MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
-  if (result == 0) result = run.Reader.Loss;
-  CloseInputFile(run);
+  if (result == 0) result = run.Loss;
+  run.In->Close();
   EndProgressLine(run, false);
 
   const std::int64_t put = run.RolledBack ? run.MsgsWritten - run.UowMsgsWritten : run.MsgsWritten;
@@ -197,11 +207,11 @@ MQLONG GenericLoad(Parameters& run) {
       run.Screen.Print("The queues from '%s' on are not loaded.\n", start.QueueName.c_str());
       break;
     }
-    run.Naming.InputPaths.clear();
+    std::vector<std::string> paths;
     do {
-      run.Naming.InputPaths.push_back(at->second.FilePath);
+      paths.push_back(at->second.FilePath);
     } while (++at != files.end() && !at->second.GroupStart);
-    LoadQueue(run, start, queues, messages, firstFailure);
+    LoadQueue(run, start, paths, queues, messages, firstFailure);
   }
   PrintOutput("\nTotal : %d Queues, %" PRId64 " Messages\n", queues, messages);
   return firstFailure;

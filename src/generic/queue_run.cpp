@@ -57,16 +57,9 @@ void ResetForNextQueue(Parameters& run) {
   run.MsgsRead = run.BytesRead = run.MsgsWritten = run.BytesWritten = 0;
   run.UowMsgsRead = run.UowBytesRead = run.UowMsgsWritten = run.UowBytesWritten = 0;
   run.Uow = UnitOfWork{};
-  run.FilesRead = 0;
   run.FilesWritten = 0;
   run.Writer.MsgsInFile = 0;
   run.Writer.MsgsSinceFlush = 0;
-  run.Reader.Line = {};
-  run.Reader.LineNumber = 0;
-  run.Reader.FileBytes = 0;
-  run.Reader.FinishedFileBytes = 0;
-  run.Reader.TokenEnd = 0;
-  run.Reader.ReadsDump = false;
   EndProgressLine(run, false);
   run.Progress = ProgressState{};
 }
