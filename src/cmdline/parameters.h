@@ -12,6 +12,7 @@
 #include "common/console.h"
 #include "common/result.h"
 #include "common/text.h"
+#include "engine/delay.h"
 #include "engine/get.h"
 #include "engine/handle.h"
 #include "engine/put.h"
@@ -64,7 +65,7 @@ struct Parameters {
   UnitOfWork Uow;
   std::int64_t StartTime = 0;  // seconds since 1970: the instant from which ages are counted
   std::int64_t NowCentis = 0;  // the same instant in hundredths of a second
-  ReplayState Replay;
+  std::optional<Delay> Pause;
   PlainFileState Plain;
   FailureText MessageText;  // printed once at the end
   CurrentMessage Message;

@@ -183,6 +183,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   if (InterruptSignal() != 0) return 0;
   ShowWhatWillBeDone(run);
   run.Summary.emplace(run.NowCentis);
+  run.Pause.emplace(run.Asked.Pace);
 
   if (run.Asked.Input.Generic || run.Asked.Output.Generic) {
     outcome.SkipReport = true;

@@ -3,26 +3,11 @@
 // The pace of a run: rate control and status lines.
 
 #include <cstdint>
-#include <ctime>
 
-#include "common/clock.h"
+#include "engine/pace_clock.h"
 #include "mq/mqi.h"
-#include "platform/interrupt.h"
 
 struct Parameters;
-
-// Where every pause of a run takes its time from; tests put their own in its place. An interrupt ends a sleep.
-struct PaceClock {
-  std::int64_t (*Ticks)();             // milliseconds, steady
-  std::int64_t (*Seconds)();           // since 1970
-  void (*Sleep)(std::int64_t millis);  // milliseconds
-};
-// Defined here because the record of every run points to it, also in programs that pace nothing.
-inline const PaceClock kSystemClock = {
-    SteadyMillis,
-    [] { return static_cast<std::int64_t>(std::time(nullptr)); },
-    PauseUnlessInterrupted,
-};
 
 struct RateState {
   int RateGuess = 1000;              // messages allowed in the current one-second period
@@ -32,7 +17,7 @@ struct RateState {
   int RatePeriodCount = 0;           // messages processed in the current period
   bool RateClamp = false;            // adaptive: limit the next adjustment to 5 %
   MQHOBJ RateHobj = MQHO_UNUSABLE_HOBJ;
-  const PaceClock* Clock = &kSystemClock;  // of the status lines and delays too
+  const PaceClock* Clock = &kSystemClock;  // of the status lines too
 };
 
 struct StatusState {
