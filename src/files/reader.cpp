@@ -172,6 +172,23 @@ Result ReadDataLines(LineReader& lines, Console& screen, CurrentMessage& message
   return {};
 }
 
+// The first line of a file that is not blank, if any, even one that is cut off.
+Result FindFirstLine(LineReader& lines, std::string_view& line) {
+  do {
+    if (Result result = lines.Next(); result.failed()) return result;
+    line = lines.ended() ? lines.cut_line() : lines.Line;
+  } while (!lines.ended() && IsBlank(line));
+  return {};
+}
+
+// Goes on with the next file of a set.
+Result StartNextFile(InputFiles& files, MessageFileReader& reader) {
+  files.Close();
+  Result result = files.OpenNext();
+  bool empty = false;
+  return result.failed() ? std::move(result) : reader.StartFile(empty);
+}
+
 }  // namespace
 
 bool IsMessageFileMark(std::string_view line) {
@@ -203,10 +220,7 @@ Result MessageFileReader::StartFile(bool& empty) {
   wholeUpTo_ = 0;
   lines_.CountComments(true);  // until the kind is known, a line with an asterisk is no comment
   std::string_view line;
-  do {
-    if (Result result = lines_.Next(); result.failed()) return result;
-    line = lines_.ended() ? lines_.cut_line() : lines_.Line;
-  } while (!lines_.ended() && IsBlank(line));
+  if (Result result = FindFirstLine(lines_, line); result.failed()) return result;
   const bool later = files_.FilesRead() > 1;
   const bool dumpMark = line.starts_with(kDumpMark);
   const bool fileMark = IsMessageFileMark(line);
@@ -243,14 +257,9 @@ Result MessageFileReader::Read(CurrentMessage& message) {
       return {};
     }
     TellIfCut();
-    if (files_.IsSet()) {
-      files_.Close();
-      result = files_.OpenNext();
-      if (!result.failed()) result = StartFile(end);
-      if (!result.failed()) continue;
-      if (!result.text().empty()) return result;  // without a text the set has come to its end
-    }
-    atEnd_ = true;
-    return {};
+    if (files_.IsSet()) result = StartNextFile(files_, *this);
+    if (!result.text().empty()) return result;
+    atEnd_ = !files_.IsSet() || result.failed();  // without a text the set has come to its end
+    if (atEnd_) return {};
   }
 }
