@@ -102,7 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!TakeOptions(run, input.substr(0, lineEnd))) return 0;
   run.Asked.Input.FileName = "in";
   run.In = std::make_unique<InputFiles>(PlanInput(run));
-  Require(OpenFiles(run, {.Input = true}) == 0);
+  Require(OpenInputFile(run) == 0);
   if (PreparePlainFile(run) != 0) {
     Require(!run.MessageText.empty());
     return 0;

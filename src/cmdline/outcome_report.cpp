@@ -8,7 +8,8 @@
 namespace {
 
 struct Totals {
-  std::int64_t MsgsRead, BytesRead, MsgsWritten, BytesWritten;
+  std::int64_t MsgsRead, BytesRead;
+  WrittenCounts Written;
 };
 
 bool HasOutput(const Parameters& run) {
@@ -20,29 +21,32 @@ ReportLine ReadLine(const Parameters& run, const Totals& totals) {
 }
 
 void ShowWritten(Parameters& run, const Totals& totals) {
-  PrintReportLine(run.Screen, {"Written", run.FilesWritten, true, totals.MsgsWritten,
-                               static_cast<std::uint64_t>(totals.BytesWritten)});
+  const WrittenCounts& written = totals.Written;
+  PrintReportLine(run.Screen,
+                  {"Written", written.Files, true, written.Msgs, static_cast<std::uint64_t>(written.Bytes)});
 }
 
 void ShowTotals(Parameters& run) {
-  const Totals totals = {run.MsgsRead, run.BytesRead, run.MsgsWritten, run.BytesWritten};
+  const Totals totals = {run.MsgsRead, run.BytesRead, run.Written()};
   const ReportLine read = ReadLine(run, totals);
   if (run.Asked.Display.Summary) {
     return ShowSummary(run.Screen, run.Asked.Display, {read, *run.Summary, run.Inputs.Elements});
   }
   PrintReportLine(run.Screen, read);
   if (run.Asked.Display.Count) {
-    PrintReportLine(run.Screen,
-                    {"Counted", 0, false, totals.MsgsWritten, static_cast<std::uint64_t>(totals.BytesWritten)});
-  } else if (HasOutput(run) && !run.NullOutput) {
+    const WrittenCounts& counted = totals.Written;
+    PrintReportLine(run.Screen, {"Counted", 0, false, counted.Msgs, static_cast<std::uint64_t>(counted.Bytes)});
+  } else if (HasOutput(run) && !run.Outputs->IsNull()) {
     ShowWritten(run, totals);
   }
 }
 
 // What the committed units of work moved.
 void ShowCompleted(Parameters& run) {
-  const Totals totals = {run.MsgsRead - run.UowMsgsRead, run.BytesRead - run.UowBytesRead,
-                         run.MsgsWritten - run.UowMsgsWritten, run.BytesWritten - run.UowBytesWritten};
+  WrittenCounts written = run.Written();
+  written.Msgs -= run.UowMsgsPut;
+  written.Bytes -= run.UowBytesPut;
+  const Totals totals = {run.MsgsRead - run.UowMsgsRead, run.BytesRead - run.UowBytesRead, written};
   run.Screen.Print("\nOperation rolled back, completed operations as follows:\n");
   PrintReportLine(run.Screen, ReadLine(run, totals));
   if (HasOutput(run)) ShowWritten(run, totals);
@@ -54,7 +58,7 @@ void ShowOutcome(Parameters& run, const Outcome& outcome) {
   if (!run.MessageText.empty()) run.Screen.Print("%s\n", run.MessageText.c_str());
   if (outcome.SkipReport) return;
   if (run.Asked.Display.Quiet || run.ReportSilenced) {
-    if (run.Asked.Display.Count) PrintOutput("%" PRId64, run.MsgsWritten);
+    if (run.Asked.Display.Count) PrintOutput("%" PRId64, run.Written().Msgs);
     return;
   }
   if (outcome.ReportEnabled) ShowTotals(run);

@@ -3,6 +3,7 @@
 // The one record of a run. It only gathers: the options, and one small struct per station of the road, declared in that
 // station's header. A station changes its own state; what others need of it goes through its functions.
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -28,6 +29,7 @@
 #include "files/plain_file.h"
 #include "files/progress.h"
 #include "files/reader.h"
+#include "files/run_files.h"
 #include "generic/generic.h"
 #include "logmode/log_source.h"
 #include "mq/connection.h"
@@ -44,16 +46,13 @@ struct Parameters {
   bool ReportSilenced = false;        // a failure leaves nothing to report
   bool BrowseFirst = false;           // messages are browsed, and only the selected ones got
   bool DescriptorOnly = false;        // no data is got: nobody looks at it
-  bool NullOutput = false;
   StatusState Status;
   Text<48> TargetQMgrName;                // the single output queue
   Text<48> TargetQueueName;               //
   std::unique_ptr<QueueList> TargetList;  // or several
   MQHOBJ OutputHobj = MQHO_UNUSABLE_HOBJ;
   InputQueues Inputs;
-  int FilesWritten = 0;
-  FileNaming Naming;
-  WriterState Writer;
+  RunFiles Files;
   std::unique_ptr<InputFiles> In = std::make_unique<InputFiles>();
   std::optional<MessageFileReader> Reader;  // for the time of a transfer
   MQLONG Loss = 0;  // the result of a run whose input has lost bytes: what was whole is delivered and committed
@@ -69,8 +68,8 @@ struct Parameters {
   PlainFileState Plain;
   FailureText MessageText;  // printed once at the end
   CurrentMessage Message;
-  std::int64_t MsgsRead = 0, BytesRead = 0, MsgsWritten = 0, BytesWritten = 0;
-  std::int64_t UowMsgsRead = 0, UowBytesRead = 0, UowMsgsWritten = 0, UowBytesWritten = 0;
+  std::int64_t MsgsRead = 0, BytesRead = 0, MsgsPut = 0, BytesPut = 0;
+  std::int64_t UowMsgsRead = 0, UowBytesRead = 0, UowMsgsPut = 0, UowBytesPut = 0;
   PutState Put;
   AsyncPuts Async;
   RateState Pace;
@@ -79,6 +78,21 @@ struct Parameters {
   GenericState Generic;
   const MessageSource* Source = nullptr;  // set by rooms above the engine; null: queue or file
   Console Screen;
+  std::optional<OutputFiles> Outputs;  // always there; renewed for each queue of a generic unload
+
+  Parameters() { RenewOutputs(); }
+  void RenewOutputs() {
+    Outputs.emplace(Asked.Input, Asked.Output, Asked.Layout, Asked.Limits, Asked.Units, Files, Screen);
+  }
+  // The place of the message for which the next output file is opened; the first is opened before any is read.
+  MessagePlace NextPlace() const { return {std::max(1, MessageIndex), SelectedCount + 1}; }
+  // Messages that were put on queues, and those in files.
+  WrittenCounts Written() const {
+    WrittenCounts written = Outputs->written();
+    written.Msgs += MsgsPut;
+    written.Bytes += BytesPut;
+    return written;
+  }
 
   MemoryTrace Memory() { return MemoryTrace(Asked.Display.TraceMemory ? &Screen : nullptr); }
   // Keeps a failure's text for the end of the run, and returns its reason.

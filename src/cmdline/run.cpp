@@ -114,7 +114,7 @@ bool LooksAtData(Parameters& run) {
 }
 
 void DecideDescriptorOnly(Parameters& run) {
-  const bool dataGoesNowhere = run.NullOutput || run.Asked.Display.Summary;
+  const bool dataGoesNowhere = run.Outputs->IsNull() || run.Asked.Display.Summary;
   if (dataGoesNowhere && !run.Asked.Input.AlwaysData && !LooksAtData(run)) run.DescriptorOnly = true;
 }
 
@@ -129,17 +129,14 @@ MQLONG Transfer(Parameters& run, QueueElement* queue) {
 MQLONG CloseFiles(Parameters& run, MQLONG result) {
   EndProgressLine(run, true);
   run.In->Close();
-  return FinishOutput(run, result);
+  return run.Keep(run.Outputs->changes().Finish({result, run.MessageText}));
 }
 
 // Makes the run forget the messages and files of the counting pass.
 void ForgetCountingPass(Parameters& run) {
   run.Plain.Pass = CountingPass::Done;
   run.Finished = false;
-  run.MsgsRead = run.BytesRead = run.MsgsWritten = run.BytesWritten = 0;
-  run.UowMsgsRead = run.UowBytesRead = run.UowMsgsWritten = run.UowBytesWritten = 0;
-  run.FilesWritten = 0;
-  run.Writer.MsgsInFile = 0;
+  run.MsgsRead = run.BytesRead = run.UowMsgsRead = run.UowBytesRead = 0;
   run.Progress.LastPercent = 0;
   run.In = std::make_unique<InputFiles>(PlanInput(run));
 }
@@ -159,18 +156,26 @@ MQLONG CountAndAsk(Parameters& run, bool& goOn) {
   return 0;
 }
 
+// The input file and the output file, which a preliminary count only checks and asks about: nothing is touched before
+// the user has agreed to the count.
+MQLONG OpenBoth(Parameters& run) {
+  if (const MQLONG reason = OpenInputFile(run); reason != 0) return reason;
+  const bool counting = run.Plain.Pass == CountingPass::Running;
+  return run.Keep(
+      run.Outputs->Open({.MayAsk = run.Screen.StdinIsTerminal, .OnlyCheck = counting, .Place = run.NextPlace()}));
+}
+
 // Opens the files of the run, counting first where that was decided. `goOn` is cleared when the run ends here.
 MQLONG OpenRunFiles(Parameters& run, Outcome& outcome, bool& goOn) {
-  const OpenRequest both = {run.Screen.StdinIsTerminal, true, true};
   goOn = false;
-  MQLONG reason = OpenFiles(run, both);
+  MQLONG reason = OpenBoth(run);
   if (reason == 0 && run.MessageText.empty() && run.Plain.Pass == CountingPass::Running) {
     reason = CountAndAsk(run, goOn);
     if (reason != 0) return reason;
     outcome.SkipReport = !goOn;
     if (!goOn) return 0;
     ForgetCountingPass(run);
-    reason = OpenFiles(run, both);
+    reason = OpenBoth(run);
   }
   goOn = reason == 0 && run.MessageText.empty();
   return reason;
@@ -198,7 +203,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   DecideCountingFirst(run);
   run.MessageIndex = -1;
   run.In = std::make_unique<InputFiles>(PlanInput(run));
-  run.NullOutput = run.Asked.Output.FileName == "null";
+  if (run.Asked.Input.FileSet && !run.Asked.Log.Given) run.Files.ExpectInputSet(run.Asked.Input.FileName);
   bool goOn = false;
   if (const MQLONG reason = OpenRunFiles(run, outcome, goOn); reason != 0 || !goOn) return reason;
   DecideDescriptorOnly(run);

@@ -128,9 +128,8 @@ MQLONG QueueIsEmpty(Parameters& run, QueueElement& queue) {
     queue.EmptySeen = true;
     ++list.QueuesEmptied;
   }
-  if (run.Writer.Out.is_open() && run.Writer.MsgsSinceFlush != 0) {
-    if (const MQLONG reason = FlushOutputFile(run, false); reason != 0) return reason;
-    run.Writer.MsgsSinceFlush = 0;
+  if (run.Outputs->Pending()) {
+    if (const MQLONG reason = run.Keep(run.Outputs->Flush(false)); reason != 0) return reason;
   }
   if (const MQLONG reason = CheckAsyncPuts(run); reason != 0) return reason;
   if (run.Uow.UowCount != 0 && list.QueuesActive == 0 && run.Asked.Units.MessageLimit != -1) return CommitAll(run);
@@ -207,8 +206,8 @@ std::int64_t DeliveryLeft(const Parameters& run) {
 std::int64_t FileLeft(const Parameters& run) {
   if (run.Asked.Limits.Age == 0) return kEndlessWaitSlice;
   // A file that the next message opens reaches its age no sooner.
-  if (!run.Writer.Out.is_open()) return std::int64_t{run.Asked.Limits.Age} * 1000;
-  return FileAgeLeft(run);
+  if (!run.Outputs->is_open()) return std::int64_t{run.Asked.Limits.Age} * 1000;
+  return run.Outputs->AgeLeft();
 }
 
 MQLONG RegisterQueues(Parameters& run) {
@@ -316,7 +315,7 @@ MQLONG ConsumeWithWait(std::unique_ptr<Consumption>& owner) {
     }
     if (run.Finished || EndIfInterrupted(run)) return consumption.Result;
     if (FileLeft(run) <= 0) {
-      if (const MQLONG reason = CloseOutputFile(run); reason != 0) return reason;
+      if (const MQLONG reason = run.Keep(run.Outputs->Close()); reason != 0) return reason;
     }
     if (DeliveryLeft(run) <= 0) return 0;
   }

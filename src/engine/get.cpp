@@ -21,19 +21,18 @@ bool TookNothing(MQLONG reason) {
 }
 
 bool UnitPending(const Parameters& run) { return run.Uow.UowCount != 0 && run.Asked.Units.MessageLimit != -1; }
-bool FilePending(const Parameters& run) { return run.Writer.Out.is_open() && run.Writer.MsgsSinceFlush != 0; }
 
 // Lets the next get wait for what is left of the wait interval, or of the output file's age when that is less; a file
 // that has reached its age is closed. Nothing waits while something is uncommitted or not flushed.
 MQLONG AddWait(Parameters& run, MQGMO& options) {
-  if (run.Asked.Input.WaitInterval == 0 || UnitPending(run) || FilePending(run)) return 0;
+  if (run.Asked.Input.WaitInterval == 0 || UnitPending(run) || run.Outputs->Pending()) return 0;
   std::int64_t wait = WaitLeft(run);
   if (wait <= 0) return 0;
-  if (run.Asked.Limits.Age != 0 && run.Writer.Out.is_open() && run.Writer.MsgsInFile > 0) {
-    const std::int64_t left = FileAgeLeft(run);
+  if (run.Asked.Limits.Age != 0 && run.Outputs->HoldsMessages()) {
+    const std::int64_t left = run.Outputs->AgeLeft();
     if (left > 0) {
       wait = std::min(wait, left);
-    } else if (const MQLONG reason = CloseOutputFile(run); reason != 0) {
+    } else if (const MQLONG reason = run.Keep(run.Outputs->Close()); reason != 0) {
       return reason;
     }
   }
@@ -47,11 +46,7 @@ MQLONG FinishPendingWork(Parameters& run) {
   if (UnitPending(run)) {
     if (const MQLONG reason = CommitAll(run); reason != 0) return reason;
   }
-  if (FilePending(run)) {
-    if (const MQLONG reason = FlushOutputFile(run, false); reason != 0) return reason;
-    run.Writer.MsgsSinceFlush = 0;
-  }
-  return 0;
+  return run.Outputs->Pending() ? run.Keep(run.Outputs->Flush(false)) : 0;
 }
 
 // The queue has no (further) message. Decides whether the get is repeated: with what is left of the wait, or, for a
@@ -84,10 +79,6 @@ MQLONG NoMessage(Parameters& run, MQLONG& getOptions) {
 std::int64_t WaitLeft(const Parameters& run) {
   if (run.Asked.Input.WaitInterval == -1) return kEndlessWaitSlice;
   return run.Wait.Since + std::int64_t{run.Asked.Input.WaitInterval} * 1000 - SteadyMillis();
-}
-
-std::int64_t FileAgeLeft(const Parameters& run) {
-  return (run.Naming.OpenTime + run.Asked.Limits.Age - std::time(nullptr)) * 1000;
 }
 
 MQLONG GetOptions(const Parameters& run, bool underCursor) {

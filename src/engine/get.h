@@ -20,8 +20,6 @@ inline constexpr MQLONG kLongestWait = 500;
 
 // Milliseconds that are left of the wait interval, counted from the last message; not above 0 when it is over.
 std::int64_t WaitLeft(const Parameters& run);
-// Milliseconds until the open output file reaches its age; not above 0 when it has.
-std::int64_t FileAgeLeft(const Parameters& run);
 
 // The options of a get: browse, destructive, or of the message under the browse cursor, with properties as MQRFH2
 // header where the queue manager knows them.

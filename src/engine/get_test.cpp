@@ -110,25 +110,26 @@ TEST_F(GetTest, CommitsWhatIsPendingBeforeItWaits) {
 TEST_F(GetTest, AFileThatReachesItsAgeIsClosedByAWaitingGetOnly) {
   const TestFolder folder;
   const std::string name = folder.Path("aged.tvo");
-  ASSERT_EQ(run.Writer.Out.Open(name.c_str(), "w"), 0);
-  run.Writer.MsgsInFile = 1;
-  run.Naming.OpenTime = std::time(nullptr) - 20;
+  run.Asked.Output.FileName = name;
+  ASSERT_FALSE(run.Outputs->Open({}).failed());
+  ASSERT_FALSE(run.Outputs->Write({.Descriptor = DefaultDescriptor(), .Data = {}}).failed());
+  ASSERT_FALSE(run.Outputs->Flush(false).failed());
   run.Asked.Input.WaitInterval = 30;
   run.Wait.Since = SteadyMillis();
   run.BrowseFirst = true;
   mq.Add(kSource, "one");
   mq.Add(kSource, "two");
   ASSERT_EQ(Get(), 0);
-  run.Asked.Limits.Age = 10;
+  run.Asked.Limits.Age = -1;  // passed already
   ASSERT_EQ(Get(true), 0);
-  EXPECT_TRUE(run.Writer.Out.is_open());
-  run.Writer.MsgsSinceFlush = 1;  // it waits for nothing while something is not flushed
+  EXPECT_TRUE(run.Outputs->is_open());
+  run.Outputs->Count(0);  // it waits for nothing while something is not flushed
   mq.Add(kSource, "three");
   ASSERT_EQ(Get(), 0);
-  EXPECT_TRUE(run.Writer.Out.is_open());
-  run.Writer.MsgsSinceFlush = 0;
+  EXPECT_TRUE(run.Outputs->is_open());
+  ASSERT_FALSE(run.Outputs->Flush(false).failed());
   ASSERT_EQ(Get(), 0);
-  EXPECT_FALSE(run.Writer.Out.is_open());
+  EXPECT_FALSE(run.Outputs->is_open());
 }
 
 TEST_F(GetTest, ABrowsedMessageThatHasGoneIsNoFailureOfTheRun) {

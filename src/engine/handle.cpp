@@ -19,6 +19,22 @@ MQLONG CheckWhole(Parameters& run) {
   return MQRC_UNEXPECTED_ERROR;
 }
 
+MQLONG WriteMessage(Parameters& run) {
+  const CurrentMessage& message = run.Message;
+  if (run.Asked.Display.Count) {
+    run.Outputs->Count(message.Length);
+    return 0;
+  }
+  const auto there = static_cast<std::size_t>(std::min(message.Delivered, message.Length));
+  return run.Keep(run.Outputs->Write({.Descriptor = message.Descriptor,
+                                      .Data = DataBytes(message.Data, there),
+                                      .Length = message.Length,
+                                      .Position = run.MessageIndex,
+                                      .Ordinal = run.SelectedCount,
+                                      .Now = run.StartTime,
+                                      .LeavesQueue = run.Asked.Input.Remove}));
+}
+
 }  // namespace
 
 MQLONG HandleMessage(Parameters& run, QueueElement* queue) {
@@ -39,5 +55,5 @@ MQLONG HandleMessage(Parameters& run, QueueElement* queue) {
     if (const MQLONG reason = CheckWhole(run); reason != 0) return reason;
     return PutMessage(run, queue);
   }
-  return WriteFileMessage(run);
+  return WriteMessage(run);
 }

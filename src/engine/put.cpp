@@ -257,10 +257,10 @@ MQLONG PutMessage(Parameters& run, const QueueElement* queue) {
   // The unit of work is backed out: no destination keeps the message.
   if (failure != 0 && run.Uow.SyncpointActive) return failure;
   run.Put.PutBytes = static_cast<std::int64_t>(run.Put.PutMsgs) * run.Message.Length;
-  run.MsgsWritten += run.Put.PutMsgs;
-  run.UowMsgsWritten += run.Put.PutMsgs;
-  run.BytesWritten += run.Put.PutBytes;
-  run.UowBytesWritten += run.Put.PutBytes;
+  run.MsgsPut += run.Put.PutMsgs;
+  run.UowMsgsPut += run.Put.PutMsgs;
+  run.BytesPut += run.Put.PutBytes;
+  run.UowBytesPut += run.Put.PutBytes;
   return failure;
 }
 
@@ -287,6 +287,6 @@ MQLONG CheckAsyncPuts(Parameters& run) {
                            ReasonText(status.Reason), status.PutFailureCount);
   }
   // Outside units of work the others stay where they are. What the failed ones measured is not known.
-  if (!run.Uow.SyncpointActive) run.MsgsWritten -= std::min<std::int64_t>(status.PutFailureCount, run.MsgsWritten);
+  if (!run.Uow.SyncpointActive) run.MsgsPut -= std::min<std::int64_t>(status.PutFailureCount, run.MsgsPut);
   return status.Reason != 0 ? status.Reason : MQRC_UNEXPECTED_ERROR;
 }

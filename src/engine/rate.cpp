@@ -159,12 +159,12 @@ void PrintStatus(Parameters& run, std::int64_t now) {
   if (now != status.LastRateTime) {
     const double throughput = status.StatusCarry / static_cast<double>(now - status.LastRateTime);
     run.Screen.Print("%.8s> Status - Read:%10" PRId64 " Written:%10" PRId64 " Thruput:%8.1f msg/sec\n", clock,
-                     run.MsgsRead, run.MsgsWritten, throughput);
+                     run.MsgsRead, run.Written().Msgs, throughput);
     status.StatusCarry = 0;
     status.LastRateTime = now;
   } else {
     run.Screen.Print("%.8s> Status - Read:%10" PRId64 " Written:%10" PRId64 " Thruput:       * msg/sec\n", clock,
-                     run.MsgsRead, run.MsgsWritten);
+                     run.MsgsRead, run.Written().Msgs);
   }
   status.LastStatusTime = now;
 }

@@ -141,7 +141,7 @@ TEST_F(StatusTest, CountsAreCarriedUntilTheClockHasMoved) {
   run.MsgsRead = run.Status.StatusMsgs = 1000;
   EXPECT_EQ(Check(), "> Status - Read:      1000 Written:         0 Thruput:       * msg/sec\n");
   run.MsgsRead = 2000;
-  run.MsgsWritten = 1900;
+  run.MsgsPut = 1900;
   run.Status.StatusMsgs = 1000;
   seconds += 4;
   EXPECT_EQ(Check(), "> Status - Read:      2000 Written:      1900 Thruput:   500.0 msg/sec\n");

@@ -32,7 +32,7 @@ MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
     run.MessageText.Format("Display options require an output file");
     return MQRC_OPTIONS_ERROR;
   }
-  const bool writesFile = !run.Asked.Output.FileName.empty() && !run.NullOutput;
+  const bool writesFile = run.Asked.Output.HasFile() && !run.Outputs->IsNull();
   if (queue != nullptr && run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0 && writesFile &&
       MayLoseBytes(run.Asked.Layout)) {
     run.MessageText.Format("Without units of work (-t0) no message can be kept from a layout that loses some of it");
@@ -60,6 +60,12 @@ MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* 
   return 0;
 }
 
+// The names of a queue that is read.
+HeaderNames NamesOf(const Parameters& run, const QueueElement* queue) {
+  if (queue == nullptr || queue->Hobj == MQHO_UNUSABLE_HOBJ) return {};
+  return {run.QMgrs[run.Asked.Input.QMgr].QMgrName, queue->QueueName};
+}
+
 MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
   MessageBuffer& buffer = run.Message.Buffer;
   buffer.Trace(run.Memory());
@@ -70,8 +76,8 @@ MQLONG Transfer(Parameters& run, QueueElement* queue, bool terminal) {
   const MessageSource& source = ChooseSource(run, queue);
   bool empty = false;
   if (const MQLONG reason = source.Prepare(run, empty); reason != 0 || empty) return reason;
-  if (run.Writer.Out.is_open()) {
-    if (const MQLONG reason = WriteFileHeader(run, queue); reason != 0) return reason;
+  if (run.Outputs->is_open()) {
+    if (const MQLONG reason = run.Keep(run.Outputs->WriteHeader(NamesOf(run, queue))); reason != 0) return reason;
   }
   const bool unitsPossible = (queue != nullptr && run.Asked.Input.Remove) || run.Asked.Output.HasQueues();
   run.Uow.SyncpointActive = unitsPossible && run.Asked.Units.MessageLimit != 0;
@@ -100,9 +106,18 @@ MQLONG TellInHand(Parameters& run, MQLONG reason) {
   std::string id(2 * sizeof(MQBYTE24), '0');
   EncodeHex(id.data(), run.Message.Descriptor.MsgId, sizeof run.Message.Descriptor.MsgId);
   text += (text.empty() ? "The message with MsgId " : "; the message with MsgId ") + id + " has left its queue";
-  if (const std::string file = LeaveOutput(run); !file.empty()) text += ", what was written is in '" + file + '\'';
+  if (const std::string file = run.Outputs->changes().Leave(); !file.empty())
+    text += ", what was written is in '" + file + '\'';
   run.MessageText.Assign(text);
   return reason;
+}
+
+// A message is written only into a file that is open and has room for it.
+MQLONG SeeToOutputFile(Parameters& run, const QueueElement* queue, bool terminal) {
+  if (run.Outputs->HasRoom(run.Message.Length)) return 0;
+  Result result = run.Outputs->OpenNext({.MayAsk = terminal, .Place = run.NextPlace()});
+  if (!result.failed()) result = run.Outputs->WriteHeader(NamesOf(run, queue));
+  return run.Keep(result);
 }
 
 // The target's part for a message that is the run's to deliver.
@@ -110,8 +125,8 @@ MQLONG HandOn(Parameters& run, QueueElement* queue, bool leavesAtOnce) {
   ++run.SelectedCount;
   run.Put = {};
   MQLONG reason = HandleMessage(run, queue);
-  if (reason == 0 && leavesAtOnce) reason = HandOverOutput(run);
-  if (reason == 0 && run.Asked.Output.FileInserts) reason = RollOverAfterMessage(run);
+  if (reason == 0 && leavesAtOnce) reason = run.Keep(run.Outputs->changes().HandOver());
+  if (reason == 0 && run.Asked.Output.FileInserts) reason = run.Keep(run.Outputs->RollOver());
   return reason;
 }
 
@@ -123,7 +138,7 @@ MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
   // Without units of work a message is gone from its queue as soon as it is got.
   const bool leavesAtOnce = queue != nullptr && run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0;
   if (!run.Asked.Output.FileName.empty() && !run.Asked.Display.Count) {
-    const MQLONG reason = CheckFileLimits(run, run.Message.Length, queue, terminal);
+    const MQLONG reason = SeeToOutputFile(run, queue, terminal);
     if (reason != 0) return leavesAtOnce && !run.BrowseFirst ? TellInHand(run, reason) : reason;
   }
   if (queue != nullptr && run.BrowseFirst && run.Asked.Input.Remove) {

@@ -60,16 +60,17 @@ MQLONG CommitAll(Parameters& run) {
   if (!run.Uow.SyncpointActive) return 0;
   // The messages leave their queue with the commit: from then on the file is the only place that has them.
   if (run.Asked.Input.Remove) {
-    if (const MQLONG reason = FlushOutputFile(run, true); reason != 0) return reason;
-    if (const MQLONG reason = PlaceOutput(run); reason != 0) return reason;
+    Result result = run.Outputs->Flush(true);
+    if (!result.failed()) result = run.Outputs->changes().Place();
+    if (result.failed()) return run.Keep(result);
   }
   if (const MQLONG reason = Commit(run, OutputConn(run)); reason != 0) return reason;
-  run.UowMsgsWritten = 0;
-  run.UowBytesWritten = 0;
+  run.UowMsgsPut = 0;
+  run.UowBytesPut = 0;
   if (run.Asked.Input.QMgr != run.Asked.Output.QMgr && run.Asked.Input.Remove) {
     if (const MQLONG reason = Commit(run, InputConn(run)); reason != 0) return reason;
   }
-  if (run.Asked.Input.Remove) KeepOutput(run);
+  if (run.Asked.Input.Remove) run.Outputs->changes().Keep();
   run.UowMsgsRead = 0;
   run.UowBytesRead = 0;
   run.Uow.UowCount = 0;
@@ -86,9 +87,9 @@ void BackOutRun(Parameters& run) {
   if (&input != &output && input.UnitOpen) clean = Backout(run, input) == 0 && clean;
   if (clean) run.Uow.UowCount = 0;
   if (CertainlyBackedOut(run.Uow.CommitFailure, clean)) return;
-  if (!run.Writer.Changes.Files.empty()) {
+  if (!run.Outputs->changes().files().empty()) {
     run.Screen.PrintText(
         "It is not known whether the last unit of work was committed: its messages stay in the file\n");
   }
-  KeepOutput(run);
+  run.Outputs->changes().Keep();
 }

@@ -26,6 +26,6 @@ MQLONG Backout(Parameters& run, QMgrConn& conn);
 // first step that failed.
 MQLONG CommitAll(Parameters& run);
 // Backs out every open unit of a failed run, each whatever became of the other, and sets RolledBack. What they wrote
-// into files goes at the run's end (FinishOutput), but not after a commit of unknown outcome: then the file may be the
-// only place that has the messages.
+// into files goes at the run's end (OutputChanges::Finish), but not after a commit of unknown outcome: then the file
+// may be the only place that has the messages.
 void BackOutRun(Parameters& run);

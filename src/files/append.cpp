@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include "cmdline/parameters.h"
 #include "common/console.h"
 #include "files/reader.h"
 
@@ -73,28 +72,26 @@ LastPart ReadLastPart(InputFile& in, std::int64_t begin) {
 
 }  // namespace
 
-MQLONG LookAtEnd(Parameters& run, const std::string& name, std::string& lineEnds) {
+Result LookAtEnd(const std::string& name, std::string& lineEnds) {
   lineEnds.clear();
   InputFile in;
   int error = in.Open(name.c_str(), "rb");
   const std::int64_t size = in.Size();
-  if (error == 0 && (size <= 0 || !IsMessageFile(in))) return 0;
+  if (error == 0 && (size <= 0 || !IsMessageFile(in))) return {};
   const std::int64_t behind = error == 0 ? LastEmptyLine(in, size) : 0;
-  if (error == 0 && behind == size) return 0;
+  if (error == 0 && behind == size) return {};
   if (error == 0) error = in.Seek(behind);
   const LastPart part = error == 0 ? ReadLastPart(in, behind) : LastPart();
   if (error == 0) error = in.error();
   if (error != 0) {
     const std::string text = FormatText("Can not read the end of file '%s', which is to be appended to", name.c_str());
-    run.MessageText.Assign(WithCause(text, error));
-    return MQRC_FILE_SYSTEM_ERROR;
+    return {MQRC_FILE_SYSTEM_ERROR, WithCause(text, error)};
   }
   if (part.IsBroken()) {
-    run.MessageText.Format(
-        "Can not append to file '%s': it ends inside a message, its whole messages end at byte %" PRId64, name.c_str(),
-        part.Whole);
-    return MQRC_FILE_SYSTEM_ERROR;
+    return {MQRC_FILE_SYSTEM_ERROR,
+            FormatText("Can not append to file '%s': it ends inside a message, its whole messages end at byte %" PRId64,
+                       name.c_str(), part.Whole)};
   }
   lineEnds = part.LineEnded ? "\n" : "\n\n";
-  return 0;
+  return {};
 }

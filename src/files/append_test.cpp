@@ -21,11 +21,10 @@ TEST_F(Append, NeverMakesOneMessageOfTwo) {
     for (std::size_t size = 7; size <= whole.size(); ++size) {
       SCOPED_TRACE(testing::PrintToString(whole.substr(0, size)));
       const std::string file = folder.Write("out", whole.substr(0, size));
-      Parameters run;
       std::string lineEnds;
-      if (const MQLONG reason = LookAtEnd(run, file, lineEnds); reason != 0) {
+      if (const Result result = LookAtEnd(file, lineEnds); result.failed()) {
         ++refused;
-        const std::string text(run.MessageText.view());
+        const std::string text(result.text());
         const std::size_t end = std::stoul(text.substr(text.rfind(' ')));
         ASSERT_LE(end, size);
         EXPECT_EQ(whole.substr(end - (crLf ? 4 : 2), crLf ? 4 : 2), crLf ? "\r\n\r\n" : "\n\n");
@@ -66,11 +65,10 @@ TEST_F(Append, LooksAtMessageFilesOnlyAndOnlyAtTheirEnd) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.Content.substr(0, 40));
-    Parameters run;
     std::string lineEnds;
-    const MQLONG reason = LookAtEnd(run, folder.Write("out", c.Content), lineEnds);
-    EXPECT_EQ(reason, c.LineEnds == nullptr ? MQRC_FILE_SYSTEM_ERROR : 0);
-    EXPECT_TRUE(run.MessageText.view().ends_with(c.Offset)) << run.MessageText.c_str();
+    const Result result = LookAtEnd(folder.Write("out", c.Content), lineEnds);
+    EXPECT_EQ(result.reason(), c.LineEnds == nullptr ? MQRC_FILE_SYSTEM_ERROR : 0);
+    EXPECT_TRUE(result.text().ends_with(c.Offset)) << result.text();
     EXPECT_EQ(lineEnds, c.LineEnds != nullptr ? c.LineEnds : "");
   }
 }

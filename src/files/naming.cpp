@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ctime>
 
 #include "common/console.h"
 
@@ -99,6 +100,17 @@ std::string ExpandTemplate(std::string_view text, const InsertValues& values) {
   return name;
 }
 
+InsertValues InsertsNow() {
+  InsertValues values;
+  const std::time_t now = std::time(nullptr);
+  if (const std::tm* local = std::localtime(&now); local != nullptr) values.Local = *local;
+  return values;
+}
+
+std::string QueueFileNames::Indexed(int index) const {
+  return Directory + BaseName + '$' + std::to_string(index) + FileType;
+}
+
 Result NameTooLong(const std::string& name) {
   return {MQRC_FILE_SYSTEM_ERROR,
           FormatText("File name '%s' is longer than %d characters\n", name.c_str(), static_cast<int>(kFileNameLimit))};
@@ -110,6 +122,13 @@ Result CanNotOpen(const char* side, const std::string& name, const std::string& 
           WithCause(FormatText("Can not open %s file '%s'%s\n", side, name.c_str(), shown.c_str()), error)};
 }
 
-std::string IndexedName(const FileNaming& naming, int index) {
-  return naming.Directory + naming.BaseName + '$' + std::to_string(index) + naming.FileType;
+std::string AccessMode(const OutputOptions& options, char side) {
+  constexpr std::size_t kLimit = 20;
+  if (!options.AccessMode) return std::string(1, side);
+  const std::string_view given(*options.AccessMode);
+  std::string mode(1, side == 'w' && given.find('a') != std::string_view::npos ? 'a' : side);
+  for (const char c : given) {
+    if (c != 'r' && c != 'w' && c != 'a' && mode.size() < kLimit) mode += c;
+  }
+  return mode;
 }

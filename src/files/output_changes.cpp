@@ -7,7 +7,6 @@
 #include <system_error>
 #include <utility>
 
-#include "cmdline/parameters.h"
 #include "common/console.h"
 #include "common/paths.h"
 #include "platform/files.h"
@@ -40,140 +39,133 @@ void Remove(const std::string& name) {
   std::filesystem::remove(name, ignored);
 }
 
-MQLONG Failed(Parameters& run, const std::string& text, int error) {
-  run.MessageText.Assign(WithCause(text, error));
-  return MQRC_FILE_SYSTEM_ERROR;
-}
-
-OutputChanges& ChangesOf(Parameters& run) { return run.Writer.Changes; }
-
-// Leaves a second name of the old file, where the file system has second names, and gives its own to the new one.
-int TakePlace(OutputChanges& changes, const ChangedFile& file) {
-  if (IsThere(file.Path)) {
-    const std::string aside = FreeNameBeside(file.Path, "old");
-    std::error_code error;
-    std::filesystem::create_hard_link(file.Path, aside, error);
-    if (!error) changes.SetAside.push_back({file.Path, aside});
-  }
-  return RenameReplacing(file.Temporary, file.Path);
-}
-
-void RestoreOldFiles(OutputChanges& changes) {
-  for (const auto& old : changes.SetAside) {
-    // Both may be names of one file still: then nothing is renamed, and one of them goes.
-    if (RenameReplacing(old.Aside, old.Path) == 0) Remove(old.Aside);
-  }
-  changes.SetAside.clear();
-}
-
-bool NotCut(Parameters& run, const ChangedFile& file, int error) {
-  const std::string text =
-      FormatText("Can not cut file '%s' back: what this run has written behind byte %" PRId64 " is still on its queue",
-                 file.Path.c_str(), std::max(file.Length, std::int64_t{0}));
-  run.Screen.Print("%s\n", WithCause(text, error).c_str());
-  return false;
-}
-
-// Cuts the current output file, however it may be called by now. Answers whether that could be done.
-bool CutOpenFile(Parameters& run, const ChangedFile& file) {
-  WriterState& writer = run.Writer;
-  writer.Out.Drop();
-  // What others have appended meanwhile is not ours to cut off.
-  const std::int64_t own = writer.Out.offered() - file.OfferedBefore;
-  const bool othersToo = file.Shared && own != 0 && writer.Out.Size() > file.Length + own;
-  const bool cut = !othersToo && (own != 0 || !file.Shared);
-  const int error = !cut ? 0 : writer.Out.CutBack(std::max(file.Length, std::int64_t{0}));
-  writer.Out.Close(true);
-  if (!othersToo && error == 0) return true;
-  run.MsgsWritten -= writer.HeldMsgs;  // they were dropped
-  run.BytesWritten -= writer.HeldBytes;
-  return NotCut(run, file, error);
-}
-
-bool CutClosedFile(Parameters& run, const ChangedFile& file) {
-  if (IdentityOf(file.Path) != file.Identity) return NotCut(run, file, ENOENT);
-  const OpenedForWriting opened = OpenForWriting(file.Path, true, true);
-  if (opened.File == nullptr) return NotCut(run, file, errno);
-  int error = SetFileSize(opened.File, file.Length);
-  if (error == 0) error = SyncToDisk(opened.File);
-  std::fclose(opened.File);
-  return error == 0 || NotCut(run, file, error);
-}
+Result Failed(const std::string& text, int error) { return {MQRC_FILE_SYSTEM_ERROR, WithCause(text, error)}; }
 
 void RemoveNewFile(const ChangedFile& file) {
   const std::string& name = file.Temporary.empty() ? file.Path : file.Temporary;
   if (IdentityOf(name) == file.Identity) Remove(name);
 }
 
-// What the counts tell is in files.
-class Uncounting {
- public:
-  explicit Uncounting(Parameters& run) : run_(run), msgs_(run.MsgsWritten), bytes_(run.BytesWritten) {}
-  // Called for each file from the last one on. `gone`: what was written of it since its counts were taken.
-  void Pass(const ChangedFile& file, bool gone) {
-    if (gone) {
-      run_.MsgsWritten -= msgs_ - file.MsgsBefore;
-      run_.BytesWritten -= bytes_ - file.BytesBefore;
-    }
-    msgs_ = file.MsgsBefore;
-    bytes_ = file.BytesBefore;
-  }
-
- private:
-  Parameters& run_;
-  std::int64_t msgs_;
-  std::int64_t bytes_;
-};
-
-// A run that fails without a unit of work leaves what it has copied, but not beside an old file.
-void DropUnplaced(Parameters& run) {
-  OutputChanges& changes = ChangesOf(run);
-  Uncounting counts(run);
-  for (auto file = changes.Files.rbegin(); file != changes.Files.rend(); ++file) {
-    counts.Pass(*file, !file->Temporary.empty());
-    if (file->Temporary.empty()) continue;
-    RemoveNewFile(*file);
-    --run.FilesWritten;
-  }
-  RestoreOldFiles(changes);
-  changes.Files.clear();
-}
-
-// Undoes everything since the last KeepOutput.
-void TakeBack(Parameters& run) {
-  OutputChanges& changes = ChangesOf(run);
-  if (changes.Files.empty()) return;
-  Uncounting counts(run);
-  for (auto file = changes.Files.rbegin(); file != changes.Files.rend(); ++file) {
-    bool gone = true;
-    if (std::exchange(changes.LastIsOpen, false)) {
-      gone = CutOpenFile(run, *file);
-    } else if (file->Length != kNewFile) {
-      gone = CutClosedFile(run, *file);
-    }
-    counts.Pass(*file, gone);
-    if (file->Length != kNewFile) continue;
-    RemoveNewFile(*file);
-    --run.FilesWritten;
-  }
-  RestoreOldFiles(changes);
-  changes.Files.clear();
-}
-
-void Watch(Parameters& run, ChangedFile file) {
-  OutputChanges& changes = ChangesOf(run);
-  file.OfferedBefore = run.Writer.Out.offered();
-  file.MsgsBefore = run.MsgsWritten;
-  file.BytesBefore = run.BytesWritten;
-  run.Naming.Files.AddOutput(file.Identity);
-  run.Naming.Files.AddOutput(file.Old);
-  changes.Files.push_back(std::move(file));
-  changes.LastIsOpen = true;
+// Of two failures the first one counts, and the first one's text.
+Result First(const Result& first, const Result& second) {
+  return {first.failed() ? first.reason() : second.reason(), first.text().empty() ? second.text() : first.text()};
 }
 
 }  // namespace
 
-int OpenBeside(Parameters& run, const std::string& path, const RunFiles::Identity& old, bool binary) {
+// What the counts tell is in files.
+class OutputChanges::Uncounting {
+ public:
+  explicit Uncounting(WrittenCounts& written) : written_(written), last_(written) {}
+  // Called for each file from the last one on. `gone`: what was written of it since its counts were taken.
+  void Pass(const ChangedFile& file, bool gone) {
+    if (gone) {
+      written_.Msgs -= last_.Msgs - file.Before.Msgs;
+      written_.Bytes -= last_.Bytes - file.Before.Bytes;
+    }
+    last_ = file.Before;
+  }
+
+ private:
+  WrittenCounts& written_;
+  WrittenCounts last_;
+};
+
+// Leaves a second name of the old file, where the file system has second names, and gives its own to the new one.
+int OutputChanges::TakePlace(const ChangedFile& file) {
+  if (IsThere(file.Path)) {
+    const std::string aside = FreeNameBeside(file.Path, "old");
+    std::error_code error;
+    std::filesystem::create_hard_link(file.Path, aside, error);
+    if (!error) setAside_.push_back({file.Path, aside});
+  }
+  return RenameReplacing(file.Temporary, file.Path);
+}
+
+void OutputChanges::RestoreOldFiles() {
+  for (const OldFile& old : setAside_) {
+    // Both may be names of one file still: then nothing is renamed, and one of them goes.
+    if (RenameReplacing(old.Aside, old.Path) == 0) Remove(old.Aside);
+  }
+  setAside_.clear();
+}
+
+bool OutputChanges::NotCut(const ChangedFile& file, int error) {
+  const std::string text =
+      FormatText("Can not cut file '%s' back: what this run has written behind byte %" PRId64 " is still on its queue",
+                 file.Path.c_str(), std::max(file.Length, std::int64_t{0}));
+  screen_.Print("%s\n", WithCause(text, error).c_str());
+  return false;
+}
+
+// Cuts the current output file, however it may be called by now. Answers whether that could be done.
+bool OutputChanges::CutOpenFile(const ChangedFile& file) {
+  OutputFile& stream = out_.Stream;
+  stream.Drop();
+  // What others have appended meanwhile is not ours to cut off.
+  const std::int64_t own = stream.offered() - file.OfferedBefore;
+  const bool othersToo = file.Shared && own != 0 && stream.Size() > file.Length + own;
+  const bool cut = !othersToo && (own != 0 || !file.Shared);
+  const int error = !cut ? 0 : stream.CutBack(std::max(file.Length, std::int64_t{0}));
+  stream.Close(true);
+  if (!othersToo && error == 0) return true;
+  out_.Uncount();  // they were dropped
+  return NotCut(file, error);
+}
+
+bool OutputChanges::CutClosedFile(const ChangedFile& file) {
+  if (IdentityOf(file.Path) != file.Identity) return NotCut(file, ENOENT);
+  const OpenedForWriting opened = OpenForWriting(file.Path, true, true);
+  if (opened.File == nullptr) return NotCut(file, errno);
+  int error = SetFileSize(opened.File, file.Length);
+  if (error == 0) error = SyncToDisk(opened.File);
+  std::fclose(opened.File);
+  return error == 0 || NotCut(file, error);
+}
+
+// A run that fails without a unit of work leaves what it has copied, but not beside an old file.
+void OutputChanges::DropUnplaced() {
+  Uncounting counts(out_.Written);
+  for (auto file = changed_.rbegin(); file != changed_.rend(); ++file) {
+    counts.Pass(*file, !file->Temporary.empty());
+    if (file->Temporary.empty()) continue;
+    RemoveNewFile(*file);
+    --out_.Written.Files;
+  }
+  RestoreOldFiles();
+  changed_.clear();
+}
+
+// Undoes everything since the last Keep.
+void OutputChanges::TakeBack() {
+  if (changed_.empty()) return;
+  Uncounting counts(out_.Written);
+  for (auto file = changed_.rbegin(); file != changed_.rend(); ++file) {
+    bool gone = true;
+    if (std::exchange(lastIsOpen_, false)) {
+      gone = CutOpenFile(*file);
+    } else if (file->Length != kNewFile) {
+      gone = CutClosedFile(*file);
+    }
+    counts.Pass(*file, gone);
+    if (file->Length != kNewFile) continue;
+    RemoveNewFile(*file);
+    --out_.Written.Files;
+  }
+  RestoreOldFiles();
+  changed_.clear();
+}
+
+void OutputChanges::Add(ChangedFile file) {
+  file.OfferedBefore = out_.Stream.offered();
+  file.Before = out_.Written;
+  files_.AddOutput(file.Identity);
+  files_.AddOutput(file.Old);
+  changed_.push_back(std::move(file));
+  lastIsOpen_ = true;
+}
+
+Result OutputChanges::OpenBeside(const std::string& path, const RunFiles::Identity& old, bool binary) {
   std::FILE* stream = nullptr;
   std::string name;
   errno = EEXIST;
@@ -183,99 +175,100 @@ int OpenBeside(Parameters& run, const std::string& path, const RunFiles::Identit
   }
   int error = stream == nullptr ? errno : 0;
   const RunFiles::Identity identity = stream != nullptr ? IdentityOf(stream) : std::nullopt;
-  if (stream != nullptr) error = run.Writer.Out.Adopt(stream);
+  if (stream != nullptr) error = out_.Stream.Adopt(stream);
   if (error != 0) {
     const std::string text = FormatText("Can not make file '%s', which is to replace '%s'", name.c_str(), path.c_str());
-    Failed(run, text, error);
-    return error;
+    return {error, WithCause(text, error)};
   }
   ChangedFile file;
   file.Path = path;
   file.Temporary = name;
   file.Identity = identity;
   file.Old = old;
-  Watch(run, std::move(file));
-  return 0;
+  Add(std::move(file));
+  return {};
 }
 
-void WatchOutput(Parameters& run, const std::string& path, const RunFiles::Identity& identity, bool append) {
+void OutputChanges::Watch(const std::string& path, const RunFiles::Identity& identity, bool append) {
   ChangedFile file;
   file.Path = path;
   file.Identity = identity;
-  file.Length = append ? run.Writer.Out.Size() : kNewFile;
+  file.Length = append ? out_.Stream.Size() : kNewFile;
   file.Shared = append;
-  Watch(run, std::move(file));
+  Add(std::move(file));
 }
 
-MQLONG SetAside(Parameters& run, const std::string& path) {
+Result OutputChanges::Close() {
+  // Messages of a queue are reported as written once they are on the disk, and an old file goes only when the new one
+  // is; a file that is rewritten under another name still stands as it was.
+  const bool toDisk = !input_.HasFile() || Replaces();
+  if (out_.Stream.is_open()) lastIsOpen_ = false;
+  return out_.Close(toDisk);
+}
+
+Result OutputChanges::SetAside(const std::string& path) {
   const std::string aside = FreeNameBeside(path, "old");
   if (const int error = RenameReplacing(path, aside); error != 0) {
-    return Failed(run, FormatText("Can not rename file '%s' to '%s'", path.c_str(), aside.c_str()), error);
+    return Failed(FormatText("Can not rename file '%s' to '%s'", path.c_str(), aside.c_str()), error);
   }
-  ChangesOf(run).SetAside.push_back({path, aside});
-  return 0;
+  setAside_.push_back({path, aside});
+  return {};
 }
 
-MQLONG PlaceOutput(Parameters& run) {
-  OutputChanges& changes = ChangesOf(run);
+Result OutputChanges::Place() {
   // The first file of a set comes last: a set without it is not taken for a whole one.
-  for (auto file = changes.Files.rbegin(); file != changes.Files.rend(); ++file) {
+  for (auto file = changed_.rbegin(); file != changed_.rend(); ++file) {
     if (file->Temporary.empty()) continue;
-    int error = TakePlace(changes, *file);
+    int error = TakePlace(*file);
     if (error == 0) {
       file->Temporary.clear();
-      run.Naming.Files.ForgetOutput(file->Old);
+      files_.ForgetOutput(file->Old);
       const auto directory = std::filesystem::path(file->Path).parent_path().string();
-      if (!run.Asked.Output.Generic) error = SyncEntries(directory);
+      if (!output_.Generic) error = SyncEntries(directory);
     }
-    if (error != 0) return Failed(run, FormatText("Can not replace file '%s'", file->Path.c_str()), error);
+    if (error != 0) return Failed(FormatText("Can not replace file '%s'", file->Path.c_str()), error);
   }
-  return 0;
+  return {};
 }
 
-void KeepOutput(Parameters& run) {
-  OutputChanges& changes = ChangesOf(run);
-  if (changes.Files.empty()) return;
-  for (const auto& old : changes.SetAside) Remove(old.Aside);
-  changes.SetAside.clear();
-  changes.Files.erase(changes.Files.begin(), changes.Files.end() - (changes.LastIsOpen ? 1 : 0));
-  if (!changes.LastIsOpen) return;
-  ChangedFile& current = changes.Files.back();
-  current.Length = run.Writer.Out.Size();
-  current.OfferedBefore = run.Writer.Out.offered();
-  current.MsgsBefore = run.MsgsWritten;
-  current.BytesBefore = run.BytesWritten;
+void OutputChanges::Keep() {
+  if (changed_.empty()) return;
+  for (const OldFile& old : setAside_) Remove(old.Aside);
+  setAside_.clear();
+  changed_.erase(changed_.begin(), changed_.end() - (lastIsOpen_ ? 1 : 0));
+  if (!lastIsOpen_) return;
+  ChangedFile& current = changed_.back();
+  current.Length = out_.Stream.Size();
+  current.OfferedBefore = out_.Stream.offered();
+  current.Before = out_.Written;
 }
 
-MQLONG HandOverOutput(Parameters& run) {
-  const OutputChanges& changes = ChangesOf(run);
-  const bool replaces = changes.LastIsOpen && !changes.Files.back().Temporary.empty();
-  MQLONG reason = FlushOutputFile(run, replaces);
-  if (reason == 0 && replaces) reason = PlaceOutput(run);
-  if (reason == 0) KeepOutput(run);
-  return reason;
+Result OutputChanges::HandOver() {
+  const bool replaces = Replaces();
+  Result result = out_.Flush(replaces);
+  if (!result.failed() && replaces) result = Place();
+  if (!result.failed()) Keep();
+  return result;
 }
 
-std::string LeaveOutput(Parameters& run) {
-  OutputChanges& changes = ChangesOf(run);
+std::string OutputChanges::Leave() {
   std::string name;
-  if (changes.LastIsOpen) name = changes.Files.back().Temporary;
-  changes.Files.clear();
+  if (std::exchange(lastIsOpen_, false)) name = changed_.back().Temporary;
+  changed_.clear();
   return name;
 }
 
-MQLONG FinishOutput(Parameters& run, MQLONG result) {
-  const bool inUnits = run.Asked.Input.Remove && run.Asked.Units.MessageLimit != 0;
-  if (result != 0 && inUnits) TakeBack(run);
-  const MQLONG closed = CloseOutputFile(run);
-  if (result == 0) result = closed;
-  if (result == 0) result = PlaceOutput(run);
-  if (result == 0) {
-    KeepOutput(run);
+Result OutputChanges::Finish(Result result) {
+  const bool inUnits = input_.Remove && units_.MessageLimit != 0;
+  if (result.failed() && inUnits) TakeBack();
+  result = First(result, Close());
+  if (!result.failed()) result = Place();
+  if (!result.failed()) {
+    Keep();
   } else if (inUnits) {
-    TakeBack(run);
+    TakeBack();
   } else {
-    DropUnplaced(run);
+    DropUnplaced();
   }
   return result;
 }

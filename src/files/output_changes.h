@@ -10,14 +10,14 @@
 // the two stays. A process that is killed may leave either name behind.
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
+#include "common/console.h"
+#include "common/result.h"
+#include "files/counted_output.h"
 #include "files/run_files.h"
-#include "mq/mqi.h"
-
-struct Parameters;
+#include "options/options.h"
 
 inline constexpr std::int64_t kNewFile = -1;
 
@@ -28,43 +28,69 @@ struct ChangedFile {
   RunFiles::Identity Old;          // of the file whose place it takes
   std::int64_t Length = kNewFile;  // bytes that the last commit left in it; kNewFile: it was opened since
   std::int64_t OfferedBefore = 0;  // what the stream had been given for it then
-  std::int64_t MsgsBefore = 0;     // the run's counts then
-  std::int64_t BytesBefore = 0;
-  bool Shared = false;  // appended to: others may do the same
+  WrittenCounts Before;            // what was counted as written then
+  bool Shared = false;             // appended to: others may do the same
 };
 
-struct OutputChanges {
-  std::vector<ChangedFile> Files;  // in the order in which they were opened
-  bool LastIsOpen = false;         // the last one is the current output file
+class OutputChanges {
+ public:
+  OutputChanges(CountedOutput& out, const InputOptions& input, const OutputOptions& output, const UnitOptions& units,
+                RunFiles& files, Console& screen)
+      : out_(out), input_(input), output_(output), units_(units), files_(files), screen_(screen) {}
+
+  // Makes a new file beside `path`, with the permissions of the one that is there, and makes it the current output
+  // file. Until it takes its place `old` counts as written. The reason of a failure is that of the system (errno).
+  Result OpenBeside(const std::string& path, const RunFiles::Identity& old, bool binary);
+  // Looks after the current output file, which stands in its place. `append`: it held something before.
+  void Watch(const std::string& path, const RunFiles::Identity& identity, bool append);
+  // Gives the last file another place to take.
+  void Redirect(const std::string& path) { changed_.back().Path = path; }
+  // In the order in which they were opened.
+  const std::vector<ChangedFile>& files() const { return changed_; }
+
+  // Flushes and closes the output file, if one is open; what a run removes from its queues is on the disk then.
+  Result Close();
+  // Gives an old file another name, until Keep removes it or it gets its own back.
+  Result SetAside(const std::string& path);
+  // Moves every file that was written beside an old one into its place. What is to be sure then is on the disk already.
+  Result Place();
+  // The unit of work is committed: what was written stays, and old files go.
+  void Keep();
+  // Without units of work a message has left its queue with the get: hands what is written to the system, and a file
+  // that holds a message to its place.
+  Result HandOver();
+  // Lets what is written beside an old file stay there: it holds the only copy of a message. Returns its name, or
+  // nothing.
+  std::string Leave();
+  // The end of a run, or of a queue in a generic one: closes the output file and lets what was written take its place.
+  // Of a run that has failed everything since the last Keep is undone when it works in units of work; what it has
+  // copied stays, but for files that were to replace old ones. Returns `result`, or what failed here when that is 0.
+  Result Finish(Result result);
+
+ private:
   struct OldFile {
     std::string Path;
     std::string Aside;
   };
-  std::vector<OldFile> SetAside;
+  class Uncounting;
+
+  void Add(ChangedFile file);
+  bool Replaces() const { return lastIsOpen_ && !changed_.back().Temporary.empty(); }
+  int TakePlace(const ChangedFile& file);
+  void RestoreOldFiles();
+  bool NotCut(const ChangedFile& file, int error);
+  bool CutOpenFile(const ChangedFile& file);
+  bool CutClosedFile(const ChangedFile& file);
+  void DropUnplaced();
+  void TakeBack();
+
+  CountedOutput& out_;
+  const InputOptions& input_;
+  const OutputOptions& output_;
+  const UnitOptions& units_;
+  RunFiles& files_;
+  Console& screen_;
+  std::vector<ChangedFile> changed_;
+  bool lastIsOpen_ = false;  // the last one is the current output file
+  std::vector<OldFile> setAside_;
 };
-
-// Makes a new file beside `path`, with the permissions of the one that is there, and makes it the current output file.
-// Until it takes its place `old` counts as written. Returns 0, or errno, then with MessageText.
-int OpenBeside(Parameters& run, const std::string& path, const RunFiles::Identity& old, bool binary);
-// Looks after the current output file, which stands in its place. `append`: it held something before.
-void WatchOutput(Parameters& run, const std::string& path, const RunFiles::Identity& identity, bool append);
-
-// Gives an old file another name, until KeepOutput removes it or it gets its own back. Returns 0, or
-// MQRC_FILE_SYSTEM_ERROR with MessageText.
-MQLONG SetAside(Parameters& run, const std::string& path);
-// Moves every file that was written beside an old one into its place. What is to be sure then is on the disk already.
-// Returns 0, or MQRC_FILE_SYSTEM_ERROR with MessageText.
-MQLONG PlaceOutput(Parameters& run);
-// The unit of work is committed: what was written stays, and old files go.
-void KeepOutput(Parameters& run);
-// Without units of work a message has left its queue with the get: hands what is written to the system, and a file that
-// holds a message to its place. Returns 0, or a reason with MessageText.
-MQLONG HandOverOutput(Parameters& run);
-// Lets what is written beside an old file stay there: it holds the only copy of a message. Returns its name, or
-// nothing.
-std::string LeaveOutput(Parameters& run);
-
-// The end of a run, or of a queue in a generic one: closes the output file and lets what was written take its place. Of
-// a run that has failed everything since the last KeepOutput is undone when it works in units of work; what it has
-// copied stays, but for files that were to replace old ones. Returns `result`, or what failed here when that is 0.
-MQLONG FinishOutput(Parameters& run, MQLONG result);

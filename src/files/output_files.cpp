@@ -1,117 +1,223 @@
 #include "files/output_files.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <ctime>
-#include <utility>
+#include <filesystem>
+#include <system_error>
 
-#include "cmdline/parameters.h"
-#include "files/writer.h"
+#include "files/append.h"
+#include "platform/files.h"
 
 namespace {
 
-// The messages that the block still held have not reached the file.
-void NotWritten(Parameters& run) {
-  WriterState& writer = run.Writer;
-  run.MsgsWritten -= writer.HeldMsgs;
-  run.BytesWritten -= writer.HeldBytes;
-  writer.HeldMsgs = writer.HeldBytes = 0;
+constexpr std::size_t kAnswerLimit = 100;  // characters of an answer
+
+Result AlreadyExists(const std::string& name) {
+  return {MQRC_FILE_SYSTEM_ERROR, FormatText("File '%s' already exists.\n", name.c_str())};
 }
 
-MessageWriter WriterOf(Parameters& run) { return MessageWriter(run.Asked.Layout, run.Writer.Out, run.Writer.FileName); }
-
-MQLONG Tell(Parameters& run, const Result& result) {
-  if (!result.text().empty()) run.MessageText.Assign(result.text());
-  if (result.failed() && run.Writer.Out.error() != 0) NotWritten(run);
-  return result.reason();
+// The file that a link stands for; the name itself when it is none.
+std::string FileBehind(const std::string& name) {
+  std::error_code error;
+  if (!std::filesystem::is_symlink(name, error)) return name;
+  const std::string file = std::filesystem::canonical(name, error).string();
+  return error ? name : file;
 }
 
-// Counts a message that is in the block, or further. When a block has left meanwhile, so have all messages before.
-void CountWritten(Parameters& run) {
-  WriterState& writer = run.Writer;
-  const std::int64_t length = run.Message.Length;
-  if (writer.HeldFrom != writer.Out.written()) {
-    writer.HeldFrom = writer.Out.written();
-    writer.HeldMsgs = writer.HeldBytes = 0;
-  }
-  if (writer.Out.is_open()) {
-    ++writer.MsgsSinceFlush;
-    ++writer.HeldMsgs;
-    writer.HeldBytes += length;
-  }
-  ++run.MsgsWritten;
-  run.BytesWritten += length;
+OpenedForWriting OpenAsItStands(const std::string& name, bool append, bool binary) {
+  std::error_code unknown;
+  if (!std::filesystem::is_directory(name, unknown)) return OpenForWriting(name, append, binary);
+  errno = EISDIR;
+  return {};
 }
 
-MQLONG FlushFailed(Parameters& run, int error) {
-  NotWritten(run);
-  if (run.MessageText.empty()) {
-    const std::string text = FormatText("Error flushing data to file '%s'RC(%d)", run.Writer.FileName.c_str(), error);
-    run.MessageText.Assign(WithCause(text, error));
-  }
-  return WriteFailure(run.Writer.FileName);
-}
+bool IsBinary(const std::string& mode) { return mode.find('b') != std::string::npos; }
 
-void NothingHeld(WriterState& writer) {
-  writer.HeldMsgs = writer.HeldBytes = 0;
-  writer.MsgsSinceFlush = 0;
-}
-
-// The creation time as every file of the run shows it: the classic date text, its own line end included.
-const char* CreationTime(Parameters& run) {
-  if (run.Writer.CreationTime.empty()) {
-    const std::time_t now = std::time(nullptr);
-    const std::tm* const local = std::localtime(&now);
-    run.Writer.CreationTime.Assign(local != nullptr ? std::asctime(local) : "\n");
-  }
-  return run.Writer.CreationTime.c_str();
+// What a message may take in the file: at least its hex digits and a descriptor, whatever the layout.
+std::int64_t RoomNeeded(const LayoutOptions& layout, MQLONG length) {
+  constexpr std::int64_t kDescriptorRoom = 1024;
+  return std::max(2 * std::int64_t{length} + kDescriptorRoom, WorstCaseSize(layout, length));
 }
 
 }  // namespace
 
-MQLONG WriteFileHeader(Parameters& run, const QueueElement* source) {
-  if (run.NullOutput) return 0;
-  HeaderNames names;
-  if (source != nullptr && source->Hobj != MQHO_UNUSABLE_HOBJ) {
-    names = {run.QMgrs[run.Asked.Input.QMgr].QMgrName, source->QueueName};
+OutputFiles::OutputFiles(const InputOptions& input, const OutputOptions& output, const LayoutOptions& layout,
+                         const LimitOptions& limits, const UnitOptions& units, RunFiles& files, Console& screen)
+    : output_(output),
+      layout_(layout),
+      limits_(limits),
+      files_(files),
+      screen_(screen),
+      changes_(out_, input, output, units, files, screen) {}
+
+Result OutputFiles::CanNotOpen(const std::string& name, const std::string& mode, int error) const {
+  return ::CanNotOpen("output", name, output_.AccessMode ? mode : std::string(), error);
+}
+
+// Asks until the answer is one of the three; the end of input is a no. False when the file must stay as it is.
+bool OutputFiles::MayOverwrite(const std::string& name) {
+  std::string answer;
+  for (;;) {
+    screen_.Print("File '%s' exists - overwrite (y)es/(n)o/(a)ll ?\n", name.c_str());
+    if (!screen_.ReadAnswer(answer, kAnswerLimit)) return false;
+    switch (answer.empty() ? '\0' : answer[0]) {
+      case 'a':
+        overwriteAll_ = true;
+        return true;
+      case 'y':
+        approved_ = name;
+        return true;
+      case 'n':
+        return false;
+      default:
+        break;
+    }
   }
-  return Tell(run, WriterOf(run).WriteHeader(CreationTime(run), names));
 }
 
-MQLONG WriteFileMessage(Parameters& run) {
-  if (!run.NullOutput && !run.Asked.Display.Count) {
-    const CurrentMessage& message = run.Message;
-    const auto there = static_cast<std::size_t>(std::min(message.Delivered, message.Length));
-    const Result result = WriterOf(run).Write({.Descriptor = message.Descriptor,
-                                               .Data = DataBytes(message.Data, there),
-                                               .Length = message.Length,
-                                               .Position = run.MessageIndex,
-                                               .Ordinal = run.SelectedCount,
-                                               .Now = run.StartTime,
-                                               .LeavesQueue = run.Asked.Input.Remove});
-    if (result.failed()) return Tell(run, result);
-    if (!run.Asked.Layout.TimeOnQueue) ++run.Writer.MsgsInFile;
+// Whether a file that is there may be written: never one that is read or that this run has written.
+Result OutputFiles::CheckFile(const std::string& name, const RunFiles::Identity& file) {
+  if (files_.IsInput(file)) {
+    return {MQRC_FILE_SYSTEM_ERROR, FormatText("Output file '%s' is an input file of this run\n", name.c_str())};
   }
-  CountWritten(run);
-  return 0;
+  return files_.IsOutput(file) ? AlreadyExists(name) : Result();
 }
 
-MQLONG FlushOutputFile(Parameters& run, bool toDisk) {
-  WriterState& writer = run.Writer;
-  if (!writer.Out.is_open()) return 0;
-  if (const int error = writer.Out.Flush(toDisk); error != 0) return FlushFailed(run, error);
-  NothingHeld(writer);
-  return 0;
+// What is asked and checked by name, while nothing is opened yet.
+Result OutputFiles::CheckName(const std::string& name, bool append, bool mayAsk) {
+  const RunFiles::Identity file = IdentityOf(name);
+  if (Result result = CheckFile(name, file); result.failed()) return result;
+  if (RunFiles::IsStandardOutput(file)) return AlreadyExists(name);
+  std::error_code error;
+  if (append || output_.Overwrite || overwriteAll_ || name == approved_ || !std::filesystem::exists(name, error)) {
+    return {};
+  }
+  return mayAsk && MayOverwrite(name) ? Result() : AlreadyExists(name);
 }
 
-MQLONG CloseOutputFile(Parameters& run) {
-  WriterState& writer = run.Writer;
-  if (!writer.Out.is_open()) return 0;
-  const bool known = std::exchange(writer.Changes.LastIsOpen, false);
-  const bool replaces = known && !writer.Changes.Files.back().Temporary.empty();
-  // Messages of a queue are reported as written once they are on the disk, and an old file goes only when the new one
-  // is; a file that is rewritten under another name still stands as it was.
-  const bool toDisk = run.Asked.Input.FileName.empty() || replaces;
-  if (const int error = writer.Out.Close(toDisk); error != 0) return FlushFailed(run, error);
-  NothingHeld(writer);
-  return 0;
+Result OutputFiles::OpenStandardOutput() {
+  const RunFiles::Identity file = IdentityOf(stdout);
+  if (Result result = CheckFile("stdout", file); result.failed()) return result;
+  files_.AddOutput(file);
+  out_.Stream.UseStandardOutput();
+  return {};
 }
+
+// Opens the file as it stands and makes sure that it is the one that was checked. An old file on a disk is only
+// appended to; else a new one that is to take its place is written beside it.
+Result OutputFiles::OpenNamed(const std::string& name, const std::string& mode) {
+  const bool append = mode[0] == 'a';
+  const OpenedForWriting opened = OpenAsItStands(name, append, IsBinary(mode));
+  if (opened.File == nullptr) return CanNotOpen(name, mode, errno);
+  const RunFiles::Identity file = IdentityOf(opened.File);
+  Result result = opened.Created ? Result() : CheckFile(name, file);
+  const bool regular = FileSize(opened.File) >= 0;
+  std::string lineEnds;
+  if (!result.failed() && regular && append && WritesMessageFile(layout_)) result = LookAtEnd(name, lineEnds);
+  if (result.failed() || (regular && !opened.Created && !append)) {
+    std::fclose(opened.File);
+    if (result.failed()) return result;
+    result = changes_.OpenBeside(FileBehind(name), file, IsBinary(mode));
+    return result.failed() ? Result(MQRC_FILE_SYSTEM_ERROR, result.text()) : Result();
+  }
+  if (const int error = out_.Stream.Adopt(opened.File, name.c_str()); error != 0) return CanNotOpen(name, mode, error);
+  if (regular) changes_.Watch(name, file, !opened.Created);
+  return out_.Stream.Append(lineEnds) ? Result() : CanNotOpen(name, mode, out_.Stream.error());
+}
+
+void OutputFiles::Start(const std::string& name) {
+  out_.Start(name);
+  openTime_ = static_cast<std::int64_t>(std::time(nullptr));
+}
+
+Result OutputFiles::OpenForQueue(const std::string& path, const QueueFileNames& names) {
+  queue_ = names;
+  return OpenQueueFile(path);
+}
+
+Result OutputFiles::OpenQueueFile(const std::string& path) {
+  if (path.size() > kFileNameLimit) return {ENAMETOOLONG, NameTooLong(path).text()};
+  if (RunFiles::IsStandardOutput(IdentityOf(path))) return {EEXIST, AlreadyExists(path).text()};
+  Result result = changes_.OpenBeside(path, {}, IsBinary(AccessMode(output_, 'w')));
+  if (!result.failed()) Start(path);
+  return result;
+}
+
+// When a queue's unload needs a second file, the first one gets the index 1.
+Result OutputFiles::OpenNextOfQueue() {
+  int& files = out_.Written.Files;
+  if (files == 0) {
+    const std::string first = queue_->Indexed(1);
+    if (first.size() > kFileNameLimit) return NameTooLong(first);
+    changes_.Redirect(first);
+    files = 1;
+  }
+  const Result result = OpenQueueFile(queue_->Indexed(files + 1));
+  if (result.failed()) return {MQRC_FILE_SYSTEM_ERROR, result.text()};
+  ++files;
+  return {};
+}
+
+Result OutputFiles::Open(const OutputRequest& request) {
+  if (is_open() || output_.FileName.empty()) return {};
+  if (queue_) return OpenNextOfQueue();
+  InsertValues values = InsertsNow();
+  values.MessageOrdinal = request.Place.Position;
+  values.SelectedOrdinal = request.Place.Ordinal;
+  values.FileNumber = out_.Written.Files + 1;
+  const std::string name = ExpandTemplate(output_.FileName, values);
+  if (name.size() > kFileNameLimit) return NameTooLong(name);
+  Start(name);
+  null_ = name == "null";
+  if (null_) return {};
+  if (name == "stdout") return OpenStandardOutput();
+  const std::string mode = AccessMode(output_, 'w');
+  Result result = CheckName(name, mode[0] == 'a', request.MayAsk);
+  if (result.failed() || request.OnlyCheck) return result;
+  result = OpenNamed(name, mode);
+  if (!result.failed()) out_.Written.Files = values.FileNumber;
+  return result;
+}
+
+Result OutputFiles::WriteHeader(const HeaderNames& names) {
+  if (null_) return {};
+  Result result = writer_.WriteHeader(files_.Created(), names);
+  if (result.failed()) out_.Uncount();
+  return result;
+}
+
+bool OutputFiles::HasRoom(MQLONG length) const {
+  if (!is_open()) return null_;
+  if (limits_.Size <= 0 || out_.MsgsInFile == 0) return true;
+  return limits_.Size - out_.Stream.position() >= RoomNeeded(layout_, length);
+}
+
+Result OutputFiles::OpenNext(const OutputRequest& request) {
+  Result result = Close();
+  if (!result.failed()) result = Open(request);
+  return result;
+}
+
+Result OutputFiles::Write(const OutgoingMessage& message) {
+  if (!null_) {
+    Result result = writer_.Write(message);
+    if (result.failed()) {
+      if (out_.Stream.error() != 0) out_.Uncount();
+      return result;
+    }
+    if (!layout_.TimeOnQueue) ++out_.MsgsInFile;
+  }
+  out_.Count(message.Length);
+  return {};
+}
+
+bool OutputFiles::ReachedLimit() const {
+  if (limits_.Msgs > 0 && out_.MsgsInFile >= limits_.Msgs) return true;
+  if (limits_.Age > 0 && AgeLeft() <= 0) return true;
+  return limits_.Size > 0 && out_.Stream.position() >= limits_.Size;
+}
+
+Result OutputFiles::RollOver() { return output_.FileInserts && is_open() && ReachedLimit() ? Close() : Result(); }
+
+std::int64_t OutputFiles::AgeLeft() const { return (openTime_ + limits_.Age - std::time(nullptr)) * 1000; }

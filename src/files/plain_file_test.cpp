@@ -44,7 +44,7 @@ struct PlainRun {
   MQLONG Open(const std::string& path) {
     run.Asked.Input.FileName = path;
     run.In = std::make_unique<InputFiles>(PlanInput(run));
-    reason = OpenFiles(run, {.Input = true});
+    reason = OpenInputFile(run);
     return reason != 0 ? reason : PreparePlainFile(run);
   }
   // Every message up to the end of the input or a failure.

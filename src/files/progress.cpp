@@ -15,7 +15,7 @@ constexpr std::int64_t kSecondsShownAsMinutes = 60;
 std::int64_t Now() { return static_cast<std::int64_t>(std::time(nullptr)); }
 
 std::int64_t DoneSoFar(const Parameters& run) {
-  if (run.Asked.Input.FileName.empty()) return run.MsgsWritten;
+  if (run.Asked.Input.FileName.empty()) return run.Written().Msgs;
   return run.In->BytesRead();
 }
 

@@ -97,7 +97,7 @@ TEST_F(Reader, TheProgressOfASetIsThatOfTheFileInHand) {
   run.In = std::make_unique<InputFiles>(PlanInput(run));
   MessageFileReader reader(*run.In, run.Screen);
   testing::internal::CaptureStderr();
-  ASSERT_EQ(OpenFiles(run, {.Input = true}), 0);
+  ASSERT_EQ(OpenInputFile(run), 0);
   for (int message = 1; message <= 2; ++message) ASSERT_FALSE(reader.Read(run.Message).failed());
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(run.Progress.Total, static_cast<std::int64_t>(kMark.size() + 13));

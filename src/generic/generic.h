@@ -4,12 +4,14 @@
 // their queues. Each queue's messages are moved by the transfer loop, one queue after the other; a failure with one
 // queue is written on its line and never touches the next one's unit of work.
 
+#include "files/naming.h"
 #include "generic/queue_files.h"
 #include "mq/mqi.h"
 
 struct Parameters;
 
 struct GenericState {
+  QueueFileNames FileNames;        // of the queue in hand
   GenericQueueList Queues;         // queues to unload, or files to load
   GenericQueueList ExistingFiles;  // unload: queue files that the directory holds already
 };

@@ -32,8 +32,8 @@ TEST(GenericFileSpec, NamesDirectoryAndType) {
   for (const auto& c : cases) {
     Parameters run;
     EXPECT_EQ(ParseGenericFileSpec(run, c.Text, c.Style), c.Result) << c.Text;
-    EXPECT_EQ(run.Naming.Directory, c.Directory) << c.Text;
-    EXPECT_EQ(run.Naming.FileType, c.Type) << c.Text;
+    EXPECT_EQ(run.Generic.FileNames.Directory, c.Directory) << c.Text;
+    EXPECT_EQ(run.Generic.FileNames.FileType, c.Type) << c.Text;
   }
 }
 
@@ -61,8 +61,8 @@ TEST(QueueFileName, YieldsQueueBaseNameAndIndex) {
        "A23456789.123456789.123456789.123456789.123456789", "A23456789.123456789.123456789.123456789.123456789", -1},
   };
   Parameters run;
-  run.Naming.Directory = "dir/";
-  run.Naming.FileType = ".tvo";
+  run.Generic.FileNames.Directory = "dir/";
+  run.Generic.FileNames.FileType = ".tvo";
   for (const auto& c : cases) {
     GenericQueueEntry entry;
     ASSERT_TRUE(ParseQueueFileName(run, c.Name, entry)) << c.Name;
@@ -98,7 +98,7 @@ TEST(GenericQueueList, NamesFilesThatLeadBackToTheirQueues) {
        "...tvo A.NUL.tvo COM.tvo COM10.tvo CONSOLE.tvo NUL!X.tvo "},
   };
   Parameters run;
-  run.Naming.FileType = ".tvo";
+  run.Generic.FileNames.FileType = ".tvo";
   for (const auto& c : cases) {
     GenericQueueList existing;
     for (const auto& name : c.Existing) {
@@ -127,7 +127,7 @@ TEST(GenericQueueList, NamesFilesThatLeadBackToTheirQueues) {
 
 TEST(GenericQueueList, FormsGroupsOfIndexedFiles) {
   Parameters run;
-  run.Naming.FileType = ".tvo";
+  run.Generic.FileNames.FileType = ".tvo";
   GenericQueueList list;
   for (const char* name : {"B$10.tvo", "B$2.tvo", "B$1.tvo", "A.tvo", "b#1$1.tvo"}) {
     GenericQueueEntry entry;

@@ -66,8 +66,8 @@ bool CheckIndexes(Parameters& run) {
     } else if (file.Index < expected) {
       problem(file.FilePath, "has the same index as another file");
     } else if (file.Index > expected) {
-      run.Naming.BaseName = file.BaseName;
-      problem(IndexedName(run.Naming, expected), "appears to be missing");
+      run.Generic.FileNames.BaseName = file.BaseName;
+      problem(run.Generic.FileNames.Indexed(expected), "appears to be missing");
     }
     ++expected;
   }
@@ -155,7 +155,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, const std::vecto
   if (opened != 0) return ReportQueueFailure(opened, firstFailure);
   run.TargetQueueName.Assign(start.QueueName);
   run.TargetQMgrName.clear();
-  run.Naming.BaseName = start.BaseName;
+  run.Generic.FileNames.BaseName = start.BaseName;
   run.In = std::make_unique<InputFiles>(PlanQueue(run, paths, start.HasIndex));
   if (const int fileError = run.In->OpenFirst(); fileError != 0) {
     WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", fileError), fileError));
@@ -168,7 +168,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, const std::vecto
   run.In->Close();
   EndProgressLine(run, false);
 
-  const std::int64_t put = run.RolledBack ? run.MsgsWritten - run.UowMsgsWritten : run.MsgsWritten;
+  const std::int64_t put = run.RolledBack ? run.MsgsPut - run.UowMsgsPut : run.MsgsPut;
   ++queues;
   messages += put;
   if (result != 0) {

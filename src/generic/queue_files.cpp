@@ -117,11 +117,11 @@ bool GenericQueueList::HasQueue(std::string_view queueName) const {
 MQLONG ParseGenericFileSpec(Parameters& run, std::string_view text, PathStyle style) {
   std::size_t directoryEnd = text.size();
   while (directoryEnd > 0 && !IsSeparator(text[directoryEnd - 1], style)) --directoryEnd;
-  run.Naming.Directory = directoryEnd > 0 ? std::string(text.substr(0, directoryEnd)) : std::string(1, '.');
-  if (directoryEnd == 0) run.Naming.Directory += Separator(style);
+  run.Generic.FileNames.Directory = directoryEnd > 0 ? std::string(text.substr(0, directoryEnd)) : std::string(1, '.');
+  if (directoryEnd == 0) run.Generic.FileNames.Directory += Separator(style);
   const std::string_view rest = text.substr(directoryEnd);
   if (rest == "*") {
-    run.Naming.FileType = ".tvo";
+    run.Generic.FileNames.FileType = ".tvo";
     return 0;
   }
   if (rest.size() < 3 || rest.substr(0, 2) != "*.") {
@@ -130,15 +130,15 @@ MQLONG ParseGenericFileSpec(Parameters& run, std::string_view text, PathStyle st
   const std::string_view type = rest.substr(1);
   if (type.size() >= kFileTypeLimit) return Refuse(run, "Generic file type too long.\n");
   if (!std::all_of(type.begin() + 1, type.end(), IsLetterOrDigit)) return Refuse(run, "Invalid generic file type.\n");
-  run.Naming.FileType = type;
+  run.Generic.FileNames.FileType = type;
   return 0;
 }
 
 bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQueueEntry& entry) {
-  const std::string& type = run.Naming.FileType;
+  const std::string& type = run.Generic.FileNames.FileType;
   if (!name.ends_with(type)) return false;
   entry = GenericQueueEntry{};
-  entry.FilePath = run.Naming.Directory + std::string(name);
+  entry.FilePath = run.Generic.FileNames.Directory + std::string(name);
   name.remove_suffix(type.size());
   const std::size_t mark = name.find(kIndexMark);
   if (mark != std::string_view::npos) {

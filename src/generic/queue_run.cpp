@@ -17,7 +17,7 @@ constexpr std::size_t kAnswerLimit = 100;
 MQLONG ScanDirectory(Parameters& run, const std::function<MQLONG(std::string_view name)>& take) {
   std::set<std::string> names;
   std::error_code error;
-  std::filesystem::directory_iterator at(run.Naming.Directory, error);
+  std::filesystem::directory_iterator at(run.Generic.FileNames.Directory, error);
   for (const std::filesystem::directory_iterator end; !error && at != end; at.increment(error)) {
     std::error_code unknown;
     if (!at->is_directory(unknown)) names.insert(at->path().filename().string());
@@ -54,12 +54,9 @@ void ResetForNextQueue(Parameters& run) {
   run.MessageText.clear();
   run.MessageIndex = -1;
   run.SelectedCount = 0;
-  run.MsgsRead = run.BytesRead = run.MsgsWritten = run.BytesWritten = 0;
-  run.UowMsgsRead = run.UowBytesRead = run.UowMsgsWritten = run.UowBytesWritten = 0;
+  run.MsgsRead = run.BytesRead = run.MsgsPut = run.BytesPut = 0;
+  run.UowMsgsRead = run.UowBytesRead = run.UowMsgsPut = run.UowBytesPut = 0;
   run.Uow = UnitOfWork{};
-  run.FilesWritten = 0;
-  run.Writer.MsgsInFile = 0;
-  run.Writer.MsgsSinceFlush = 0;
   EndProgressLine(run, false);
   run.Progress = ProgressState{};
 }

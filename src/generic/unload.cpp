@@ -43,7 +43,7 @@ MQLONG FindExistingFiles(Parameters& run) {
   });
   if (result != 0) return result;
   state.ExistingFiles.FormGroups();
-  state.Queues.NameFiles(run.Naming.Directory, run.Naming.FileType, state.ExistingFiles);
+  state.Queues.NameFiles(run.Generic.FileNames.Directory, run.Generic.FileNames.FileType, state.ExistingFiles);
   return 0;
 }
 
@@ -58,8 +58,8 @@ MQLONG CheckNames(Parameters& run) {
   MQLONG result = 0;
   for (const auto& [key, queue] : state.Queues) {
     // A file for each message is the most that limits can ask for.
-    run.Naming.BaseName = queue.BaseName;
-    const std::string longest = queue.Depth > 1 ? IndexedName(run.Naming, queue.Depth) : queue.FilePath;
+    run.Generic.FileNames.BaseName = queue.BaseName;
+    const std::string longest = queue.Depth > 1 ? run.Generic.FileNames.Indexed(queue.Depth) : queue.FilePath;
     std::error_code error;
     if (longest.size() > kPathLimit) {
       run.Screen.Print("File name '%s' is longer than %d characters\n", longest.c_str(), static_cast<int>(kPathLimit));
@@ -158,16 +158,16 @@ MQLONG DeleteForeignFiles(Parameters& run) {
 // The old set of a queue goes when its new one is complete. A single file takes the place of a single one at once; else
 // the old files go first, so that no set is ever taken for a whole one that is half old and half new.
 MQLONG SetOldFilesAside(Parameters& run, const GenericQueueEntry& queue) {
-  const auto& written = run.Writer.Changes.Files;
+  const auto& written = run.Outputs->changes().files();
   std::vector<std::string> old;
   for (const auto& [key, file] : run.Generic.ExistingFiles) {
     if (file.QueueName != queue.QueueName) continue;
     // Where case does not count, it may be the new file of another queue by now.
-    if (!run.Naming.Files.IsOutput(IdentityOf(file.FilePath))) old.push_back(file.FilePath);
+    if (!run.Files.IsOutput(IdentityOf(file.FilePath))) old.push_back(file.FilePath);
   }
   if (written.size() == 1 && old.size() == 1 && old.front() == written.front().Path) return 0;
   for (const std::string& name : old) {
-    if (const MQLONG reason = SetAside(run, name); reason != 0) return reason;
+    if (Result result = run.Outputs->changes().SetAside(name); result.failed()) return run.Keep(result);
   }
   return 0;
 }
@@ -177,9 +177,9 @@ MQLONG TransferQueue(Parameters& run, const GenericQueueEntry& queue, MQHOBJ hob
   element.Hobj = hobj;
   element.QueueName.Assign(queue.QueueName);
   MQLONG result = TransferMessages(run, &element, run.Screen.StdinIsTerminal);
-  if (result == 0) result = CloseOutputFile(run);
+  if (result == 0) result = run.Keep(run.Outputs->Close());
   if (result == 0) result = SetOldFilesAside(run, queue);
-  result = FinishOutput(run, result);
+  result = run.Keep(run.Outputs->changes().Finish({result, run.MessageText}));
   EndProgressLine(run, false);
   return result;
 }
@@ -194,8 +194,9 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
   MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
   const MQLONG opened = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Asked.Selection.Selector);
   if (opened != 0) return ReportQueueFailure(opened, firstFailure);
-  run.Naming.BaseName = queue.BaseName;
-  if (const int error = OpenQueueFile(run, queue.FilePath); error != 0) {
+  run.Generic.FileNames.BaseName = queue.BaseName;
+  run.RenewOutputs();
+  if (const int error = run.Keep(run.Outputs->OpenForQueue(queue.FilePath, run.Generic.FileNames)); error != 0) {
     WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", error), error));
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
     CloseQueue(conn, hobj);
@@ -206,10 +207,11 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
 
   Totals& totals = IsSystemQueue(queue.QueueName) ? systems : users;
   ++totals.Queues;
-  totals.Messages += run.MsgsWritten;
+  const std::int64_t written = run.Outputs->written().Msgs;
+  totals.Messages += written;
   if (result != 0) {
     ReportQueueFailure(result, firstFailure);
-  } else if (run.MsgsWritten == queue.Depth) {
+  } else if (written == queue.Depth) {
     PrintOutput("Done.\n");
   } else if (run.CutShort) {
     PrintOutput("Cut short.\n");
@@ -256,8 +258,8 @@ MQLONG GenericUnload(Parameters& run) {
   }
   if (deleteForeign && firstFailure == 0 && InterruptSignal() == 0) firstFailure = DeleteForeignFiles(run);
   // Nothing has left a queue, so it is soon enough when the new files' names reach the disk with the last of them.
-  if (const int error = SyncEntries(run.Naming.Directory); error != 0) {
-    const char* const directory = run.Naming.Directory.c_str();
+  if (const int error = SyncEntries(run.Generic.FileNames.Directory); error != 0) {
+    const char* const directory = run.Generic.FileNames.Directory.c_str();
     run.Screen.PrintText(WithCause(FormatText("Error flushing data to file '%s'RC(%d)\n", directory, error), error));
     if (firstFailure == 0) firstFailure = MQRC_RESOURCE_PROBLEM;
   }

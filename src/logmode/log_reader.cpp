@@ -101,7 +101,7 @@ void ShowLogProgress(Parameters& run) {
   if (!run.Screen.StderrIsTerminal && !log.Ended) return;
   run.Screen.ShowInPlace(FormatText("DMPMQLOG Records : Line:%u Records:%u Messages (%u, %u, %" PRId64 ")",
                                     run.Log.DumpLineNumber, log.Records, log.PutRecords, log.WantedPuts,
-                                    run.MsgsWritten));
+                                    run.Written().Msgs));
 }
 
 void EndLogReading(Parameters& run) {

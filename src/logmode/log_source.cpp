@@ -88,7 +88,7 @@ MQLONG OpenDumpFile(Parameters& run, const std::string& name) {
     run.Screen.PrintText(WithCause("Can not access MQ log file.\n", error));
     return MQRC_FILE_SYSTEM_ERROR;
   }
-  run.Naming.Files.AddInput(IdentityOf(name));
+  run.Files.AddInput(IdentityOf(name));
   run.Log.File = name;
   run.Log.ReadingDumpFile = true;
   run.Screen.Prefix = [&log = run.Log] {
