@@ -6,15 +6,13 @@
 #include <string>
 
 #include "cmdline/parameters.h"
+#include "cmdline/validate.h"
 #include "generic/command_server.h"
 #include "mq/option_behind.h"
-#include "mq/reasons.h"
 
 namespace {
 
 constexpr std::size_t kConfirmationAnswer = 711;  // characters
-
-bool TracesCalls(const Parameters& run) { return run.Asked.Display.TraceCalls; }
 
 // Whether a destructive run browses each message and gets only the selected ones, so that the others stay on the queue.
 bool BrowsesFirst(const Options& asked) {
@@ -65,10 +63,9 @@ MQLONG OpenInputQueue(Parameters& run, QueueElement& queue, MQLONG& options) {
     descriptor.SelectionString.VSLength = static_cast<MQLONG>(run.Asked.Selection.Selector->size());
   }
   for (;;) {
-    MQLONG code = MQCC_FAILED;
-    MQLONG reason = 0;
-    conn.Api.MQOPEN(conn.Hconn, &descriptor, options, &queue.Hobj, &code, &reason);
-    if (code == MQCC_FAILED && reason == MQRC_NOT_AUTHORIZED && (options & MQOO_INQUIRE) != 0) {
+    CallEnd end;
+    conn.Api.MQOPEN(conn.Hconn, &descriptor, options, &queue.Hobj, &end.CompCode, &end.Reason);
+    if (end.failed() && end.Reason == MQRC_NOT_AUTHORIZED && (options & MQOO_INQUIRE) != 0) {
       options &= ~MQOO_INQUIRE;
       run.Screen.Print(
           "Cannot open queue '%s' for inquire. Backout requeue processing is disabled, TARVO will "
@@ -76,11 +73,8 @@ MQLONG OpenInputQueue(Parameters& run, QueueElement& queue, MQLONG& options) {
           queue.QueueName.c_str());
       continue;
     }
-    if (code == MQCC_FAILED) {
-      ReportFailedCall(run, MqStep::OpenInput, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
-      return reason;
-    }
-    if (TracesCalls(run)) ReportMqCall(run.Screen, "MQOPEN", conn.QMgrName, queue.QueueName, reason);
+    conn.Report("MQOPEN", queue.QueueName, end, OptionBehind(run.Asked, MqStep::OpenInput, end.Reason));
+    if (end.failed()) return end.Reason;
     queue.LocalName.Assign(NameInField(descriptor.ResolvedQName, sizeof descriptor.ResolvedQName));
     return 0;
   }
@@ -91,12 +85,11 @@ void InquireInputQueue(Parameters& run, QueueElement& queue) {
   QMgrConn& conn = InputConn(run);
   const MQLONG selectors[] = {MQCA_BACKOUT_REQ_Q_NAME, MQIA_BACKOUT_THRESHOLD, MQIA_MAX_Q_DEPTH, MQIA_MAX_MSG_LENGTH};
   MQLONG integers[3] = {};  // in the order of their selectors
-  MQLONG code = MQCC_FAILED;
-  MQLONG reason = 0;
+  CallEnd end;
   conn.Api.MQINQ(conn.Hconn, queue.Hobj, static_cast<MQLONG>(std::size(selectors)), selectors,
                  static_cast<MQLONG>(std::size(integers)), integers, sizeof queue.BackoutQueueName,
-                 queue.BackoutQueueName, &code, &reason);
-  if (reason != 0 || TracesCalls(run)) ReportMqCall(run.Screen, "MQINQ", conn.QMgrName, queue.QueueName, reason);
+                 queue.BackoutQueueName, &end.CompCode, &end.Reason);
+  conn.Trace("MQINQ", queue.QueueName, end.Reason, end.Reason != 0);
 
   const char first = queue.BackoutQueueName[0];
   const bool hasBackoutQueue = first != ' ' && first != '\0' && first != '*';

@@ -12,9 +12,7 @@ struct Totals {
   WrittenCounts Written;
 };
 
-bool HasOutput(const Parameters& run) {
-  return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.TargetList != nullptr || !run.Asked.Output.FileName.empty();
-}
+bool HasOutput(const Parameters& run) { return run.TargetQueues || !run.Asked.Output.FileName.empty(); }
 
 ReportLine ReadLine(const Parameters& run, const Totals& totals) {
   return {"Read", run.In->FilesRead(), true, totals.MsgsRead, static_cast<std::uint64_t>(totals.BytesRead)};

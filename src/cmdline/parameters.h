@@ -34,11 +34,14 @@
 #include "logmode/log_source.h"
 #include "mq/connection.h"
 #include "mq/destinations.h"
+#include "mq/output_queues.h"
 #include "options/options.h"
 
 struct Parameters {
   Options Asked;
-  QMgrConn QMgrs[2];  // index 0 is the first named, index 1 the second
+  Console Screen;
+  // Index 0 is the first named, index 1 the second.
+  QMgrConn QMgrs[2] = {{Asked.QMgrs[0], Asked.Display, Screen}, {Asked.QMgrs[1], Asked.Display, Screen}};
 
   std::atomic<bool> Finished{false};  // the input is exhausted or a failure stops the run
   bool RolledBack = false;            // the last unit of work was backed out
@@ -47,11 +50,8 @@ struct Parameters {
   bool BrowseFirst = false;           // messages are browsed, and only the selected ones got
   bool DescriptorOnly = false;        // no data is got: nobody looks at it
   StatusState Status;
-  Text<48> TargetQMgrName;                // the single output queue
-  Text<48> TargetQueueName;               //
-  std::unique_ptr<QueueList> TargetList;  // or several
-  MQHOBJ OutputHobj = MQHO_UNUSABLE_HOBJ;
   InputQueues Inputs;
+  std::optional<OutputQueues> TargetQueues;
   RunFiles Files;
   std::unique_ptr<InputFiles> In = std::make_unique<InputFiles>();
   std::optional<MessageFileReader> Reader;  // for the time of a transfer
@@ -77,8 +77,7 @@ struct Parameters {
   std::optional<Statistics> Summary;
   GenericState Generic;
   const MessageSource* Source = nullptr;  // set by rooms above the engine; null: queue or file
-  Console Screen;
-  std::optional<OutputFiles> Outputs;  // always there; renewed for each queue of a generic unload
+  std::optional<OutputFiles> Outputs;     // always there; renewed for each queue of a generic unload
 
   Parameters() { RenewOutputs(); }
   void RenewOutputs() {
@@ -101,3 +100,7 @@ struct Parameters {
     return result.reason();
   }
 };
+
+// The queue manager of the input queues and the one of the output queues (the same for most runs).
+inline QMgrConn& InputConn(Parameters& run) { return run.QMgrs[run.Asked.Input.QMgr]; }
+inline QMgrConn& OutputConn(Parameters& run) { return run.QMgrs[run.Asked.Output.QMgr]; }

@@ -49,9 +49,9 @@ void TakeStartTime(Parameters& run) {
 MQLONG ConnectQMgrs(Parameters& run) {
   const bool readsQueues = run.Asked.Input.HasQueues() && !run.Asked.Log.Given;
   if (!readsQueues && !run.Asked.Output.HasQueues()) return 0;
-  MQLONG reason = ConnectQMgr(run, run.Asked.Input.QMgr);
-  if (reason == 0 && run.Asked.Output.QMgr != run.Asked.Input.QMgr) reason = ConnectQMgr(run, run.Asked.Output.QMgr);
-  return reason;
+  const MQLONG reason = InputConn(run).Connect();
+  const bool same = run.Asked.Output.QMgr == run.Asked.Input.QMgr;
+  return reason != 0 || same ? reason : OutputConn(run).Connect();
 }
 
 void ShowFileLimits(Parameters& run) {
@@ -89,6 +89,14 @@ MQLONG StartLog(Parameters& run) {
 MQLONG OpenInput(Parameters& run) {
   if (run.Asked.Input.HasQueues() && !run.Asked.Log.Given) return OpenInputQueues(run);
   return run.Asked.Log.Given ? StartLog(run) : 0;
+}
+
+MQLONG OpenOutput(Parameters& run) {
+  const OutputOptions& asked = run.Asked.Output;
+  if (run.Asked.Display.ShowDestinations) ShowDestinations(run.Screen, asked.Queues);
+  run.TargetQueues.emplace(asked, OutputConn(run), MayFeedItself(run) ? &run.Inputs : nullptr);
+  const bool adaptiveRate = run.Asked.Pace.Rate == -1;
+  return run.TargetQueues->Open(adaptiveRate);
 }
 
 // Plain files are counted first when there is somebody to look at the count. What is no file can be read only once.
@@ -197,7 +205,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
 
   if (const MQLONG reason = OpenInput(run); reason != 0) return reason;
   if (run.Asked.Output.HasQueues()) {
-    if (const MQLONG reason = OpenOutputs(run); reason != 0) return reason;
+    if (const MQLONG reason = OpenOutput(run); reason != 0) return reason;
   }
   if (InterruptSignal() != 0) return 0;  // no file is touched for a run that does nothing
   DecideCountingFirst(run);
@@ -242,8 +250,8 @@ MQLONG Run(Parameters& run, int argc, char** argv) {
   Outcome outcome;
   outcome.ExitCode = Perform(run, outcome);
   ShowOutcome(run, outcome);
-  DisconnectQMgr(run, OutputConn(run));
-  DisconnectQMgr(run, InputConn(run));
+  OutputConn(run).Disconnect();
+  InputConn(run).Disconnect();
   return outcome.ExitCode;
 }
 

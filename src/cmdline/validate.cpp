@@ -180,6 +180,11 @@ bool ValidateOptions(Parameters& run) {
   return CheckNotOntoItself(run);
 }
 
+bool MayFeedItself(Parameters& run) {
+  return run.Asked.Input.HasQueues() && !run.Asked.Log.Given && run.Asked.Output.HasQueues() &&
+         run.Asked.Selection.RangeEnd == 0 && InputConn(run).QMgrName.view() == OutputConn(run).QMgrName.view();
+}
+
 bool CheckInputQMgr(Parameters& run) {
   if (!run.Asked.Input.HasQueues()) return true;
   const std::string_view own = InputConn(run).QMgrName;
@@ -198,7 +203,7 @@ bool CheckNotOntoItself(Parameters& run) {
   if (!asked.Input.HasQueues() || asked.Log.Given || asked.Selection.RangeEnd != 0) return true;
   for (const QueueName& input : asked.Input.Queues) {
     for (const QueueName& output : asked.Output.Queues) {
-      if (FeedsInput(run, Name(input.Queue), output)) return RefuseOntoItself(run, Name(input.Queue)) == 0;
+      if (FeedsInput(run, Name(input.Queue), output)) return RefuseOntoItself(run.Screen, Name(input.Queue)) == 0;
     }
   }
   return true;

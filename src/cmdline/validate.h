@@ -13,6 +13,10 @@ bool ValidateOptions(Parameters& run);
 // their names.
 bool CheckNotOntoItself(Parameters& run);
 
+// Whether what this run puts could come back to it without end: both sides are on one queue manager, and no end of a
+// range bounds what it reads. Then its queues are opened so that the queue manager tells which queue a name leads to.
+bool MayFeedItself(Parameters& run);
+
 // Refuses an input queue whose name asks for another queue manager than the one that the input queues are read from.
 // Returns false after printing why. Made when the queue managers have told their names.
 bool CheckInputQMgr(Parameters& run);

@@ -2,28 +2,24 @@
 
 #include "cmdline/parameters.h"
 #include "engine/put.h"
-#include "mq/reasons.h"
 
 namespace {
 
 // Reports a call on the backout queue when it is traced or did not go smoothly; returns the reason of a failure.
-MQLONG Outcome(Parameters& run, const char* call, const QueueElement& queue, MQLONG compCode, MQLONG reason) {
-  if (compCode != MQCC_OK || run.Asked.Display.TraceCalls) {
-    ReportMqCall(run.Screen, call, InputConn(run).QMgrName,
-                 NameInField(queue.BackoutQueueName, sizeof queue.BackoutQueueName), reason);
-  }
-  if (compCode != MQCC_FAILED) return 0;
-  return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
+MQLONG Outcome(const QMgrConn& conn, const char* call, const QueueElement& queue, const CallEnd& end) {
+  conn.Trace(call, NameInField(queue.BackoutQueueName, sizeof queue.BackoutQueueName), end.Reason,
+             end.CompCode != MQCC_OK);
+  return end.Failure();
 }
 
 MQLONG OpenBackoutQueue(Parameters& run, QueueElement& queue) {
   QMgrConn& conn = InputConn(run);
   MQOD object;
   std::memcpy(object.ObjectName, queue.BackoutQueueName, sizeof object.ObjectName);
-  MQLONG compCode = MQCC_FAILED;
-  MQLONG reason = MQRC_NONE;
-  conn.Api.MQOPEN(conn.Hconn, &object, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT, &queue.BackoutHobj, &compCode, &reason);
-  return Outcome(run, "MQOPEN", queue, compCode, reason);
+  CallEnd end;
+  conn.Api.MQOPEN(conn.Hconn, &object, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT, &queue.BackoutHobj, &end.CompCode,
+                  &end.Reason);
+  return Outcome(conn, "MQOPEN", queue, end);
 }
 
 }  // namespace
@@ -38,8 +34,7 @@ MQLONG RequeueToBackout(Parameters& run, QueueElement& queue, const MQMD& descri
   MQPMO options;
   options.Options = MQPMO_SET_ALL_CONTEXT | (run.Asked.Units.MessageLimit != 0 ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT);
   if ((options.Options & MQPMO_SYNCPOINT) != 0) conn.UnitOpen = true;
-  MQLONG compCode = MQCC_FAILED;
-  MQLONG reason = MQRC_NONE;
-  conn.Api.MQPUT(conn.Hconn, queue.BackoutHobj, &copy, &options, length, data, &compCode, &reason);
-  return Outcome(run, "MQPUT", queue, compCode, reason);
+  CallEnd end;
+  conn.Api.MQPUT(conn.Hconn, queue.BackoutHobj, &copy, &options, length, data, &end.CompCode, &end.Reason);
+  return Outcome(conn, "MQPUT", queue, end);
 }

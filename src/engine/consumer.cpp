@@ -22,16 +22,6 @@ namespace {
 constexpr std::chrono::seconds kStopGrace{3};  // for consumption to end once nothing more is wanted of it
 constexpr std::int64_t kEmptyGrace = 5000;     // milliseconds granted while a queue has not reported empty yet
 
-// How a call ended.
-struct CallEnd {
-  MQLONG CompCode = MQCC_FAILED;
-  MQLONG Reason = MQRC_NONE;
-  MQLONG Failure() const {
-    if (CompCode != MQCC_FAILED) return 0;
-    return Reason != 0 ? Reason : MQRC_UNEXPECTED_ERROR;
-  }
-};
-
 // What the thread that delivers messages and the main thread share. The callback holds `Busy` for the whole of a call;
 // the main thread holds it whenever it looks at the run while consumption may be going on, and never during an MQCTL,
 // which waits for a callback that is under way.
@@ -47,13 +37,11 @@ struct Consumption {
   bool Abandoned = false;  // it cannot be stopped: the callback leaves the run alone from now on
 };
 
-bool Tracing(const Parameters& run) { return run.Asked.Display.TraceCalls; }
-
 void KeepQueueFailure(Parameters& run, const char* call, const QueueElement& queue, MQLONG reason) {
   if (!run.MessageText.empty()) return;
   run.MessageText.Format("%s(%.48s/%.48s) failed RC(%d) %s%s", call, InputConn(run).QMgrName.c_str(),
                          queue.QueueName.c_str(), reason, ReasonText(reason),
-                         OptionBehind(run, MqStep::Get, reason).c_str());
+                         OptionLine(run.Asked, MqStep::Get, reason).c_str());
 }
 
 void KeepControlFailure(Parameters& run, const char* call, MQLONG reason) {
@@ -75,7 +63,7 @@ CallEnd CallControl(Consumption& consumption, MQLONG operation) {
 MQLONG Control(Consumption& consumption, MQLONG operation, const char* call) {
   Parameters& run = consumption.Run;
   const CallEnd end = CallControl(consumption, operation);
-  if (Tracing(run)) ReportMqCall(run.Screen, call, InputConn(run).QMgrName, {}, end.Reason);
+  InputConn(run).Trace(call, {}, end.Reason);
   return end.Failure();
 }
 
@@ -86,7 +74,7 @@ MQLONG Deregister(Parameters& run, QueueElement& queue) {
   MQGMO options;
   CallEnd end;
   conn.Api.MQCB(conn.Hconn, MQOP_DEREGISTER, &callback, queue.Hobj, &descriptor, &options, &end.CompCode, &end.Reason);
-  if (Tracing(run)) ReportMqCall(run.Screen, "MQCB(DEREGISTER)", conn.QMgrName, queue.QueueName, end.Reason);
+  conn.Trace("MQCB(DEREGISTER)", queue.QueueName, end.Reason);
   if (end.Failure() != 0) KeepQueueFailure(run, "MQCB(DEREGISTER)", queue, end.Failure());
   return end.Failure();
 }
@@ -144,8 +132,7 @@ MQLONG TakeEvent(Parameters& run, QueueElement& queue, const MQCBC& context) {
     failure = QueueIsEmpty(run, queue);
   } else {
     run.Finished = true;
-    if (Tracing(run))
-      ReportMqCall(run.Screen, "MQCB(CALLBACK)", InputConn(run).QMgrName, queue.QueueName, context.Reason);
+    InputConn(run).Trace("MQCB(CALLBACK)", queue.QueueName, context.Reason);
     failure = CallEnd{context.CompCode, context.Reason}.Failure();
     if (failure != 0) KeepQueueFailure(run, "MQCB(CALLBACK)", queue, failure);
   }
@@ -222,7 +209,7 @@ MQLONG RegisterQueues(Parameters& run) {
     callback.CallbackFunction = reinterpret_cast<void*>(&ConsumerCallback);
     CallEnd end;
     conn.Api.MQCB(conn.Hconn, MQOP_REGISTER, &callback, queue.Hobj, &descriptor, &options, &end.CompCode, &end.Reason);
-    if (Tracing(run)) ReportMqCall(run.Screen, "MQCB(REGISTER)", conn.QMgrName, queue.QueueName, end.Reason);
+    conn.Trace("MQCB(REGISTER)", queue.QueueName, end.Reason);
     if (const MQLONG failure = end.Failure(); failure != 0) {
       run.MessageText.clear();
       KeepQueueFailure(run, "MQCB(REGISTER)", queue, failure);
@@ -264,7 +251,7 @@ bool AwaitStart(Consumption& consumption) {
 MQLONG ConsumeOnce(std::unique_ptr<Consumption>& owner) {
   Consumption& consumption = *owner;
   Parameters& run = consumption.Run;
-  if (Tracing(run)) ReportMqCall(run.Screen, "MQCTL(START_WAIT) >", InputConn(run).QMgrName, {}, MQRC_NONE);
+  InputConn(run).Trace("MQCTL(START_WAIT) >", {}, MQRC_NONE);
   std::thread starter(StartAndWait, std::ref(consumption));
   if (!AwaitStart(consumption)) {
     starter.detach();
@@ -276,7 +263,7 @@ MQLONG ConsumeOnce(std::unique_ptr<Consumption>& owner) {
   }
   starter.join();
   const CallEnd& start = consumption.Start;
-  if (Tracing(run)) ReportMqCall(run.Screen, "MQCTL(START_WAIT) <", InputConn(run).QMgrName, {}, start.Reason);
+  InputConn(run).Trace("MQCTL(START_WAIT) <", {}, start.Reason);
   if (consumption.Result != 0) return consumption.Result;
   if (start.Failure() == 0 || start.Failure() == MQRC_NO_CALLBACKS_ACTIVE) return 0;
   KeepControlFailure(run, "MQCTL(START_WAIT)", start.Failure());

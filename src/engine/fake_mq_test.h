@@ -167,9 +167,8 @@ struct FakeRun {
       run.QMgrs[i].CommandLevel = 900;
     }
     run.Asked.Input.Remove = true;
-    run.OutputHobj = kTarget;
-    run.TargetQueueName.Assign("TARGET");
     run.Asked.Output.Queues = {{"", "TARGET"}};
+    run.TargetQueues.emplace(run.Asked.Output, run.QMgrs[0], run.Asked.Output.Queues.front(), kTarget);
     queue.Hobj = kSource;
     queue.QueueName.Assign("SOURCE");
   }

@@ -136,7 +136,7 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
     if ((options.Options & MQGMO_SYNCPOINT) != 0) conn.UnitOpen = true;
     conn.Api.MQGET(conn.Hconn, queue.Hobj, &message.Descriptor, &options, room, message.Buffer.data(), &length,
                    &compCode, &reason);
-    if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, "MQGET", conn.QMgrName, queue.QueueName, reason);
+    conn.Trace("MQGET", queue.QueueName, reason);
     if (TookNothing(reason)) conn.UnitOpen = unitWasOpen;
 
     if (reason == MQRC_TRUNCATED_MSG_FAILED && length > room) {
@@ -159,7 +159,7 @@ MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor) {
       continue;
     }
     run.MessageText.Format("MQGET(%s) failed RC(%d) %s%s", queue.QueueName.c_str(), reason, ReasonText(reason),
-                           OptionBehind(run, MqStep::Get, reason).c_str());
+                           OptionLine(run.Asked, MqStep::Get, reason).c_str());
     return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
   }
 }

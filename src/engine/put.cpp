@@ -43,12 +43,10 @@ struct Destination {
 // Asks the queue manager of the output for the outcomes that it has collected. Returns the reason of a failure.
 MQLONG AskAsyncPuts(Parameters& run, MQSTS& status) {
   const QMgrConn& conn = OutputConn(run);
-  MQLONG compCode = MQCC_FAILED;
-  MQLONG reason = MQRC_NONE;
-  conn.Api.MQSTAT(conn.Hconn, MQSTAT_TYPE_ASYNC_ERROR, &status, &compCode, &reason);
-  if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, "MQSTAT", conn.QMgrName, {}, reason);
-  if (compCode != MQCC_FAILED) return 0;
-  return reason != 0 ? reason : MQRC_UNEXPECTED_ERROR;
+  CallEnd end;
+  conn.Api.MQSTAT(conn.Hconn, MQSTAT_TYPE_ASYNC_ERROR, &status, &end.CompCode, &end.Reason);
+  conn.Trace("MQSTAT", {}, end.Reason);
+  return end.Failure();
 }
 
 void TellNormalPuts(Parameters& run, const std::string& why) {
@@ -153,9 +151,7 @@ PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& op
     PutOutcome outcome;
     conn.Api.MQPUT(conn.Hconn, destination.Hobj, &message.Descriptor, &options, message.Length, message.Data,
                    &outcome.CompCode, &outcome.Reason);
-    if (run.Asked.Display.TraceCalls) {
-      ReportMqCall(run.Screen, "MQPUT", conn.QMgrName, destination.Name(), outcome.Reason);
-    }
+    if (conn.TracesCalls()) conn.Trace("MQPUT", destination.Name(), outcome.Reason);
     const bool async = (options.Options & MQPMO_ASYNC_RESPONSE) != 0;
     if (outcome.CompCode != MQCC_FAILED) {
       run.Async.Outstanding = run.Async.Outstanding || async;
@@ -173,7 +169,7 @@ PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& op
 
 void SetPutFailure(Parameters& run, const std::string& destination, MQLONG reason) {
   run.MessageText.Format("MQPUT(%s) failed RC(%d) %s%s", destination.c_str(), reason, ReasonText(reason),
-                         OptionBehind(run, MqStep::Put, reason).c_str());
+                         OptionLine(run.Asked, MqStep::Put, reason).c_str());
 }
 
 Destination ListDestination(const QueueList& list, std::size_t index) {
@@ -182,7 +178,8 @@ Destination ListDestination(const QueueList& list, std::size_t index) {
 }
 
 PutOutcome PutToSingle(Parameters& run, MQPMO& options) {
-  const Destination destination{run.OutputHobj, run.TargetQMgrName.c_str(), run.TargetQueueName.c_str()};
+  const Destination destination{run.TargetQueues->hobj(), run.TargetQueues->name().QMgr.c_str(),
+                                run.TargetQueues->name().Queue.c_str()};
   const PutOutcome outcome = PutToQueue(run, destination, options);
   if (outcome.CompCode == MQCC_FAILED) {
     SetPutFailure(run, destination.Name(), outcome.Reason);
@@ -195,13 +192,13 @@ PutOutcome PutToSingle(Parameters& run, MQPMO& options) {
 // One put to a distribution list. A destination that failed makes the whole put a failure, with that destination's
 // reason, also where the queue manager only warns.
 PutOutcome PutToList(Parameters& run, MQPMO& options) {
-  QueueList& list = *run.TargetList;
+  QueueList& list = *run.TargetQueues->list();
   std::fill(list.Responses.begin(), list.Responses.end(), MQRR{});
   options.Version = std::max(options.Version, MQPMO_VERSION_2);
   options.RecsPresent = static_cast<MQLONG>(list.Responses.size());
   options.ResponseRecPtr = list.Responses.data();
   run.Put.PutMsgs = list.Count();
-  PutOutcome outcome = PutToQueue(run, {run.OutputHobj, "", "<Distribution List>"}, options);
+  PutOutcome outcome = PutToQueue(run, {run.TargetQueues->hobj(), "", "<Distribution List>"}, options);
   if (outcome.CompCode != MQCC_FAILED && outcome.Reason != MQRC_MULTIPLE_REASONS) return outcome;
 
   run.MessageText.clear();
@@ -222,7 +219,7 @@ PutOutcome PutToList(Parameters& run, MQPMO& options) {
 
 // One put per destination, each tried whatever became of the others. The first failure is the one that is told.
 PutOutcome PutToEach(Parameters& run, MQPMO& options) {
-  const QueueList& list = *run.TargetList;
+  const QueueList& list = *run.TargetQueues->list();
   run.MessageText.clear();
   PutOutcome first;
   for (std::size_t i = 0; i < list.Entries.size(); ++i) {
@@ -250,9 +247,9 @@ MQLONG CfhVersion(const MQMD& descriptor, const MQBYTE* data, MQLONG length) {
 
 MQLONG PutMessage(Parameters& run, const QueueElement* queue) {
   MQPMO options = PutOptions(run, queue);
-  const PutOutcome outcome = run.TargetList == nullptr       ? PutToSingle(run, options)
-                             : run.Asked.Output.Individually ? PutToEach(run, options)
-                                                             : PutToList(run, options);
+  const PutOutcome outcome = run.TargetQueues->list() == nullptr ? PutToSingle(run, options)
+                             : run.Asked.Output.Individually     ? PutToEach(run, options)
+                                                                 : PutToList(run, options);
   const MQLONG failure = outcome.CompCode == MQCC_FAILED ? outcome.Reason : 0;
   // The unit of work is backed out: no destination keeps the message.
   if (failure != 0 && run.Uow.SyncpointActive) return failure;

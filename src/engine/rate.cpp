@@ -20,17 +20,6 @@ constexpr double kBiggestStep = 1.05;
 
 bool VerboseRate(const Parameters& run) { return run.Asked.Display.RateDetails; }
 
-// 0 when the queue manager does not tell.
-int TargetDepth(Parameters& run) {
-  QMgrConn& conn = OutputConn(run);
-  const MQLONG selector = MQIA_CURRENT_Q_DEPTH;
-  MQLONG depth = 0;
-  MQLONG compCode = MQCC_FAILED;
-  MQLONG reason = MQRC_NONE;
-  conn.Api.MQINQ(conn.Hconn, run.Pace.RateHobj, 1, &selector, 1, &depth, 0, nullptr, &compCode, &reason);
-  return compCode == MQCC_FAILED ? 0 : std::max<MQLONG>(depth, 0);
-}
-
 std::int64_t ElapsedMillis(const RateState& pace) { return pace.Clock->Ticks() - pace.RatePeriodStart; }
 
 void StartPeriod(RateState& pace) {
@@ -124,7 +113,7 @@ MQLONG PaceAdaptive(Parameters& run, bool& ended) {
   Period period;
   period.Elapsed = ElapsedMillis(pace);
   period.Remain = kPeriod - period.Elapsed;
-  period.Depth = TargetDepth(run);
+  period.Depth = run.TargetQueues->Depth();
   period.Consumed = std::int64_t{pace.RateDepth} - period.Depth + pace.RatePeriodCount;
   if (VerboseRate(run)) {
     PrintOutput("  Period:%d Guess:%d Rate:%d Remain:%d Depth:%d Processed:%d\n", static_cast<int>(period.Elapsed),
@@ -176,7 +165,7 @@ void StartRate(Parameters& run) {
   StartPeriod(pace);
   pace.RateGuess = kFirstGuess;
   pace.RateClamp = false;
-  if (run.Asked.Pace.Rate == -1) pace.RateDepth = TargetDepth(run);
+  if (run.Asked.Pace.Rate == -1) pace.RateDepth = run.TargetQueues->Depth();
   pace.RateEndTime = run.Asked.Pace.RateDuration > 0 ? pace.Clock->Seconds() + run.Asked.Pace.RateDuration : 0;
 }
 

@@ -10,13 +10,12 @@
 struct Parameters;
 
 struct RateState {
-  int RateGuess = 1000;              // messages allowed in the current one-second period
-  int RateDepth = 0;                 // adaptive: the target's depth at the start of the period
-  std::int64_t RateEndTime = 0;      // seconds; 0: none
-  std::int64_t RatePeriodStart = 0;  // milliseconds, steady
-  int RatePeriodCount = 0;           // messages processed in the current period
-  bool RateClamp = false;            // adaptive: limit the next adjustment to 5 %
-  MQHOBJ RateHobj = MQHO_UNUSABLE_HOBJ;
+  int RateGuess = 1000;                    // messages allowed in the current one-second period
+  int RateDepth = 0;                       // adaptive: the target's depth at the start of the period
+  std::int64_t RateEndTime = 0;            // seconds; 0: none
+  std::int64_t RatePeriodStart = 0;        // milliseconds, steady
+  int RatePeriodCount = 0;                 // messages processed in the current period
+  bool RateClamp = false;                  // adaptive: limit the next adjustment to 5 %
   const PaceClock* Clock = &kSystemClock;  // of the status lines too
 };
 

@@ -41,9 +41,7 @@ MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
   return 0;
 }
 
-bool HasTarget(const Parameters& run) {
-  return run.OutputHobj != MQHO_UNUSABLE_HOBJ || run.TargetList != nullptr || !run.Asked.Output.FileName.empty();
-}
+bool HasTarget(const Parameters& run) { return run.TargetQueues || !run.Asked.Output.FileName.empty(); }
 
 MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* queue, bool terminal) {
   while (!EndIfInterrupted(run)) {

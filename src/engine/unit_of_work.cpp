@@ -25,34 +25,21 @@ bool CertainlyBackedOut(MQLONG commitFailure, bool backedOut) {
 }  // namespace
 
 MQLONG Commit(Parameters& run, QMgrConn& conn) {
-  MQLONG compCode = MQCC_FAILED;
-  MQLONG reason = MQRC_NONE;
-  conn.Api.MQCMIT(conn.Hconn, &compCode, &reason);
-  if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, "MQCMIT", conn.QMgrName, {}, reason);
-  // A commit that ends with a warning was backed out, or left its outcome open.
-  if (compCode != MQCC_OK) {
-    run.Uow.CommitFailure = reason != MQRC_NONE ? reason : MQRC_UNEXPECTED_ERROR;
-    run.MessageText.Format("MQCMIT(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
-    run.Finished = true;
-    return reason;
-  }
-  conn.UnitOpen = false;
-  return 0;
+  const CallEnd end = conn.Commit();
+  if (end.CompCode == MQCC_OK) return 0;
+  run.Uow.CommitFailure = end.Reason != MQRC_NONE ? end.Reason : MQRC_UNEXPECTED_ERROR;
+  run.MessageText.Format("MQCMIT(%s) failed RC(%d) %s", conn.QMgrName.c_str(), end.Reason, ReasonText(end.Reason));
+  run.Finished = true;
+  return end.Reason;
 }
 
 MQLONG Backout(Parameters& run, QMgrConn& conn) {
-  MQLONG compCode = MQCC_FAILED;
-  MQLONG reason = MQRC_NONE;
-  conn.Api.MQBACK(conn.Hconn, &compCode, &reason);
-  if (run.Asked.Display.TraceCalls) ReportMqCall(run.Screen, "MQBACK", conn.QMgrName, {}, reason);
-  if (compCode == MQCC_FAILED) {
-    if (run.MessageText.empty()) {
-      run.MessageText.Format("MQBCK(%s) failed RC(%d) %s", conn.QMgrName.c_str(), reason, ReasonText(reason));
-    }
-    return reason;
+  const CallEnd end = conn.Backout();
+  if (!end.failed()) return 0;
+  if (run.MessageText.empty()) {
+    run.MessageText.Format("MQBCK(%s) failed RC(%d) %s", conn.QMgrName.c_str(), end.Reason, ReasonText(end.Reason));
   }
-  conn.UnitOpen = false;
-  return 0;
+  return end.Reason;
 }
 
 MQLONG CommitAll(Parameters& run) {

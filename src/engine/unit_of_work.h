@@ -8,7 +8,7 @@
 #include "mq/mqi.h"
 
 struct Parameters;
-struct QMgrConn;
+class QMgrConn;
 
 struct UnitOfWork {
   bool SyncpointActive = false;  // the transfer works in units of work

@@ -21,12 +21,6 @@ constexpr MQLONG kReplyWait = 10000;      // milliseconds
 constexpr std::size_t kReplyRoom = 4596;  // bytes; grows for a longer reply
 constexpr MQLONG kStatusLevel = 915;      // first command level that tells queue file sizes
 
-struct CallResult {
-  MQLONG Code = MQCC_OK;
-  MQLONG Reason = MQRC_NONE;
-  bool failed() const { return Code == MQCC_FAILED; }
-};
-
 // One question to the command server: a request, and its replies on a temporary dynamic queue. That queue, with
 // whatever is left on it, goes with the question.
 class Question {
@@ -34,18 +28,18 @@ class Question {
   explicit Question(QMgrConn& conn) : conn_(conn), buffer_(kReplyRoom) {}
   ~Question() {
     if (replies_ == MQHO_UNUSABLE_HOBJ) return;
-    CallResult result;
-    conn_.Api.MQCLOSE(conn_.Hconn, &replies_, MQCO_NONE, &result.Code, &result.Reason);
+    CallEnd result;
+    conn_.Api.MQCLOSE(conn_.Hconn, &replies_, MQCO_NONE, &result.CompCode, &result.Reason);
   }
   Question(const Question&) = delete;
   Question& operator=(const Question&) = delete;
 
-  CallResult OpenReplyQueue() {
+  CallEnd OpenReplyQueue() {
     MQOD object;
     FillField(object.ObjectName, sizeof object.ObjectName, kModelQueue);
     FillField(object.DynamicQName, sizeof object.DynamicQName, "AMQ.*");
-    CallResult result;
-    conn_.Api.MQOPEN(conn_.Hconn, &object, MQOO_INPUT_SHARED | MQOO_FAIL_IF_QUIESCING, &replies_, &result.Code,
+    CallEnd result;
+    conn_.Api.MQOPEN(conn_.Hconn, &object, MQOO_INPUT_SHARED | MQOO_FAIL_IF_QUIESCING, &replies_, &result.CompCode,
                      &result.Reason);
     if (!result.failed()) replyQueue_.Assign(NameInField(object.ObjectName, sizeof object.ObjectName));
     return result;
@@ -53,7 +47,7 @@ class Question {
   std::string_view replyQueue() const { return replyQueue_.view(); }
 
   // Puts the request on the command queue, by MQPUT1 when no handle of that queue is given.
-  CallResult Ask(const PcfRequest& request, MQHOBJ commandQueue = MQHO_UNUSABLE_HOBJ) {
+  CallEnd Ask(const PcfRequest& request, MQHOBJ commandQueue = MQHO_UNUSABLE_HOBJ) {
     MQMD descriptor;
     descriptor.MsgType = MQMT_REQUEST;
     descriptor.Encoding = MQENC_NATIVE;
@@ -64,21 +58,21 @@ class Question {
     options.Options = MQPMO_NO_SYNCPOINT | MQPMO_FAIL_IF_QUIESCING;
     MQOD object;
     FillField(object.ObjectName, sizeof object.ObjectName, kCommandQueue);
-    CallResult result;
+    CallEnd result;
     if (commandQueue == MQHO_UNUSABLE_HOBJ) {
-      conn_.Api.MQPUT1(conn_.Hconn, &object, &descriptor, &options, request.size(), request.data(), &result.Code,
+      conn_.Api.MQPUT1(conn_.Hconn, &object, &descriptor, &options, request.size(), request.data(), &result.CompCode,
                        &result.Reason);
     } else {
-      conn_.Api.MQPUT(conn_.Hconn, commandQueue, &descriptor, &options, request.size(), request.data(), &result.Code,
-                      &result.Reason);
+      conn_.Api.MQPUT(conn_.Hconn, commandQueue, &descriptor, &options, request.size(), request.data(),
+                      &result.CompCode, &result.Reason);
     }
     return result;
   }
 
   // Waits for the next reply, ten seconds at most and until an interrupt comes: then it is MQRC_NO_MSG_AVAILABLE. The
   // buffer grows to a reply that is longer than it.
-  CallResult GetReply() {
-    CallResult result;
+  CallEnd GetReply() {
+    CallEnd result;
     for (MQLONG waited = 0;;) {
       MQMD descriptor;
       MQGMO options;
@@ -86,7 +80,7 @@ class Question {
       options.WaitInterval = kLongestWait;
       MQLONG bytes = 0;
       conn_.Api.MQGET(conn_.Hconn, replies_, &descriptor, &options, static_cast<MQLONG>(buffer_.size()), buffer_.data(),
-                      &bytes, &result.Code, &result.Reason);
+                      &bytes, &result.CompCode, &result.Reason);
       const auto wanted = static_cast<std::size_t>(std::max(bytes, 0));
       if (result.Reason == MQRC_TRUNCATED_MSG_FAILED && wanted > buffer_.size()) {
         buffer_.resize(wanted);
@@ -200,12 +194,12 @@ MQLONG TakeReply(Parameters& run, PcfReply& reply) {
   return TakeQueueReply(run, reply);
 }
 
-MQLONG CanNotOpen(Parameters& run, const char* queue, const CallResult& result) {
+MQLONG CanNotOpen(Parameters& run, const char* queue, const CallEnd& result) {
   run.Screen.Print("Can not open %s. RC(%d) %s\n", queue, result.Reason, ReasonText(result.Reason));
   return result.Reason;
 }
 
-MQLONG NoReply(Parameters& run, const CallResult& result) {
+MQLONG NoReply(Parameters& run, const CallEnd& result) {
   if (InterruptSignal() != 0) return 0;
   if (result.Reason == MQRC_NO_MSG_AVAILABLE) {
     run.Screen.PrintText("No response from command server.\n");
@@ -218,13 +212,13 @@ MQLONG NoReply(Parameters& run, const CallResult& result) {
 // A reply that failed, whichever it is, may stand for a queue: the question has no answer then.
 MQLONG AskForQueues(Parameters& run, QMgrConn& conn, MQHOBJ commandQueue) {
   Question question(conn);
-  if (const CallResult opened = question.OpenReplyQueue(); opened.failed()) return CanNotOpen(run, kModelQueue, opened);
-  if (const CallResult put = question.Ask(QueryRequest(run, conn), commandQueue); put.failed()) {
+  if (const CallEnd opened = question.OpenReplyQueue(); opened.failed()) return CanNotOpen(run, kModelQueue, opened);
+  if (const CallEnd put = question.Ask(QueryRequest(run, conn), commandQueue); put.failed()) {
     run.Screen.Print("Failed to MQPUT 'Query Queue' command. RC(%d) %s\n", put.Reason, ReasonText(put.Reason));
     return put.Reason;
   }
   for (;;) {
-    if (const CallResult got = question.GetReply(); got.failed()) return NoReply(run, got);
+    if (const CallEnd got = question.GetReply(); got.failed()) return NoReply(run, got);
     PcfReply reply = question.reply();
     const MQLONG reason = TakeReply(run, reply);
     if (reason != 0 || reply.header().Control == MQCFC_LAST) return reason;
@@ -247,9 +241,7 @@ PcfRequest StatusRequest(const QueueElement& queue) {
 bool TakeSizes(Parameters& run, QMgrConn& conn, PcfReply& reply, QueueElement& queue) {
   if (!reply.usable()) return ReportUnreadable(run) == 0;
   const MQLONG reason = reply.header().Reason;
-  if (reason != MQRC_NONE || run.Asked.Display.TraceCalls) {
-    ReportMqCall(run.Screen, "Inquire Queue Status", conn.QMgrName, queue.QueueName, reason);
-  }
+  conn.Trace("Inquire Queue Status", queue.QueueName, reason, reason != MQRC_NONE);
   if (reason != MQRC_NONE) return false;
   for (PcfParameter parameter; reply.Next(parameter);) {
     if (parameter.Type != MQCFT_INTEGER) continue;
@@ -263,17 +255,15 @@ bool TakeSizes(Parameters& run, QMgrConn& conn, PcfReply& reply, QueueElement& q
 // Asks for the sizes of one queue. False when a call failed or nothing was answered: it would be the same with the
 // next.
 bool AskForSizes(Parameters& run, QMgrConn& conn, QueueElement& queue) {
-  const auto failed = [&](const char* call, std::string_view object, const CallResult& result) {
-    if (result.failed() || run.Asked.Display.TraceCalls) {
-      ReportMqCall(run.Screen, call, conn.QMgrName, object, result.Reason);
-    }
+  const auto failed = [&conn](const char* call, std::string_view object, const CallEnd& result) {
+    conn.Report(call, object, result);
     return result.failed();
   };
   Question question(conn);
   if (failed("MQOPEN", kModelQueue, question.OpenReplyQueue())) return false;
   if (failed("MQPUT1", kCommandQueue, question.Ask(StatusRequest(queue)))) return false;
   for (;;) {
-    const CallResult got = question.GetReply();
+    const CallEnd got = question.GetReply();
     if (failed("MQGET", question.replyQueue(), got)) {
       if (got.Reason == MQRC_NO_MSG_AVAILABLE && InterruptSignal() == 0) {
         run.Screen.PrintText("No response from command server.\n");
@@ -292,12 +282,12 @@ MQLONG QueryQueueNames(Parameters& run) try {
   MQOD object;
   FillField(object.ObjectName, sizeof object.ObjectName, kCommandQueue);
   MQHOBJ commandQueue = MQHO_UNUSABLE_HOBJ;
-  CallResult result;
-  conn.Api.MQOPEN(conn.Hconn, &object, MQOO_OUTPUT | MQOO_FAIL_IF_QUIESCING, &commandQueue, &result.Code,
+  CallEnd result;
+  conn.Api.MQOPEN(conn.Hconn, &object, MQOO_OUTPUT | MQOO_FAIL_IF_QUIESCING, &commandQueue, &result.CompCode,
                   &result.Reason);
   if (result.failed()) return CanNotOpen(run, kCommandQueue, result);
   const MQLONG outcome = AskForQueues(run, conn, commandQueue);
-  conn.Api.MQCLOSE(conn.Hconn, &commandQueue, MQCO_NONE, &result.Code, &result.Reason);
+  conn.Api.MQCLOSE(conn.Hconn, &commandQueue, MQCO_NONE, &result.CompCode, &result.Reason);
   return outcome;
 } catch (const std::bad_alloc&) {
   run.Screen.Print("Failed to allocate command buffer. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,

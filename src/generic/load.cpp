@@ -150,17 +150,16 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, const std::vecto
   std::fflush(stdout);
   ResetForNextQueue(run);
   QMgrConn& conn = OutputConn(run);
-  const MQLONG opened =
-      OpenQueue(conn, start.QueueName, conn.QMgrName, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT, run.OutputHobj);
+  MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
+  const MQLONG opened = OpenQueue(conn, start.QueueName, conn.QMgrName, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT, hobj);
   if (opened != 0) return ReportQueueFailure(opened, firstFailure);
-  run.TargetQueueName.Assign(start.QueueName);
-  run.TargetQMgrName.clear();
+  run.TargetQueues.emplace(run.Asked.Output, conn, QueueName{"", start.QueueName}, hobj);
   run.Generic.FileNames.BaseName = start.BaseName;
   run.In = std::make_unique<InputFiles>(PlanQueue(run, paths, start.HasIndex));
   if (const int fileError = run.In->OpenFirst(); fileError != 0) {
     WriteStandardOutput(WithCause(FormatText("File Error RC(%d)\n", fileError), fileError));
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
-    return CloseQueue(conn, run.OutputHobj);
+    return CloseQueue(conn, hobj);
   }
   if (ShowsProgress(run)) StartProgressLine(run, TotalSize(paths), nullptr);
   MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
@@ -176,7 +175,7 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, const std::vecto
   } else {
     PrintOutput("%-6" PRId64 " %s\n", put, run.CutShort ? "Cut short." : "Done.");
   }
-  CloseQueue(conn, run.OutputHobj);
+  CloseQueue(conn, hobj);
   ShowMessageText(run);
 }
 

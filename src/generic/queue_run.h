@@ -11,7 +11,7 @@
 #include "mq/mqi.h"
 
 struct Parameters;
-struct QMgrConn;
+class QMgrConn;
 
 // Calls `take` for the name of every file (not directory) in the run's directory, in order. Returns 0, or
 // MQRC_NOT_AUTHORIZED after "Can not scan for files.".

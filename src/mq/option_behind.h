@@ -1,21 +1,18 @@
 #pragma once
 
-// The option of the run because of which an MQ call failed, for the user who gave it.
+// The option of the run because of which an MQ call failed, for the user who gave it. A connect and the opening of the
+// output queues, which know only their own options, tell of those themselves.
 
 #include <string>
 #include <string_view>
 
 #include "mq/mqi.h"
-
-struct Parameters;
+#include "options/options.h"
 
 // What a call was made for.
-enum class MqStep { ConnectUser, OpenInput, OpenOutput, Get, Put, Other };
+enum class MqStep { OpenInput, Get, Put };
 
-// A line end and a line about the option, to stand below the text of the failure; empty where no single option is
-// behind it.
-std::string OptionBehind(const Parameters& run, MqStep step, MQLONG reason);
-
-// ReportMqCall for a failed call, with that line below it.
-void ReportFailedCall(Parameters& run, MqStep step, std::string_view call, std::string_view qmgr,
-                      std::string_view object, MQLONG reason);
+// A text about the option; empty where no single option is behind the failure.
+std::string_view OptionBehind(const Options& asked, MqStep step, MQLONG reason);
+// The same on a line of its own, to stand below the text of the failure: a line end and the text, or nothing.
+std::string OptionLine(const Options& asked, MqStep step, MQLONG reason);
