@@ -171,7 +171,7 @@ Result OutputFiles::Open(const OutputRequest& request) {
   Start(name);
   null_ = name == "null";
   if (null_) return {};
-  if (name == "stdout") return OpenStandardOutput();
+  if (name == "stdout") return request.OnlyCheck ? CheckFile(name, IdentityOf(stdout)) : OpenStandardOutput();
   const std::string mode = AccessMode(output_, 'w');
   Result result = CheckName(name, mode[0] == 'a', request.MayAsk);
   if (result.failed() || request.OnlyCheck) return result;

@@ -124,11 +124,15 @@ class ChainLength {
     if (!chain.empty()) length_ += Content(chain.back().Piece, headers_).second;
     const std::size_t properties = mayHaveProperties_ ? PropertiesInFront(message_, chain, headers_) : 0;
     const bool wholeBehindProperties = properties != 0 && length_ == expected_ + properties;
-    if (wholeBehindProperties || (length_ == expected_ && !wholeWith_)) wholeWith_ = chain.size();
-    return wholeBehindProperties || (wholeWith_ && !mayHaveProperties_);
+    if (wholeBehindProperties || (length_ == expected_ && !whole_)) {
+      whole_ = true;
+      pieces_ = chain.size();
+    }
+    return wholeBehindProperties || (whole_ && !mayHaveProperties_);
   }
-  // With how many pieces the message is whole.
-  std::optional<std::size_t> wholeWith() const { return wholeWith_; }
+  // Whether the message is whole with some of the pieces, and with how many.
+  bool whole() const { return whole_; }
+  std::size_t pieces() const { return pieces_; }
 
  private:
   const CurrentMessage& message_;
@@ -136,17 +140,17 @@ class ChainLength {
   const std::size_t expected_;
   std::size_t length_;
   const bool mayHaveProperties_;
-  std::optional<std::size_t> wholeWith_;
+  bool whole_ = false;
+  std::size_t pieces_ = 0;
 };
 
 // The same for a chain that has been taken already.
-std::optional<std::size_t> WholeWith(const CurrentMessage& message, std::span<const ChainedPiece> chain,
-                                     PieceHeaders headers) {
+ChainLength LengthOf(const CurrentMessage& message, std::span<const ChainedPiece> chain, PieceHeaders headers) {
   ChainLength length(message, headers);
   for (std::size_t pieces = 0; pieces <= chain.size(); ++pieces) {
     if (length.Follow(chain.first(pieces))) break;
   }
-  return length.wholeWith();
+  return length;
 }
 
 // Takes the pieces of the message that the put record in hand ends, following the chain back from `lsn`. The chain may
@@ -162,17 +166,20 @@ MQLONG TakeChain(Parameters& run, std::string lsn, Chain& chain, PieceHeaders& h
     chain.push_back({std::exchange(lsn, std::move(previous)), std::move(*piece)});
   }
   headers = PieceHeaders::Stripped;
-  std::optional<std::size_t> wholeWith = length.wholeWith();
-  if (!wholeWith) {
-    wholeWith = WholeWith(run.Message, chain, PieceHeaders::Kept);
-    if (wholeWith) headers = PieceHeaders::Kept;
+  bool whole = length.whole();
+  std::size_t wanted = length.pieces();
+  if (!whole) {
+    const ChainLength kept = LengthOf(run.Message, chain, PieceHeaders::Kept);
+    whole = kept.whole();
+    wanted = kept.pieces();
+    if (whole) headers = PieceHeaders::Kept;
   }
-  if (!wholeWith && !chain.empty() && !lsn.empty()) {
+  if (!whole && !chain.empty() && !lsn.empty()) {
     run.Screen.Print("Can not construct message %d, LSN '%s' missing.\n", static_cast<int>(run.Log.Reader->PutRecords),
                      lsn.c_str());
     return MQRC_INCOMPLETE_MSG;
   }
-  for (; wholeWith && chain.size() > *wholeWith; chain.pop_back()) {
+  for (; whole && chain.size() > wanted; chain.pop_back()) {
     pieces.GiveBack(chain.back().Lsn, std::move(chain.back().Piece));
   }
   return 0;
