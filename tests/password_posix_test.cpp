@@ -28,7 +28,7 @@ fs::path ProcessIn(const fs::path& folder) {
   return {};
 }
 
-// All that a process has in memory that it may write.
+// All that a process has in memory that it may write, but for the tables of a sanitizer, which span terabytes.
 std::string MemoryOf(const fs::path& process) {
   std::istringstream maps(Slurp(process / "maps"));
   std::ifstream memory(process / "mem", std::ios::binary);
@@ -39,7 +39,7 @@ std::string MemoryOf(const fs::path& process) {
     char dash = 0;
     std::string rights;
     std::istringstream(line) >> std::hex >> start >> dash >> end >> rights;
-    if (rights.find('w') == std::string::npos) continue;
+    if (rights.find('w') == std::string::npos || end - start > std::size_t{1} << 30) continue;
     std::string block(end - start, '\0');
     memory.clear();
     memory.seekg(static_cast<std::streamoff>(start));
