@@ -25,9 +25,8 @@ inline std::string_view AsText(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-// A copy of the data of the message in hand: every byte of it must be there.
-inline std::string DataInHand(const Parameters& run) {
-  const CurrentMessage& message = run.Message;
+// A copy of the data of a message: every byte of it must be there.
+inline std::string DataOf(const CurrentMessage& message) {
   Require(message.Length >= 0 && message.Delivered == message.Length);
   return {reinterpret_cast<const char*>(message.Data), static_cast<std::size_t>(message.Length)};
 }

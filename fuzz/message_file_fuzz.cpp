@@ -34,7 +34,7 @@ std::vector<Message> ReadAll(const char* name, bool& whole) {
   if (!result.failed()) result = reader.StartFile(empty);
   while (!result.failed() && !reader.at_end()) {
     result = reader.Read(run.Message);
-    if (!result.failed() && !reader.at_end()) messages.push_back({run.Message.Descriptor, DataInHand(run)});
+    if (!result.failed() && !reader.at_end()) messages.push_back({run.Message.Descriptor, DataOf(run.Message)});
   }
   Require(!result.failed() || !result.text().empty());
   whole = !result.failed();

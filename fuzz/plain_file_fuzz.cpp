@@ -2,12 +2,10 @@
 // file. The messages must be those that the rules give when they are followed word for word, which looks at most bytes
 // many times.
 
-#include <memory>
 #include <optional>
 #include <vector>
 
 #include "cmdline/plain_options.h"
-#include "files/naming.h"
 #include "files/plain_file.h"
 #include "fuzz.h"
 
@@ -31,12 +29,13 @@ bool Balanced(std::string_view bytes) {
 // The rules of cutting, without a thought of speed.
 class Cutter {
  public:
-  Cutter(const Parameters& run, std::string_view file) : run_(run), file_(file) {}
+  Cutter(const PlainFileOptions& asked, const PlainDelimiters& delimiters, std::string_view file)
+      : asked_(asked), delimiters_(delimiters), file_(file) {}
 
   // The next message without its properties; none at the end or at a failure.
   std::optional<std::string_view> Next() {
-    const std::string& start = run_.Plain.Delimiters.StartMessage.Bytes;
-    const std::string& end = run_.Plain.Delimiters.EndMessage.Bytes;
+    const std::string& start = delimiters_.StartMessage.Bytes;
+    const std::string& end = delimiters_.EndMessage.Bytes;
     if (position_ == file_.size()) return {};
     const std::size_t outer = start.empty() ? position_ : Find(start, position_, position_, false);
     if (outer == kNone || !SkipProperties(outer)) return {};
@@ -49,11 +48,11 @@ class Cutter {
       stop = behind = file_.size();
     }
     position_ = behind;
-    return run_.Asked.Plain.IncludeMsgDelims ? file_.substr(outer, behind - outer) : file_.substr(inner, stop - inner);
+    return asked_.IncludeMsgDelims ? file_.substr(outer, behind - outer) : file_.substr(inner, stop - inner);
   }
 
  private:
-  bool Balances(std::string_view bytes) const { return run_.Asked.Plain.NoBrackets || Balanced(bytes); }
+  bool Balances(std::string_view bytes) const { return asked_.NoBrackets || Balanced(bytes); }
   // The first place at or behind `from` where the delimiter counts: brackets are looked at from `origin` on.
   std::size_t Find(std::string_view delimiter, std::size_t origin, std::size_t from, bool itsBracketsCount) const {
     for (std::size_t at = file_.find(delimiter, from); at != kNone; at = file_.find(delimiter, at + 1)) {
@@ -64,24 +63,24 @@ class Cutter {
   }
   // False when properties in front of the message have no end.
   bool SkipProperties(std::size_t message) const {
-    const std::string& start = run_.Plain.Delimiters.StartProperty.Bytes;
+    const std::string& start = delimiters_.StartProperty.Bytes;
     if (start.empty()) return true;
     const std::size_t at = Find(start, position_, position_, false);
     if (at == kNone || at > message) return true;
-    const std::size_t end = Find(run_.Plain.Delimiters.EndProperty.Bytes, at, at + start.size(), true);
+    const std::size_t end = Find(delimiters_.EndProperty.Bytes, at, at + start.size(), true);
     return end != kNone && end <= message;
   }
 
-  const Parameters& run_;
+  const PlainFileOptions& asked_;
+  const PlainDelimiters& delimiters_;
   std::string_view file_;
   std::size_t position_ = 0;
 };
 
-bool TakeOptions(Parameters& run, std::string_view line) {
+bool TakeOptions(PlainFileOptions& asked, Console& screen, std::string_view line) {
   for (std::size_t at = 0; at <= line.size();) {
     const std::size_t end = std::min(line.find(' ', at), line.size());
-    if (ParsePlainOptions(run.Asked.Plain, run.Screen, 'n', line.substr(at, end - at)) != PlainOptionResult::Ok)
-      return false;
+    if (ParsePlainOptions(asked, screen, 'n', line.substr(at, end - at)) != PlainOptionResult::Ok) return false;
     at = end + 1;
   }
   return true;
@@ -96,26 +95,28 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view file = input.substr(lineEnd + 1);
   WriteFile("in", file);
 
-  const auto owner = std::make_unique<Parameters>();
-  Parameters& run = *owner;
-  run.Asked.Output.Context = PutContext::Default;
-  if (!TakeOptions(run, input.substr(0, lineEnd))) return 0;
-  run.Asked.Input.FileName = "in";
-  run.In = std::make_unique<InputFiles>(PlanInput(run));
-  Require(OpenInputFile(run) == 0);
-  if (PreparePlainFile(run) != 0) {
-    Require(!run.MessageText.empty());
+  PlainFileOptions asked;
+  Console screen;
+  if (!TakeOptions(asked, screen, input.substr(0, lineEnd))) return 0;
+  InputFiles files("in");
+  Require(files.OpenFirst() == 0);
+  PlainFileReader reader(files, asked, screen);
+  if (const Result prepared = reader.Prepare(); prepared.failed()) {
+    Require(!prepared.text().empty());
     return 0;
   }
   std::vector<std::string> messages;
-  MQLONG reason = 0;
-  while ((reason = ReadPlainMessage(run)) == 0 && !run.Finished) messages.push_back(DataInHand(run));
-  Require(reason == 0 || !run.MessageText.empty());
-  if (run.Asked.Plain.WholeFile) {
-    Require(reason == 0 && messages.size() == 1 && messages[0] == file);
+  CurrentMessage current;
+  Result result = reader.Read(current);
+  for (; !result.failed() && !reader.at_end(); result = reader.Read(current)) messages.push_back(DataOf(current));
+  Require(!result.failed() || !result.text().empty());
+  if (asked.WholeFile) {
+    Require(!result.failed() && messages.size() == 1 && messages[0] == file);
     return 0;
   }
-  Cutter cutter(run, file);
+  PlainDelimiters delimiters;
+  Require(!MakePlainDelimiters(asked, delimiters).failed());
+  Cutter cutter(asked, delimiters, file);
   for (const std::string& message : messages) {
     const std::optional<std::string_view> expected = cutter.Next();
     Require(expected.has_value() && message.ends_with(*expected));

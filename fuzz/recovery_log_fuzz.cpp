@@ -18,9 +18,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   while (reason == 0) {
     reason = run.Source->Read(run, nullptr);
     if (reason != 0 || run.Finished) break;
-    DataInHand(run);
+    DataOf(run.Message);
     reason = run.Source->Check(run);
-    if (reason == 0) Require(DataInHand(run).size() == static_cast<std::size_t>(run.Message.ExpectedLength));
+    if (reason == 0) Require(DataOf(run.Message).size() == static_cast<std::size_t>(run.Message.ExpectedLength));
     ++messages;
   }
   EndLogReading(run);

@@ -37,6 +37,15 @@
 #include "mq/output_queues.h"
 #include "options/options.h"
 
+// Plain files may be counted before their messages are taken.
+enum class CountingPass { None, Running, Done };
+
+struct PreliminaryCount {
+  CountingPass Pass = CountingPass::None;
+  int Messages = 0;  // of the file in hand, while it is counted
+  int WithProperties = 0;
+};
+
 struct Parameters {
   Options Asked;
   Console Screen;
@@ -54,7 +63,8 @@ struct Parameters {
   std::optional<OutputQueues> TargetQueues;
   RunFiles Files;
   std::unique_ptr<InputFiles> In = std::make_unique<InputFiles>();
-  std::optional<MessageFileReader> Reader;  // for the time of a transfer
+  std::optional<MessageFileReader> Reader;     // for the time of a transfer
+  std::optional<PlainFileReader> PlainReader;  // the same
   MQLONG Loss = 0;  // the result of a run whose input has lost bytes: what was whole is delivered and committed
   LogState Log;
   WaitState Wait;
@@ -65,7 +75,7 @@ struct Parameters {
   std::int64_t StartTime = 0;  // seconds since 1970: the instant from which ages are counted
   std::int64_t NowCentis = 0;  // the same instant in hundredths of a second
   std::optional<Delay> Pause;
-  PlainFileState Plain;
+  PreliminaryCount Count;
   FailureText MessageText;  // printed once at the end
   CurrentMessage Message;
   std::int64_t MsgsRead = 0, BytesRead = 0, MsgsPut = 0, BytesPut = 0;
@@ -73,7 +83,7 @@ struct Parameters {
   PutState Put;
   AsyncPuts Async;
   RateState Pace;
-  ProgressState Progress;
+  ProgressLine Progress{Screen};
   std::optional<Statistics> Summary;
   GenericState Generic;
   const MessageSource* Source = nullptr;  // set by rooms above the engine; null: queue or file

@@ -3,11 +3,11 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <string>
 
 #include "cmdline/help.h"
+#include "cmdline/open_files.h"
 #include "cmdline/open_inputs.h"
 #include "cmdline/options.h"
 #include "cmdline/outcome_report.h"
@@ -22,9 +22,8 @@
 
 namespace {
 
-constexpr int kPageWithoutTerminal = 500;         // rows
-constexpr int kPageOfUnknownTerminal = 24;        // rows
-constexpr std::size_t kConfirmationAnswer = 711;  // characters
+constexpr int kPageWithoutTerminal = 500;   // rows
+constexpr int kPageOfUnknownTerminal = 24;  // rows
 
 // The first input queue, whose element stands for the input in the transfer; null for other inputs.
 QueueElement* FirstInput(Parameters& run) { return run.Inputs.Elements.empty() ? nullptr : run.Inputs.Elements.data(); }
@@ -99,16 +98,6 @@ MQLONG OpenOutput(Parameters& run) {
   return run.TargetQueues->Open(adaptiveRate);
 }
 
-// Plain files are counted first when there is somebody to look at the count. What is no file can be read only once.
-void DecideCountingFirst(Parameters& run) {
-  if (!run.Asked.Plain.Given || run.Asked.Input.FileName.empty() || run.Asked.Log.Given) return;
-  if (run.Asked.Plain.WholeFile || run.Asked.Plain.NoPreliminaryCount) return;
-  std::error_code error;
-  const auto kind = std::filesystem::status(run.Asked.Input.FileName.c_str(), error).type();
-  const bool onlyOnce = kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::character;
-  if (run.Screen.StdinIsTerminal && !onlyOnce) run.Plain.Pass = CountingPass::Running;
-}
-
 // Whether some step between the get and the target looks at more of a message than its descriptor and its length.
 bool LooksAtData(Parameters& run) {
   if (run.Asked.Selection.LooksAtData() || run.Asked.Output.StripHeaders) return true;
@@ -133,60 +122,23 @@ MQLONG Transfer(Parameters& run, QueueElement* queue) {
   return reason;
 }
 
-// Closes both files; what the output file could not take to the disk is the run's failure if nothing else was.
-MQLONG CloseFiles(Parameters& run, MQLONG result) {
-  EndProgressLine(run, true);
-  run.In->Close();
-  return run.Keep(run.Outputs->changes().Finish({result, run.MessageText}));
-}
-
-// Makes the run forget the messages and files of the counting pass.
-void ForgetCountingPass(Parameters& run) {
-  run.Plain.Pass = CountingPass::Done;
-  run.Finished = false;
-  run.MsgsRead = run.BytesRead = run.UowMsgsRead = run.UowBytesRead = 0;
-  run.Progress.LastPercent = 0;
-  run.In = std::make_unique<InputFiles>(PlanInput(run));
-}
-
-// Counts the messages of a plain file and asks whether to go on. `goOn` is set when the user says so.
-MQLONG CountAndAsk(Parameters& run, bool& goOn) {
-  goOn = false;
-  const MQLONG reason = CloseFiles(run, Transfer(run, nullptr));
-  if (reason != 0 || InterruptSignal() != 0) return reason;
-  if (run.MsgsRead == 0) {
-    run.Screen.Print("No messages were found in the file with those delimiters.\n");
-    return run.Loss;
+// One transfer, from opening what it needs. Returns the reason of the first step that fails.
+MQLONG PerformTransfer(Parameters& run, Outcome& outcome) {
+  if (const MQLONG reason = OpenInput(run); reason != 0) return reason;
+  if (run.Asked.Output.HasQueues()) {
+    if (const MQLONG reason = OpenOutput(run); reason != 0) return reason;
   }
-  run.Screen.Print("Do you want to continue? (y/n)\n");
-  std::string answer;
-  goOn = run.Screen.ReadAnswer(answer, kConfirmationAnswer) && answer.starts_with('y');
-  return 0;
-}
+  if (InterruptSignal() != 0) return 0;  // no file is touched for a run that does nothing
+  run.MessageIndex = -1;
+  if (run.Asked.Input.FileSet && !run.Asked.Log.Given) run.Files.ExpectInputSet(run.Asked.Input.FileName);
+  bool goOn = false;
+  if (const MQLONG reason = OpenRunFiles(run, outcome, goOn); reason != 0 || !goOn) return reason;
+  DecideDescriptorOnly(run);
 
-// The input file and the output file, which a preliminary count only checks and asks about: nothing is touched before
-// the user has agreed to the count.
-MQLONG OpenBoth(Parameters& run) {
-  if (const MQLONG reason = OpenInputFile(run); reason != 0) return reason;
-  const bool counting = run.Plain.Pass == CountingPass::Running;
-  return run.Keep(
-      run.Outputs->Open({.MayAsk = run.Screen.StdinIsTerminal, .OnlyCheck = counting, .Place = run.NextPlace()}));
-}
-
-// Opens the files of the run, counting first where that was decided. `goOn` is cleared when the run ends here.
-MQLONG OpenRunFiles(Parameters& run, Outcome& outcome, bool& goOn) {
-  goOn = false;
-  MQLONG reason = OpenBoth(run);
-  if (reason == 0 && run.MessageText.empty() && run.Plain.Pass == CountingPass::Running) {
-    reason = CountAndAsk(run, goOn);
-    if (reason != 0) return reason;
-    outcome.SkipReport = !goOn;
-    if (!goOn) return 0;
-    ForgetCountingPass(run);
-    reason = OpenBoth(run);
-  }
-  goOn = reason == 0 && run.MessageText.empty();
-  return reason;
+  outcome.ReportEnabled = true;
+  const MQLONG reason = CloseRunFiles(run, Transfer(run, FirstInput(run)));
+  if (reason != 0 && run.MessageIndex < 0) outcome.ReportEnabled = false;
+  return reason != 0 ? reason : run.Loss;
 }
 
 // The steps from the connection to the transfer. Returns the reason of the first one that fails.
@@ -202,24 +154,7 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
     outcome.SkipReport = true;
     return run.Asked.Output.Generic ? GenericUnload(run) : GenericLoad(run);
   }
-
-  if (const MQLONG reason = OpenInput(run); reason != 0) return reason;
-  if (run.Asked.Output.HasQueues()) {
-    if (const MQLONG reason = OpenOutput(run); reason != 0) return reason;
-  }
-  if (InterruptSignal() != 0) return 0;  // no file is touched for a run that does nothing
-  DecideCountingFirst(run);
-  run.MessageIndex = -1;
-  run.In = std::make_unique<InputFiles>(PlanInput(run));
-  if (run.Asked.Input.FileSet && !run.Asked.Log.Given) run.Files.ExpectInputSet(run.Asked.Input.FileName);
-  bool goOn = false;
-  if (const MQLONG reason = OpenRunFiles(run, outcome, goOn); reason != 0 || !goOn) return reason;
-  DecideDescriptorOnly(run);
-
-  outcome.ReportEnabled = true;
-  const MQLONG reason = CloseFiles(run, Transfer(run, FirstInput(run)));
-  if (reason != 0 && run.MessageIndex < 0) outcome.ReportEnabled = false;
-  return reason != 0 ? reason : run.Loss;
+  return PerformTransfer(run, outcome);
 }
 
 // Results that went to standard output have arrived only when their last byte has.

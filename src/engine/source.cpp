@@ -24,18 +24,19 @@ MQLONG UnlessInterrupted(Parameters& run, MQLONG reason) {
 
 MQLONG ReadQueue(Parameters& run, QueueElement* queue) { return GetQueueMessage(run, *queue, false); }
 
-MQLONG PreparePlain(Parameters& run, bool& empty) {
-  if (const MQLONG reason = PreparePlainFile(run); reason != 0) return reason;
-  if (run.Plain.Pass == CountingPass::Running) {
-    empty = true;  // the counting pass transfers nothing
-    return CountPlainFile(run);
-  }
-  run.MsgsRead = 0;
-  return 0;
+// What a preliminary count has told of an input's loss is not told again.
+MQLONG PreparePlain(Parameters& run, bool&) {
+  const bool counted = run.Count.Pass == CountingPass::Done;
+  run.PlainReader.emplace(*run.In, run.Asked.Plain, run.Screen, run.Memory(), counted);
+  return run.Keep(run.PlainReader->Prepare());
 }
 
 // The message stays where the reader has it: in the read buffer of the file.
-MQLONG ReadPlain(Parameters& run, QueueElement*) { return UnlessInterrupted(run, ReadPlainMessage(run)); }
+MQLONG ReadPlain(Parameters& run, QueueElement*) {
+  const MQLONG reason = UnlessInterrupted(run, run.Keep(run.PlainReader->Read(run.Message)));
+  if (run.PlainReader->at_end()) run.Finished = true;
+  return reason;
+}
 
 MQLONG PrepareMessageFile(Parameters& run, bool& empty) {
   const MQLONG reason = UnlessInterrupted(run, run.Keep(run.Reader->StartFile(empty)));

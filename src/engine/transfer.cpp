@@ -23,24 +23,6 @@ bool ShowsInFile(const Options& asked) {
 // Several input queues are read through the queue manager's callbacks. (A recovery log names a queue, but reads none.)
 bool ReadsSeveralQueues(const Parameters& run) { return run.Source == nullptr && run.Inputs.Elements.size() > 1; }
 
-MQLONG CheckOptions(Parameters& run, const QueueElement* queue) {
-  if (queue == nullptr && run.Asked.Output.PassesContext()) {
-    run.MessageText.Format("An input queue must be supplied to pass context");
-    return MQRC_CONTEXT_NOT_AVAILABLE;
-  }
-  if (run.Asked.Output.FileName.empty() && ShowsInFile(run.Asked)) {
-    run.MessageText.Format("Display options require an output file");
-    return MQRC_OPTIONS_ERROR;
-  }
-  const bool writesFile = run.Asked.Output.HasFile() && !run.Outputs->IsNull();
-  if (queue != nullptr && run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0 && writesFile &&
-      MayLoseBytes(run.Asked.Layout)) {
-    run.MessageText.Format("Without units of work (-t0) no message can be kept from a layout that loses some of it");
-    return MQRC_OPTIONS_ERROR;
-  }
-  return 0;
-}
-
 bool HasTarget(const Parameters& run) { return run.TargetQueues || !run.Asked.Output.FileName.empty(); }
 
 MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* queue, bool terminal) {
@@ -53,7 +35,7 @@ MQLONG ReadMessages(Parameters& run, const MessageSource& source, QueueElement* 
       bool ended = false;
       if (const MQLONG reason = PaceMessage(run, ended); reason != 0 || ended) return reason;
     }
-    if (run.Progress.Total != 0) ShowProgress(run, terminal);
+    run.Progress.Show();
   }
   return 0;
 }
@@ -151,16 +133,40 @@ MQLONG DeliverMessage(Parameters& run, QueueElement* queue, bool terminal) {
 
 }  // namespace
 
+MQLONG CheckTransfer(Parameters& run, const QueueElement* queue) {
+  if (queue == nullptr && run.Asked.Output.PassesContext()) {
+    run.MessageText.Format("An input queue must be supplied to pass context");
+    return MQRC_CONTEXT_NOT_AVAILABLE;
+  }
+  if (run.Asked.Output.FileName.empty() && ShowsInFile(run.Asked)) {
+    run.MessageText.Format("Display options require an output file");
+    return MQRC_OPTIONS_ERROR;
+  }
+  const bool writesFile = run.Asked.Output.HasFile() && !run.Outputs->IsNull();
+  if (queue != nullptr && run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0 && writesFile &&
+      MayLoseBytes(run.Asked.Layout)) {
+    run.MessageText.Format("Without units of work (-t0) no message can be kept from a layout that loses some of it");
+    return MQRC_OPTIONS_ERROR;
+  }
+  const bool readsPlain = queue == nullptr && run.Source == nullptr && run.Asked.Plain.Given;
+  if (readsPlain && !run.Asked.Output.OwnContext()) {
+    run.MessageText.Format("A non-TARVO file should be loaded with either DEFAULT or NO context.\n");
+    return MQRCCF_PARM_VALUE_ERROR;
+  }
+  return 0;
+}
+
 MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal) {
   if (queue == nullptr && ReadsSeveralQueues(run)) queue = &run.Inputs.Elements.front();
   run.Uow = {};
   run.Chosen.emplace(run.Asked.Selection, run.Asked.Display.TraceTimes ? &run.Screen : nullptr);
   run.Loss = 0;
-  MQLONG result = CheckOptions(run, queue);
+  MQLONG result = CheckTransfer(run, queue);
   if (result == 0) {
     result = EndUnit(run, Transfer(run, queue, terminal));
     run.Message.Buffer.Release();
-    ReleasePlainBuffers(run);
+    if (run.PlainReader) run.Loss = run.PlainReader->loss();
+    run.PlainReader.reset();
     if (run.Reader && run.Reader->loss() != 0) run.Loss = run.Reader->loss();
     run.Reader.reset();
   }

@@ -9,6 +9,9 @@
 struct Parameters;
 struct QueueElement;
 
+// Refuses options that do not go together in a transfer; `queue` as below. Returns 0, or a reason with MessageText.
+MQLONG CheckTransfer(Parameters& run, const QueueElement* queue);
+
 // Runs the transfer. `queue` is the input queue, or null for file and log input (and for several input queues, which
 // the consumer reads). `terminal`: standard input is a terminal. Returns 0 or the reason of the first failing step,
 // with its text in MessageText; the counters, Finished and RolledBack tell the rest.

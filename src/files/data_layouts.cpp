@@ -154,6 +154,13 @@ std::int64_t LongestAroundHex(LineForm form) {
   return kAroundHex + (form.Columns ? kAroundColumn + 2 * static_cast<std::int64_t>(form.Width) : 0);
 }
 
+// Bytes of the line end that the data begins with, if it does: one, or two that are different.
+std::size_t LineEndLength(DataBytes data) {
+  const auto isLineEnd = [](MQBYTE byte) { return byte == '\n' || byte == '\r'; };
+  if (data.empty() || !isLineEnd(data[0])) return 0;
+  return data.size() > 1 && isLineEnd(data[1]) && data[1] != data[0] ? 2 : 1;
+}
+
 }  // namespace
 
 DataLayout LayoutOf(const LayoutOptions& options) {
@@ -205,26 +212,20 @@ bool WriteRuns(OutputFile& out, DataBytes data, DataLayout layout, LineForm form
 }
 
 bool WriteTextLines(OutputFile& out, DataBytes data, LineForm form, bool& exact) {
-  const auto isLineEnd = [](MQBYTE byte) { return byte == '\n' || byte == '\r'; };
   bool first = true;
   exact = true;
   do {
     const DataBytes text = Head(data, RunLength<true>(data, kPrintable));
-    const bool wanted = !text.empty() || first || isLineEnd(data.front());
+    const bool wanted = !text.empty() || first || LineEndLength(data) != 0;
     if (wanted && !AppendTextLine(out, text)) return false;
     first = false;
     data = data.subspan(text.size());
-    const bool lineFeed = !data.empty() && data.front() == '\n' && (data.size() == 1 || data[1] != '\r');
+    const std::size_t lineEnd = LineEndLength(data);
+    const bool lineFeed = lineEnd == 1 && data.front() == '\n';
     exact = exact && (!wanted || lineFeed);
-    if (data.empty()) return true;
-    if (isLineEnd(data.front())) {
-      const MQBYTE other = data.front() == '\n' ? '\r' : '\n';
-      data = data.subspan(data.size() > 1 && data[1] == other ? 2 : 1);
-    } else {
-      const DataBytes bytes = Head(data, RunLength<false>(data, kPrintable));
-      if (!WriteHexLines(out, bytes, form)) return false;
-      data = data.subspan(bytes.size());
-    }
+    const DataBytes behind = Head(data, lineEnd != 0 ? lineEnd : RunLength<false>(data, kPrintable));
+    if (lineEnd == 0 && !behind.empty() && !WriteHexLines(out, behind, form)) return false;
+    data = data.subspan(behind.size());
   } while (!data.empty());
   return true;
 }

@@ -86,21 +86,24 @@ Result UnknownAttribute(const LineReader& lines, std::string_view name) {
                                              name.data(), lines.number(), lines.file_name())};
 }
 
+// One name and its value. `kind` is that of the last token: no text at the end of the section or of the file.
+Result ReadDescriptorField(LineReader& lines, DumpTokens& tokens, MQMD& descriptor, Token& kind) {
+  std::string_view text;
+  if (Result result = tokens.Next(kind, text); result.failed() || kind != Token::Text) return result;
+  const DescriptorField* const field = FindByLongName(text);
+  if (field == nullptr) return UnknownAttribute(lines, text);
+  if (Result result = tokens.Next(kind, text); result.failed() || kind == Token::EndOfFile) return result;
+  if (kind == Token::EndOfSection) return lines.Refuse("Unexpected end of section on");
+  return StoreDumpValue(lines, descriptor, *field, text);
+}
+
 Result ReadDescriptorSection(LineReader& lines, MQMD& descriptor, bool& end) {
   DumpTokens tokens(lines);
-  for (;;) {
-    Token kind{};
-    std::string_view text;
-    if (Result result = tokens.Next(kind, text); result.failed()) return result;
-    if (kind == Token::EndOfFile) return UnexpectedEnd(lines, end);
-    if (kind == Token::EndOfSection) return {};
-    const DescriptorField* const field = FindByLongName(text);
-    if (field == nullptr) return UnknownAttribute(lines, text);
-    if (Result result = tokens.Next(kind, text); result.failed()) return result;
-    if (kind == Token::EndOfFile) return UnexpectedEnd(lines, end);
-    if (kind == Token::EndOfSection) return lines.Refuse("Unexpected end of section on");
-    if (Result result = StoreDumpValue(lines, descriptor, *field, text); result.failed()) return result;
+  Token kind = Token::Text;
+  while (kind == Token::Text) {
+    if (Result result = ReadDescriptorField(lines, tokens, descriptor, kind); result.failed()) return result;
   }
+  return kind == Token::EndOfFile ? UnexpectedEnd(lines, end) : Result();
 }
 
 // Appends the digits behind the first colon of a line; other lines have none.

@@ -55,3 +55,11 @@ void InputFiles::Close() {
   reached_ = 0;
   file_.Close();
 }
+
+InputFiles::Plan PlanInput(const OutputOptions& output, RunFiles& files) {
+  InputFiles::Plan plan;
+  plan.Mode = AccessMode(output, 'r');
+  plan.ShowsMode = output.AccessMode.has_value();
+  plan.Files = &files;
+  return plan;
+}

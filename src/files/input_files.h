@@ -11,6 +11,7 @@
 #include "common/text.h"
 #include "files/run_files.h"
 #include "files/streams.h"
+#include "options/options.h"
 
 class InputFiles {
  public:
@@ -60,3 +61,6 @@ class InputFiles {
   std::int64_t reached_ = 0;
   std::int64_t finished_ = 0;  // bytes of the files of a list that are closed
 };
+
+// How the input files of a run are opened, whatever they are called.
+InputFiles::Plan PlanInput(const OutputOptions& output, RunFiles& files);

@@ -68,6 +68,14 @@ Result LineReader::Refuse(const char* what) const {
   return {MQRC_FILE_SYSTEM_ERROR, FormatText("%s line %" PRId64 " of file '%s'", what, number_, file_name())};
 }
 
+// Whether a line is to become current. An empty one ends a message.
+bool LineReader::Counts(std::string_view line) {
+  if (!line.empty()) return commentsCount_ || line.front() != '*';
+  if (!passedEmptyLine_) behindLine_ = in_.consumed();
+  passedEmptyLine_ = true;
+  return false;
+}
+
 Result LineReader::Next() {
   passedEmptyLine_ = false;
   behindLine_ = in_.consumed();
@@ -82,12 +90,7 @@ Result LineReader::Next() {
       return {};
     }
     line = WithoutLineEnd(line);
-    if (line.empty()) {
-      if (!passedEmptyLine_) behindLine_ = in_.consumed();
-      passedEmptyLine_ = true;
-      continue;
-    }
-    if (line.front() == '*' && !commentsCount_) continue;
+    if (!Counts(line)) continue;
     Line = line;
     return {};
   }

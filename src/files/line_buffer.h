@@ -56,6 +56,7 @@ class LineReader {
   Result Refuse(const char* what) const;
 
  private:
+  bool Counts(std::string_view line);
   void Grant(std::string_view line);
   Result NoStorage(std::size_t bytes) const;
   Result ReadFailed() const;

@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "cmdline/parameters.h"
 #include "files/reader.h"
 #include "files/writer.h"
 #include "platform/test_folder.h"

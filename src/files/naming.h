@@ -1,17 +1,14 @@
 #pragma once
 
-// File names from templates, opening input files, walking through sets of them.
+// File names from templates, and what is said of a file that can not be had.
 
 #include <ctime>
 #include <string>
 #include <string_view>
 
 #include "common/result.h"
-#include "files/input_files.h"
 #include "mq/mqi.h"
 #include "options/options.h"
-
-struct Parameters;
 
 // What the files of a queue in a generic run are called.
 struct QueueFileNames {
@@ -42,9 +39,3 @@ Result NameTooLong(const std::string& name);
 Result CanNotOpen(const char* side, const std::string& name, const std::string& mode, int error);
 // The stream mode of one side ('r' or 'w'): its letter first, then what -a adds. An 'a' makes the output append.
 std::string AccessMode(const OutputOptions& options, char side);
-
-// The input files that the user asked for by their template.
-InputFiles::Plan PlanInput(Parameters& run);
-// Opens the next of them, when a template exists and none is open. Returns 0, or MQRC_FILE_SYSTEM_ERROR with
-// MessageText.
-MQLONG OpenInputFile(Parameters& run);

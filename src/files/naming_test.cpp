@@ -1,10 +1,10 @@
 #include "files/naming.h"
 
+#include <gtest/gtest.h>
+
 #include <ctime>
 
-#include "cmdline/parameters.h"
 #include "files/progress.h"
-#include "platform/test_folder.h"
 
 namespace {
 
@@ -50,46 +50,34 @@ TEST(Template, ExpandsItsInserts) {
   for (const auto& c : cases) EXPECT_EQ(ExpandTemplate(c.Template, c.Values), c.Name) << c.Template;
 }
 
-class Progress : public testing::Test {
- protected:
-  Progress() {
-    run.Screen.StdinIsTerminal = true;
-    run.Asked.Input.FileName = "in.txt";
-    testing::internal::CaptureStderr();
-  }
-  Parameters run;
-};
+std::time_t now;
 
-TEST_F(Progress, LineOnATerminal) {
-  StartProgressLine(run, 1000, "in.txt");
-  run.In->Reached(250);
-  ShowProgress(run, true);  // drawn once a second at most
-  run.Progress.StartTime -= 10;
-  run.Progress.LastTime -= 10;
-  ShowProgress(run, true);
-  run.In->Reached(5000);
-  run.Progress.LastTime -= 1;
-  ShowProgress(run, true);
-  EndProgressLine(run, true);
-  const std::string shown = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(shown.substr(0, 25), "\nLoading 'in.txt' :  0%\b\b");
-  EXPECT_NE(shown.find(": 25%  ETA:3"), std::string::npos) << shown;
-  EXPECT_NE(shown.find(": 99%  ETA:0 secs"), std::string::npos) << shown;
-  EXPECT_EQ(shown.back(), '\n');
-  EXPECT_FALSE(run.Progress.Active);
-}
+std::time_t Now(std::time_t*) { return now; }
 
-TEST_F(Progress, NothingIsDividedByAnEmptyFileOrAStart) {
-  StartProgressLine(run, 0, "in.txt");
-  run.Progress.LastPercent = 50;
-  run.Progress.LastTime -= 1;
-  ShowProgress(run, true);
-  StartProgressLine(run, 1000, "in.txt");
-  run.Progress.LastPercent = 50;
-  run.Progress.LastTime -= 1;
-  ShowProgress(run, true);  // back at 0 %: no time left can be told
-  const std::string shown = testing::internal::GetCapturedStderr();
-  EXPECT_TRUE(shown.ends_with(":  0%")) << shown;
+TEST(Progress, LineOnATerminal) {
+  Console screen;
+  screen.StdinIsTerminal = true;
+  ProgressLine line(screen, Now);
+  std::int64_t done = 250;
+  testing::internal::CaptureStderr();
+  line.Start(0, "empty", {});  // nothing is shown, nor divided
+  line.Show();
+  line.End(false);
+  line.Start(1000, "in.txt", [&done] { return done; });
+  line.Show();  // drawn once a second at most
+  now += 10;
+  line.Show();
+  done = 5000;
+  ++now;
+  line.Show();
+  done = 0;
+  ++now;
+  line.Show();  // back at 0 %: no time left can be told
+  line.End(true, ": 3 messages found");
+  line.End(true);
+  std::string texts = testing::internal::GetCapturedStderr();
+  std::erase(texts, '\b');
+  EXPECT_EQ(texts, "\nLoading 'in.txt' :  0%: 25%  ETA:30 secs: 99%  ETA:0 secs :  0%            : 3 messages found\n");
 }
 
 }  // namespace

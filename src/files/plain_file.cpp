@@ -5,12 +5,6 @@
 #include <cinttypes>
 #include <cstring>
 
-#include "cmdline/parameters.h"
-#include "common/console.h"
-#include "files/naming.h"
-#include "files/progress.h"
-#include "platform/interrupt.h"
-
 namespace {
 
 constexpr std::int64_t kLargestWholeFile = 999999999;
@@ -19,27 +13,10 @@ constexpr std::size_t kPropertiesUnit = 1024;
 constexpr std::size_t kPropertiesHeader = sizeof(MQRFH2) + sizeof(MQLONG);
 static_assert(kPropertiesHeader == 36 + 4);
 
-// Part of the input, as offsets in the file.
-struct Span {
-  std::int64_t From = 0;
-  std::int64_t To = 0;
-  std::size_t Length() const { return static_cast<std::size_t>(To - From); }
-};
-
-// A message as it lies in the file: with its delimiters and without.
-struct MessageCut {
-  Span Outer, Inner;
-  bool HasProperties = false;
-  Span OuterProperties, InnerProperties;
-};
-
 std::int64_t LengthOf(const DelimiterRule& rule) { return static_cast<std::int64_t>(rule.Bytes.size()); }
 
-bool Counting(const Parameters& run) { return run.Plain.Pass == CountingPass::Running; }
-
 // Makes the bytes the message in hand, with the default descriptor.
-void HandOver(Parameters& run, const char (&format)[9], char* data, std::size_t length) {
-  CurrentMessage& message = run.Message;
+void HandOver(CurrentMessage& message, const char (&format)[9], char* data, std::size_t length) {
   message.Descriptor = MQMD{};
   std::memcpy(message.Descriptor.Format, format, sizeof message.Descriptor.Format);
   message.Data = reinterpret_cast<MQBYTE*>(data);
@@ -47,103 +24,27 @@ void HandOver(Parameters& run, const char (&format)[9], char* data, std::size_t 
   message.Delivered = message.Length;
 }
 
-// Where the next message starts; sets Finished when none does. Text in front of it is skipped without a word.
-MQLONG FindStart(Parameters& run, MessageCut& cut) {
-  PlainFileState& plain = run.Plain;
-  PlainInput& input = plain.Input;
-  const DelimiterRule& rule = plain.Delimiters.StartMessage;
-  if (rule.Bytes.empty()) {
-    while (input.Position == input.End() && !input.Ended) {
-      if (const MQLONG reason = FillPlainInput(run, input.Position); reason != 0) return reason;
-    }
-    if (input.Position == input.End()) run.Finished = true;
-    cut.Outer.From = cut.Inner.From = input.Position;
-    return 0;
-  }
-  DelimiterScan scan(rule, ScanMode::Start, input.Position, plain.Brackets);
-  // Properties stand before the message.
-  const std::int64_t keep = plain.Delimiters.StartProperty.Bytes.empty() ? -1 : input.Position;
-  ScanResult result;
-  if (const MQLONG reason = RunScan(run, scan, keep, result); reason != 0) return reason;
-  if (result != ScanResult::Found) return DropTail(run);
-  cut.Outer.From = scan.Found;
-  cut.Inner.From = scan.Found + LengthOf(rule);
-  return 0;
-}
-
-// The block of properties between the last message and the start of this one, if there is one.
-MQLONG FindProperties(Parameters& run, MessageCut& cut) {
-  PlainFileState& plain = run.Plain;
-  const DelimiterRule& startRule = plain.Delimiters.StartProperty;
-  const DelimiterRule& endRule = plain.Delimiters.EndProperty;
-  if (startRule.Bytes.empty()) return 0;
-  const std::int64_t keep = plain.Input.Position;
-  ScanResult result;
-  DelimiterScan start(startRule, ScanMode::Start, keep, plain.Brackets);
-  start.Limit = cut.Outer.From;
-  if (const MQLONG reason = RunScan(run, start, keep, result); reason != 0) return reason;
-  if (result != ScanResult::Found) return 0;
-
-  // The brackets of the start delimiter may be closed by the end delimiter.
-  DelimiterScan end(endRule, ScanMode::End, start.Found, plain.Brackets);
-  end.CandidatesFrom = start.Found + LengthOf(startRule);
-  end.Limit = cut.Outer.From;
-  if (const MQLONG reason = RunScan(run, end, keep, result); reason != 0) return reason;
-  if (result != ScanResult::Found) {
-    run.MessageText.Format("Missing end property delimiter '%.*s' .\n", static_cast<int>(endRule.Bytes.size()),
-                           endRule.Bytes.c_str());
-    return MQRC_FILE_SYSTEM_ERROR;
-  }
-  cut.HasProperties = true;
-  cut.OuterProperties = {start.Found, end.Found + LengthOf(endRule)};
-  cut.InnerProperties = {start.Found + LengthOf(startRule), end.Found};
-  return 0;
-}
-
-// Where the message ends; sets Finished when it has no end and is dropped.
-MQLONG FindEnd(Parameters& run, MessageCut& cut) {
-  PlainFileState& plain = run.Plain;
-  PlainInput& input = plain.Input;
-  const DelimiterRule& rule = plain.Delimiters.EndMessage;
-  const std::int64_t from = cut.HasProperties ? cut.OuterProperties.From : cut.Outer.From;
-  DelimiterScan scan(rule, ScanMode::End, cut.Inner.From, plain.Brackets);
-  ScanResult result;
-  if (const MQLONG reason = RunScan(run, scan, from, result); reason != 0) return reason;
-  if (result == ScanResult::Found) {
-    cut.Inner.To = scan.Found;
-    cut.Outer.To = scan.Found + LengthOf(rule);
-  } else if (result == ScanResult::NeedsData && rule.Bytes == "\n" && scan.Balanced() && cut.Inner.From < input.End()) {
-    cut.Inner.To = cut.Outer.To = input.End();  // a last line needs no line end
-  } else {
-    return DropTail(run);
-  }
-  input.TailAt = -1;
-  input.Position = cut.Outer.To;
-  return 0;
+// How much of property text belongs together at its start: a tag, quoted text, or one character.
+std::size_t TokenLength(std::string_view text) {
+  const char c = text[0];
+  if (c != '<' && c != '"' && c != '\'') return 1;
+  const std::size_t last = text.find(c == '<' ? '>' : c, 1);
+  return last == std::string_view::npos ? text.size() : last + 1;
 }
 
 // Copies property text without the white space around tags; quoted text and what is inside a tag stay as they are.
 // Returns the end of the copy.
 char* CompactProperties(std::string_view text, char* out) {
   char* const first = out;
-  bool skipping = true;
+  bool behindTag = true;
   while (!text.empty()) {
-    const char c = text[0];
-    std::size_t taken = 1;
-    if (skipping && IsBlank(c)) {
+    if (behindTag && IsBlank(text[0])) {
       text.remove_prefix(1);
       continue;
     }
-    skipping = false;
-    if (c == '<') {
-      while (out != first && IsBlank(out[-1])) --out;
-      taken = text.find('>');
-      skipping = taken != std::string_view::npos;
-      taken = skipping ? taken + 1 : text.size();
-    } else if (c == '"' || c == '\'') {
-      taken = text.find(c, 1);
-      taken = taken == std::string_view::npos ? text.size() : taken + 1;
-    }
+    behindTag = text[0] == '<';
+    while (behindTag && out != first && IsBlank(out[-1])) --out;
+    const std::size_t taken = TokenLength(text);
     std::memcpy(out, text.data(), taken);
     out += taken;
     text.remove_prefix(taken);
@@ -153,20 +54,154 @@ char* CompactProperties(std::string_view text, char* out) {
 
 std::size_t RoundUp(std::size_t value, std::size_t unit) { return (value + unit - 1) / unit * unit; }
 
+// Reads the rest of the file, which is `size` bytes long as far as is known, and tells how much that was.
+Result ReadAll(InputFile& in, std::int64_t size, MessageBuffer& buffer, std::size_t& held) {
+  // One byte more than the size tells a file that has grown since.
+  std::size_t wanted = static_cast<std::size_t>(size) + 1;
+  for (held = 0;;) {
+    if (size > kLargestWholeFile || held > kLargestWholeFile) {
+      return {MQRC_FILE_SYSTEM_ERROR,
+              FormatText("File is too large at %" PRId64 " bytes\n", std::max(size, static_cast<std::int64_t>(held)))};
+    }
+    if (wanted > buffer.size() && buffer.Grow(wanted).failed()) {
+      return {MQRC_STORAGE_NOT_AVAILABLE,
+              FormatText("Failed to allocate storage of %" PRId64 " bytes.\n", static_cast<std::int64_t>(wanted))};
+    }
+    const std::size_t read = in.Read(buffer.data() + held, buffer.size() - held);
+    if (read == 0) return in.error() != 0 ? ReadFailed(in) : Result();
+    held += read;
+    if (held == buffer.size()) wanted = 2 * held;
+  }
+}
+
+}  // namespace
+
+// Where the next message starts. Text in front of it is skipped without a word.
+Result PlainFileReader::FindStart(Cut& cut) {
+  const DelimiterRule& rule = delimiters_.StartMessage;
+  if (rule.Bytes.empty()) {
+    while (input_.position() == input_.end() && !input_.ended()) {
+      if (Result filled = input_.Fill(input_.position()); filled.failed()) return filled;
+    }
+    cut.End = input_.position() == input_.end();
+    cut.Outer.From = cut.Inner.From = input_.position();
+    return {};
+  }
+  DelimiterScan scan(rule, ScanMode::Start, input_.position(), brackets_);
+  // Properties stand before the message.
+  const std::int64_t keep = delimiters_.StartProperty.Bytes.empty() ? -1 : input_.position();
+  ScanResult found;
+  if (Result result = input_.Run(scan, keep, found); result.failed()) return result;
+  if (found != ScanResult::Found) return DropTail(cut);
+  cut.Outer.From = scan.Found;
+  cut.Inner.From = scan.Found + LengthOf(rule);
+  return {};
+}
+
+// The block of properties between the last message and the start of this one, if there is one.
+Result PlainFileReader::FindProperties(Cut& cut) {
+  const DelimiterRule& startRule = delimiters_.StartProperty;
+  const DelimiterRule& endRule = delimiters_.EndProperty;
+  if (startRule.Bytes.empty()) return {};
+  const std::int64_t keep = input_.position();
+  ScanResult found;
+  DelimiterScan start(startRule, ScanMode::Start, keep, brackets_);
+  start.Limit = cut.Outer.From;
+  if (Result result = input_.Run(start, keep, found); result.failed()) return result;
+  if (found != ScanResult::Found) return {};
+
+  // The brackets of the start delimiter may be closed by the end delimiter.
+  DelimiterScan end(endRule, ScanMode::End, start.Found, brackets_);
+  end.CandidatesFrom = start.Found + LengthOf(startRule);
+  end.Limit = cut.Outer.From;
+  if (Result result = input_.Run(end, keep, found); result.failed()) return result;
+  if (found != ScanResult::Found) {
+    return {MQRC_FILE_SYSTEM_ERROR, FormatText("Missing end property delimiter '%.*s' .\n",
+                                               static_cast<int>(endRule.Bytes.size()), endRule.Bytes.c_str())};
+  }
+  cut.HasProperties = true;
+  cut.OuterProperties = {start.Found, end.Found + LengthOf(endRule)};
+  cut.InnerProperties = {start.Found + LengthOf(startRule), end.Found};
+  return {};
+}
+
+// Where the message ends; one that has no end is dropped.
+Result PlainFileReader::FindEnd(Cut& cut) {
+  const DelimiterRule& rule = delimiters_.EndMessage;
+  const std::int64_t from = cut.HasProperties ? cut.OuterProperties.From : cut.Outer.From;
+  DelimiterScan scan(rule, ScanMode::End, cut.Inner.From, brackets_);
+  ScanResult found;
+  if (Result result = input_.Run(scan, from, found); result.failed()) return result;
+  if (found == ScanResult::Found) {
+    cut.Inner.To = scan.Found;
+    cut.Outer.To = scan.Found + LengthOf(rule);
+  } else if (found == ScanResult::NeedsData && rule.Bytes == "\n" && scan.Balanced() && cut.Inner.From < input_.end()) {
+    cut.Inner.To = cut.Outer.To = input_.end();  // a last line needs no line end
+  } else {
+    return DropTail(cut);
+  }
+  input_.TakeTo(cut.Outer.To);
+  return {};
+}
+
+// Ends a file in which no further message was found: what is left of it, unless it is blank, is the run's loss.
+Result PlainFileReader::DropTail(Cut& cut) {
+  PlainTail tail;
+  if (Result result = input_.TakeRest(tail); result.failed()) return result;
+  cut.End = true;
+  if (tail.Bytes == 0) return {};
+  loss_ = MQRC_FILE_SYSTEM_ERROR;
+  if (tellsLoss_) {
+    screen_.Print("%" PRId64 " byte%s at the end of file '%s', from line %" PRId64
+                  " on, not taken: no end of message found\n",
+                  tail.Bytes, tail.Bytes == 1 ? "" : "s", files_.Name(), tail.Line);
+  }
+  return {};
+}
+
+Result PlainFileReader::FindInFile(Cut& cut) {
+  cut = {};
+  cut.End = !files_.File().is_open();
+  for (const auto step : {&PlainFileReader::FindStart, &PlainFileReader::FindProperties, &PlainFileReader::FindEnd}) {
+    if (cut.End) return {};
+    Result result = (this->*step)(cut);
+    files_.Reached(input_.position());
+    if (result.failed()) return result;
+  }
+  return {};
+}
+
+// Goes on with the next file of a set.
+Result PlainFileReader::EndFile() {
+  atEnd_ = !files_.IsSet();
+  if (atEnd_) return {};
+  files_.Close();
+  input_.StartFile();
+  Result opened = files_.OpenNext();
+  atEnd_ = opened.failed();
+  return opened.text().empty() ? Result() : std::move(opened);  // without a text the set has come to its end
+}
+
+Result PlainFileReader::Find(Cut& cut) {
+  for (;;) {
+    if (Result result = FindInFile(cut); result.failed() || !cut.End) return result;
+    if (Result result = EndFile(); result.failed() || atEnd_) return result;
+  }
+}
+
 // The message with its properties in an MQRFH2 header before the data.
-MQLONG BuildWithProperties(Parameters& run, Span properties, Span data) {
-  PlainInput& input = run.Plain.Input;
-  TrackedBlock& block = run.Plain.Properties;
+Result PlainFileReader::BuildWithProperties(CurrentMessage& message, Span properties, Span data) {
   const std::size_t size = kPropertiesHeader + RoundUp(properties.Length(), sizeof(MQLONG)) + data.Length();
-  if (size > INT32_MAX || !block.Grow(RoundUp(size, kPropertiesUnit), 0)) {
-    run.Screen.Print("Can not allocate buffer for message and properties (%" PRId64 ")\n",
-                     static_cast<std::int64_t>(size));
+  if (size > INT32_MAX || !properties_.Grow(RoundUp(size, kPropertiesUnit), 0)) {
+    screen_.Print("Can not allocate buffer for message and properties (%" PRId64 ")\n",
+                  static_cast<std::int64_t>(size));
     return MQRC_STORAGE_NOT_AVAILABLE;
   }
-  const std::string_view text(input.At(properties.From), properties.Length());
-  char* const first = block.data() + kPropertiesHeader;
+  const std::string_view text(input_.At(properties.From), properties.Length());
+  char* const block = properties_.data();
+  char* const first = block + kPropertiesHeader;
   char* last;
-  if (run.Asked.Plain.KeepPropWhitespace) {
+  if (asked_.KeepPropWhitespace) {
     std::memcpy(first, text.data(), text.size());
     last = first + text.size();
   } else {
@@ -178,125 +213,50 @@ MQLONG BuildWithProperties(Parameters& run, Span properties, Span data) {
   MQRFH2 header;
   header.StrucLength = static_cast<MQLONG>(kPropertiesHeader + length);
   std::memcpy(header.Format, MQFMT_STRING, sizeof header.Format);
-  std::memcpy(block.data(), &header, sizeof header);
+  std::memcpy(block, &header, sizeof header);
   const auto nameValueLength = static_cast<MQLONG>(length);
-  std::memcpy(block.data() + sizeof header, &nameValueLength, sizeof nameValueLength);
-  std::memcpy(first + length, input.At(data.From), data.Length());
-  HandOver(run, MQFMT_RF_HEADER_2, block.data(), kPropertiesHeader + length + data.Length());
-  return 0;
+  std::memcpy(block + sizeof header, &nameValueLength, sizeof nameValueLength);
+  std::memcpy(first + length, input_.At(data.From), data.Length());
+  HandOver(message, MQFMT_RF_HEADER_2, block, kPropertiesHeader + length + data.Length());
+  return {};
 }
 
-}  // namespace
-
-MQLONG ReadDelimitedMessage(Parameters& run) {
-  PlainInput& input = run.Plain.Input;
-  if (!run.In->File().is_open()) {
-    run.Finished = true;
-    return 0;
-  }
-  MessageCut cut;
-  for (const auto step : {FindStart, FindProperties, FindEnd}) {
-    const MQLONG reason = step(run, cut);
-    run.In->Reached(input.Position);
-    if (reason != 0 || run.Finished) return reason;
-  }
-  if (Counting(run)) {
-    if (cut.HasProperties) ++run.Plain.MessagesWithProperties;
-    return 0;
-  }
-  const Span data = run.Asked.Plain.IncludeMsgDelims ? cut.Outer : cut.Inner;
-  if (cut.HasProperties) {
-    const bool include = run.Asked.Plain.IncludePropDelims;
-    return BuildWithProperties(run, include ? cut.OuterProperties : cut.InnerProperties, data);
-  }
-  if (data.Length() > INT32_MAX) return NoMessageStorage(run, static_cast<std::int64_t>(data.Length()));
-  HandOver(run, MQFMT_STRING, input.At(data.From), data.Length());
-  return 0;
-}
-
-MQLONG ReadWholeFile(Parameters& run) {
-  InputFile& in = run.In->File();
+Result PlainFileReader::ReadWholeFile(CurrentMessage& message) {
+  InputFile& in = files_.File();
   if (!in.is_open()) {
-    run.Finished = true;
-    return 0;
+    if (Result result = EndFile(); result.failed() || atEnd_) return result;
   }
   errno = 0;
   const std::int64_t size = in.Size();
   if (size < 0) {
-    run.MessageText.Format("Failed to find the length of the input file RC(%d)\n", errno != 0 ? errno : ESPIPE);
-    return MQRC_FILE_SYSTEM_ERROR;
+    return {MQRC_FILE_SYSTEM_ERROR,
+            FormatText("Failed to find the length of the input file RC(%d)\n", errno != 0 ? errno : ESPIPE)};
   }
-  MessageBuffer& buffer = run.Message.Buffer;
-  // One byte more than the size tells a file that has grown since.
-  std::size_t wanted = static_cast<std::size_t>(size) + 1;
   std::size_t held = 0;
-  for (;;) {
-    if (size > kLargestWholeFile || held > kLargestWholeFile) {
-      run.MessageText.Format("File is too large at %" PRId64 " bytes\n",
-                             std::max(size, static_cast<std::int64_t>(held)));
-      return MQRC_FILE_SYSTEM_ERROR;
-    }
-    if (wanted > buffer.size() && buffer.Grow(wanted).failed()) {
-      run.MessageText.Format("Failed to allocate storage of %" PRId64 " bytes.\n", static_cast<std::int64_t>(wanted));
-      return MQRC_STORAGE_NOT_AVAILABLE;
-    }
-    const std::size_t read = in.Read(buffer.data() + held, buffer.size() - held);
-    if (read == 0) break;
-    held += read;
-    if (held == buffer.size()) wanted = 2 * held;
-  }
-  if (in.error() != 0) return ReadError(run);
-  run.In->Reached(static_cast<std::int64_t>(held));
-  run.In->Close();
-  HandOver(run, MQFMT_STRING, reinterpret_cast<char*>(buffer.data()), held);
-  return 0;
+  if (Result result = ReadAll(in, size, message.Buffer, held); result.failed()) return result;
+  files_.Reached(static_cast<std::int64_t>(held));
+  files_.Close();
+  HandOver(message, MQFMT_STRING, reinterpret_cast<char*>(message.Buffer.data()), held);
+  return {};
 }
 
-MQLONG PreparePlainFile(Parameters& run) {
-  ResetPlainInput(run.Plain.Input);
-  if (!run.Asked.Output.OwnContext()) {
-    run.MessageText.Format("A non-TARVO file should be loaded with either DEFAULT or NO context.\n");
-    return MQRCCF_PARM_VALUE_ERROR;
+Result PlainFileReader::Read(CurrentMessage& message) {
+  if (asked_.WholeFile) return ReadWholeFile(message);
+  Cut cut;
+  if (Result result = Find(cut); result.failed() || cut.End) return result;
+  const Span data = asked_.IncludeMsgDelims ? cut.Outer : cut.Inner;
+  if (cut.HasProperties) {
+    const bool include = asked_.IncludePropDelims;
+    return BuildWithProperties(message, include ? cut.OuterProperties : cut.InnerProperties, data);
   }
-  return run.Keep(MakePlainDelimiters(run.Asked.Plain, run.Plain.Delimiters));
+  if (data.Length() > INT32_MAX) return NoMessageStorage(static_cast<std::int64_t>(data.Length()));
+  HandOver(message, MQFMT_STRING, input_.At(data.From), data.Length());
+  return {};
 }
 
-MQLONG ReadPlainMessage(Parameters& run) {
-  for (;;) {
-    const MQLONG reason = run.Asked.Plain.WholeFile ? ReadWholeFile(run) : ReadDelimitedMessage(run);
-    if (reason != 0 || !run.Finished || !run.In->IsSet()) return reason;
-    if (run.In->File().is_open()) run.In->Close();
-    ResetPlainInput(run.Plain.Input);
-    if (const Result opened = run.In->OpenNext(); opened.failed()) {
-      return opened.text().empty() ? 0 : run.Keep(opened);  // without a text the set has come to its end
-    }
-    run.Finished = false;
-  }
-}
-
-MQLONG CountPlainFile(Parameters& run) {
-  MQLONG reason = ReadPlainMessage(run);
-  for (; reason == 0 && !run.Finished && InterruptSignal() == 0; reason = ReadPlainMessage(run)) {
-    ++run.MsgsRead;
-    ++run.Plain.MessagesFound;
-    ShowProgress(run, run.Screen.StdinIsTerminal);
-  }
-  if (run.In->File().is_open()) {
-    run.In->File().Rewind();
-    run.In->Reached(0);
-  }
-  ResetPlainInput(run.Plain.Input);
-  run.Finished = false;
-  return reason;
-}
-
-void ReleasePlainBuffers(Parameters& run) {
-  for (TrackedBlock* block : {&run.Plain.Input.Block, &run.Plain.Properties}) {
-    if (block->data() == nullptr) continue;
-    if (run.Asked.Display.TraceMemory) {
-      run.Screen.Print("Freeing %p\n", static_cast<void*>(block->data()));
-    }
-    block->Release();
-  }
-  ResetPlainInput(run.Plain.Input);
+Result PlainFileReader::Skip(bool& hasProperties) {
+  Cut cut;
+  Result result = Find(cut);
+  hasProperties = cut.HasProperties;
+  return result;
 }

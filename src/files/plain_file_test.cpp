@@ -1,10 +1,10 @@
 #include "files/plain_file.h"
 
-#include <chrono>
+#include <gtest/gtest.h>
+
+#include <filesystem>
 #include <vector>
 
-#include "cmdline/parameters.h"
-#include "files/naming.h"
 #include "platform/test_folder.h"
 
 namespace {
@@ -35,33 +35,35 @@ struct Cutting {
   }
 };
 
-// A run that loads plain files.
-struct PlainRun {
-  explicit PlainRun(const Cutting& cutting) {
-    run.Asked.Output.Context = PutContext::Default;
-    run.Asked.Plain = cutting.Options();
-  }
-  MQLONG Open(const std::string& path) {
-    run.Asked.Input.FileName = path;
-    run.In = std::make_unique<InputFiles>(PlanInput(run));
-    reason = OpenInputFile(run);
-    return reason != 0 ? reason : PreparePlainFile(run);
-  }
+// A plain file, or a set of them, that is read.
+struct PlainRead {
+  PlainRead(const Cutting& cutting, const std::string& path) : Asked(cutting.Options()), In(path) { Start(); }
+  PlainRead(const Cutting& cutting, InputFiles::Plan plan) : Asked(cutting.Options()), In(std::move(plan)) { Start(); }
+
   // Every message up to the end of the input or a failure.
-  Texts ReadAll() {
+  Texts Messages() {
     Texts messages;
     testing::internal::CaptureStderr();
-    while ((reason = ReadPlainMessage(run)) == 0 && !run.Finished) {
-      messages.emplace_back(reinterpret_cast<const char*>(run.Message.Data),
-                            static_cast<std::size_t>(run.Message.Length));
+    for (Failure = Reader.Read(Message); !Failure.failed() && !Reader.at_end(); Failure = Reader.Read(Message)) {
+      messages.emplace_back(reinterpret_cast<const char*>(Message.Data), static_cast<std::size_t>(Message.Length));
     }
-    shown = testing::internal::GetCapturedStderr();
+    Shown = testing::internal::GetCapturedStderr();
     return messages;
   }
 
-  Parameters run;
-  MQLONG reason = 0;
-  std::string shown;
+  PlainFileOptions Asked;
+  Console Screen;
+  InputFiles In;
+  PlainFileReader Reader{In, Asked, Screen};
+  CurrentMessage Message;
+  Result Failure;
+  std::string Shown;
+
+ private:
+  void Start() {
+    EXPECT_FALSE(In.OpenNext().failed());
+    EXPECT_EQ(Reader.Prepare().text(), "");
+  }
 };
 
 struct DelimiterCase {
@@ -103,10 +105,6 @@ TEST(PlainDelimiters, Refusals) {
     EXPECT_EQ(result.reason(), *c.Text == '\0' ? 0 : MQRCCF_PARM_VALUE_ERROR) << c.Asked.End;
     EXPECT_EQ(result.text(), c.Text) << c.Asked.End;
   }
-  PlainRun setAll({});
-  setAll.run.Asked.Output.Context = PutContext::SetAll;
-  EXPECT_EQ(PreparePlainFile(setAll.run), MQRCCF_PARM_VALUE_ERROR);
-  EXPECT_EQ(setAll.run.MessageText, "A non-TARVO file should be loaded with either DEFAULT or NO context.\n");
 }
 
 struct CutCase {
@@ -118,10 +116,7 @@ struct CutCase {
 
 class PlainFiles : public testing::Test {
  protected:
-  Texts Read(PlainRun& plain, const std::string& bytes) {
-    EXPECT_EQ(plain.Open(folder.Write("in.txt", bytes)), 0) << plain.run.MessageText.c_str();
-    return plain.ReadAll();
-  }
+  std::string In(const std::string& bytes) { return folder.Write("in.txt", bytes); }
   TestFolder folder;
 };
 
@@ -156,27 +151,26 @@ TEST_F(PlainFiles, AreCutAtTheirDelimiters) {
   };
   for (const CutCase& c : cases) {
     SCOPED_TRACE(c.File);
-    PlainRun plain(c.Asked);
-    EXPECT_EQ(Read(plain, c.File), c.Messages);
-    EXPECT_EQ(plain.reason, 0) << plain.run.MessageText.c_str();
+    PlainRead plain(c.Asked, In(c.File));
+    EXPECT_EQ(plain.Messages(), c.Messages);
+    EXPECT_EQ(plain.Failure.text(), "");
     std::string tail;
-    if (!plain.shown.empty()) {
-      const std::string line = plain.shown.substr(plain.shown.find("from line ") + 10);
-      tail = plain.shown.substr(0, plain.shown.find(' ')) + "," + line.substr(0, line.find(' '));
-      EXPECT_NE(plain.shown.find(folder.Path("in.txt")), std::string::npos);
+    if (!plain.Shown.empty()) {
+      const std::string line = plain.Shown.substr(plain.Shown.find("from line ") + 10);
+      tail = plain.Shown.substr(0, plain.Shown.find(' ')) + "," + line.substr(0, line.find(' '));
+      EXPECT_NE(plain.Shown.find(folder.Path("in.txt")), std::string::npos);
     }
-    EXPECT_EQ(tail, c.Tail) << plain.shown;
-    EXPECT_EQ(plain.run.Loss, tail.empty() ? 0 : MQRC_FILE_SYSTEM_ERROR);
+    EXPECT_EQ(tail, c.Tail) << plain.Shown;
+    EXPECT_EQ(plain.Reader.loss(), tail.empty() ? 0 : MQRC_FILE_SYSTEM_ERROR);
   }
 }
 
 TEST_F(PlainFiles, DescriptorIsTheDefaultWithTheFormat) {
-  PlainRun plain({});
-  Read(plain, "a\n");
-  const MQMD& descriptor = plain.run.Message.Descriptor;
-  EXPECT_EQ(descriptor.Version, 1);
-  EXPECT_TRUE(IsFormat(descriptor.Format, MQFMT_STRING));
-  EXPECT_EQ(plain.run.In->BytesRead(), 2);  // what was taken counts for the progress
+  PlainRead plain({}, In("a\n"));
+  plain.Messages();
+  EXPECT_EQ(plain.Message.Descriptor.Version, 1);
+  EXPECT_TRUE(IsFormat(plain.Message.Descriptor.Format, MQFMT_STRING));
+  EXPECT_EQ(plain.In.BytesRead(), 2);  // what was taken counts for the progress
 }
 
 // The properties text of a message with an MQRFH2 header, after looking at the header; "?" when there is none.
@@ -206,9 +200,9 @@ TEST_F(PlainFiles, PropertiesBecomeAHeader) {
   };
   for (const CutCase& c : cases) {
     SCOPED_TRACE(c.File);
-    PlainRun plain({c.Asked.Flags, "<m>", "</m>", "P:", ":Q"});
-    Texts messages = Read(plain, c.File);
-    EXPECT_EQ(plain.reason, 0) << plain.run.MessageText.c_str();
+    PlainRead plain({c.Asked.Flags, "<m>", "</m>", "P:", ":Q"}, In(c.File));
+    Texts messages = plain.Messages();
+    EXPECT_EQ(plain.Failure.text(), "");
     for (std::string& message : messages) message = PropertiesIn(message);
     EXPECT_EQ(messages, c.Messages);
   }
@@ -224,35 +218,38 @@ TEST_F(PlainFiles, MessagesOfEverySizeSurviveTheBlocks) {
     file += "p" + std::to_string(i) + ";" + text + "END\n";
     expected.push_back(std::move(text));
   }
-  PlainRun plain({"", ";", "END", "", ";;"});
-  EXPECT_EQ(Read(plain, file), expected);
+  EXPECT_EQ(PlainRead({"", ";", "END", "", ";;"}, In(file)).Messages(), expected);
 }
 
 TEST_F(PlainFiles, LaterFileThatCannotBeReadIsAFailure) {
   folder.Write("in1.txt", "a\n");
-  std::filesystem::create_directory(folder.Path("in2.txt"));
-  PlainRun plain({});
-  plain.run.Asked.Input.FileSet = true;
-  ASSERT_EQ(plain.Open(folder.Path("in%n.txt")), 0);
-  EXPECT_EQ(plain.ReadAll(), Texts{"a"});
-  EXPECT_EQ(plain.reason, MQRC_FILE_SYSTEM_ERROR);
+  folder.Write("in2.txt", "b\n");
+  std::filesystem::create_directory(folder.Path("in3.txt"));
+  InputFiles::Plan plan;
+  plan.NameOf = [this](int number) { return folder.Path("in" + std::to_string(number) + ".txt"); };
+  plan.Set = true;
+  PlainRead plain({}, plan);
+  EXPECT_EQ(plain.Messages(), (Texts{"a", "b"}));
+  EXPECT_EQ(plain.Failure.reason(), MQRC_FILE_SYSTEM_ERROR);
 }
 
-TEST_F(PlainFiles, CountLeavesTheInputAtItsStart) {
-  PlainRun plain({"", "<m>", "</m>", "P", "Q"});
-  plain.run.Plain.Pass = CountingPass::Running;
-  ASSERT_EQ(plain.Open(folder.Write("in.txt", "PaQ<m>1</m><m>2</m><m>")), 0);
+TEST_F(PlainFiles, CountedFirstTellsItsLossOnce) {
+  PlainRead plain({"", "<m>", "</m>", "P", "Q"}, In("PaQ<m>1</m><m>2</m><m>"));
+  PlainFileReader again(plain.In, plain.Asked, plain.Screen, {}, true);
   testing::internal::CaptureStderr();
-  EXPECT_EQ(CountPlainFile(plain.run), 0);
+  for (const bool properties : {true, false, false}) {
+    bool has = false;
+    ASSERT_FALSE(plain.Reader.Skip(has).failed());
+    EXPECT_EQ(has, properties);
+  }
+  EXPECT_TRUE(plain.Reader.at_end());
   EXPECT_EQ(testing::internal::GetCapturedStderr().substr(0, 7), "3 bytes");
-  EXPECT_EQ(plain.run.MsgsRead, 2);
-  EXPECT_EQ(plain.run.Plain.MessagesFound, 2);
-  EXPECT_EQ(plain.run.Plain.MessagesWithProperties, 1);
-  EXPECT_FALSE(plain.run.Finished);
-  plain.run.Plain.Pass = CountingPass::Done;
-  ASSERT_EQ(PreparePlainFile(plain.run), 0);
-  EXPECT_EQ(plain.ReadAll().size(), 2U);
-  EXPECT_EQ(plain.shown, "");  // the tail has been reported
+  plain.In.File().Rewind();
+  ASSERT_FALSE(again.Prepare().failed());
+  testing::internal::CaptureStderr();
+  while (!again.at_end()) ASSERT_FALSE(again.Read(plain.Message).failed());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(again.loss(), MQRC_FILE_SYSTEM_ERROR);
 }
 
 // A scan that looks at the same bytes again for each candidate, or calls itself for each bracket, takes hours or
@@ -262,14 +259,13 @@ TEST_F(PlainFiles, HugeNestingAndManyCandidates) {
   std::string deep;
   for (std::size_t i = 0; i < kDeep; ++i) deep += "[\n";
   const std::string closed = deep + std::string(kDeep, ']');
-  PlainRun nested({});
-  EXPECT_EQ(Read(nested, closed + "\nx\n"), (Texts{closed, "x"}));
-  PlainRun open({});
-  EXPECT_EQ(Read(open, deep), Texts{});
-  EXPECT_EQ(open.shown.substr(0, 8), "2000000 ");
-  PlainRun misplaced({});
-  EXPECT_EQ(Read(misplaced, "]" + deep), Texts{});
-  EXPECT_EQ(misplaced.shown.substr(0, 8), "2000001 ");
+  EXPECT_EQ(PlainRead({}, In(closed + "\nx\n")).Messages(), (Texts{closed, "x"}));
+  PlainRead open({}, In(deep));
+  EXPECT_EQ(open.Messages(), Texts{});
+  EXPECT_EQ(open.Shown.substr(0, 8), "2000000 ");
+  PlainRead misplaced({}, In("]" + deep));
+  EXPECT_EQ(misplaced.Messages(), Texts{});
+  EXPECT_EQ(misplaced.Shown.substr(0, 8), "2000001 ");
 }
 
 }  // namespace

@@ -4,51 +4,21 @@
 #include <cinttypes>
 #include <cstring>
 
-#include "cmdline/parameters.h"
 #include "common/console.h"
 #include "files/streams.h"
+#include "mq/mqi.h"
 
 namespace {
 
 constexpr std::size_t kFirstBlock = kStreamBlock;
 
-// Counts in bytes, chunk by chunk, which the compiler turns into vector instructions.
-std::int64_t CountLines(const PlainInput& input, std::int64_t from, std::int64_t to) {
-  constexpr std::int64_t kChunk = 255;
-  std::int64_t lines = 0;
-  while (from < to) {
-    const char* p = input.At(from);
-    const std::int64_t n = std::min(kChunk, to - from);
-    std::uint8_t inChunk = 0;
-    for (std::int64_t i = 0; i < n; ++i) inChunk = static_cast<std::uint8_t>(inChunk + (p[i] == '\n' ? 1 : 0));
-    lines += inChunk;
-    from += n;
-  }
-  return lines;
-}
-
-// Looks among the bytes held before `to` for the first one behind the last message that is no blank.
-void LookForTail(PlainInput& input, std::int64_t to) {
-  if (input.TailAt >= 0) return;
-  std::int64_t at = std::max(input.Base, input.Position);
-  while (at < to && IsBlank(*input.At(at))) ++at;
-  if (at >= to) return;
-  input.TailAt = at;
-  input.TailLine = input.LinesBefore + CountLines(input, input.Base, at) + 1;
-}
-
-// Gives up the bytes before `keep`.
-void Discard(PlainInput& input, std::int64_t keep) {
-  if (keep <= input.Base) return;
-  LookForTail(input, keep);
-  input.LinesBefore += CountLines(input, input.Base, keep);
-  const auto kept = static_cast<std::size_t>(input.End() - keep);
-  std::memmove(input.Block.data(), input.At(keep), kept);
-  input.Base = keep;
-  input.Held = kept;
-}
-
 }  // namespace
+
+TrackedBlock::~TrackedBlock() {
+  if (data_ == nullptr) return;
+  memory_.Freeing(data_);
+  CSFreeMem(data_);
+}
 
 bool TrackedBlock::Grow(std::size_t bytes, std::size_t keep) {
   if (bytes <= size_) return true;
@@ -61,79 +31,91 @@ bool TrackedBlock::Grow(std::size_t bytes, std::size_t keep) {
   return true;
 }
 
-void TrackedBlock::Release() {
-  CSFreeMem(data_);
-  data_ = nullptr;
-  size_ = 0;
-}
-
 bool IsBlank(char c) { return c == '\t' || c == '\n' || c == '\r' || c == ' '; }
 
-MQLONG NoMessageStorage(Parameters& run, std::int64_t bytes) {
-  run.MessageText.Format("Unable to allocate %" PRId64 " bytes message storage", bytes);
-  return MQRC_STORAGE_NOT_AVAILABLE;
+Result NoMessageStorage(std::int64_t bytes) {
+  return {MQRC_STORAGE_NOT_AVAILABLE, FormatText("Unable to allocate %" PRId64 " bytes message storage", bytes)};
 }
 
-MQLONG ReadError(Parameters& run) {
-  run.MessageText.Format("Error reading from input file RC(%d)\n", run.In->File().error());
-  return MQRC_FILE_SYSTEM_ERROR;
+Result ReadFailed(const InputFile& file) {
+  return {MQRC_FILE_SYSTEM_ERROR, FormatText("Error reading from input file RC(%d)\n", file.error())};
 }
 
-MQLONG FillPlainInput(Parameters& run, std::int64_t keep) {
-  PlainInput& input = run.Plain.Input;
-  Discard(input, keep);
-  if (input.Held > static_cast<std::size_t>(INT32_MAX)) {
-    return NoMessageStorage(run, static_cast<std::int64_t>(input.Held));  // no message is that long
+// Counts in bytes, chunk by chunk, which the compiler turns into vector instructions.
+std::int64_t PlainInput::CountLines(std::int64_t from, std::int64_t to) const {
+  constexpr std::int64_t kChunk = 255;
+  std::int64_t lines = 0;
+  while (from < to) {
+    const char* p = At(from);
+    const std::int64_t n = std::min(kChunk, to - from);
+    std::uint8_t inChunk = 0;
+    for (std::int64_t i = 0; i < n; ++i) inChunk = static_cast<std::uint8_t>(inChunk + (p[i] == '\n' ? 1 : 0));
+    lines += inChunk;
+    from += n;
+  }
+  return lines;
+}
+
+// Looks among the bytes held before `to` for the first one behind the last message that is no blank.
+void PlainInput::LookForTail(std::int64_t to) {
+  if (at_.TailAt >= 0) return;
+  std::int64_t at = std::max(at_.Base, at_.Position);
+  while (at < to && IsBlank(*At(at))) ++at;
+  if (at >= to) return;
+  at_.TailAt = at;
+  at_.TailLine = at_.LinesBefore + CountLines(at_.Base, at) + 1;
+}
+
+// Gives up the bytes before `keep`.
+void PlainInput::Discard(std::int64_t keep) {
+  if (keep <= at_.Base) return;
+  LookForTail(keep);
+  at_.LinesBefore += CountLines(at_.Base, keep);
+  const auto kept = static_cast<std::size_t>(end() - keep);
+  std::memmove(block_.data(), At(keep), kept);
+  at_.Base = keep;
+  at_.Held = kept;
+}
+
+Result PlainInput::Fill(std::int64_t keep) {
+  Discard(keep);
+  if (at_.Held > static_cast<std::size_t>(INT32_MAX)) {
+    return NoMessageStorage(static_cast<std::int64_t>(at_.Held));  // no message is that long
   }
   // Twice the room as soon as half of it is taken keeps the copying of a long message linear.
-  if (input.Held >= input.Block.size() / 2) {
-    const std::size_t wanted = std::max(kFirstBlock, 2 * input.Block.size());
-    if (!input.Block.Grow(wanted, input.Held)) return NoMessageStorage(run, static_cast<std::int64_t>(wanted));
+  if (at_.Held >= block_.size() / 2) {
+    const std::size_t wanted = std::max(kFirstBlock, 2 * block_.size());
+    if (!block_.Grow(wanted, at_.Held)) return NoMessageStorage(static_cast<std::int64_t>(wanted));
   }
-  const std::size_t read = run.In->File().Read(input.Block.data() + input.Held, input.Block.size() - input.Held);
+  const std::size_t read = files_.File().Read(block_.data() + at_.Held, block_.size() - at_.Held);
   if (read == 0) {
-    if (run.In->File().error() != 0) return ReadError(run);
-    input.Ended = true;
+    if (files_.File().error() != 0) return ReadFailed(files_.File());
+    at_.Ended = true;
   }
-  input.Held += read;
-  return 0;
+  at_.Held += read;
+  return {};
 }
 
-MQLONG RunScan(Parameters& run, DelimiterScan& scan, std::int64_t keep, ScanResult& result) {
-  PlainInput& input = run.Plain.Input;
+Result PlainInput::Run(DelimiterScan& scan, std::int64_t keep, ScanResult& result) {
   for (;;) {
-    result = scan.Continue({input.Block.data(), input.Held}, input.Base, input.Ended);
-    if (result == ScanResult::NoMemory) return NoMessageStorage(run, static_cast<std::int64_t>(scan.Brackets.size()));
-    if (result != ScanResult::NeedsData || input.Ended) return 0;
-    if (const MQLONG reason = FillPlainInput(run, keep >= 0 ? keep : scan.At); reason != 0) return reason;
+    result = scan.Continue({block_.data(), at_.Held}, at_.Base, at_.Ended);
+    if (result == ScanResult::NoMemory) return NoMessageStorage(static_cast<std::int64_t>(scan.Brackets.size()));
+    if (result != ScanResult::NeedsData || at_.Ended) return {};
+    if (Result filled = Fill(keep >= 0 ? keep : scan.At); filled.failed()) return filled;
   }
 }
 
-MQLONG DropTail(Parameters& run) {
-  PlainInput& input = run.Plain.Input;
-  while (!input.Ended) {
-    if (const MQLONG reason = FillPlainInput(run, input.End()); reason != 0) return reason;
-  }
-  LookForTail(input, input.End());
-  if (input.TailAt >= 0) run.Loss = MQRC_FILE_SYSTEM_ERROR;
-  const bool told = run.Plain.Pass == CountingPass::Done;
-  if (input.TailAt >= 0 && !told) {
-    const std::int64_t lost = input.End() - input.TailAt;
-    run.Screen.Print("%" PRId64 " byte%s at the end of file '%s', from line %" PRId64
-                     " on, not taken: no end of message found\n",
-                     lost, lost == 1 ? "" : "s", run.In->Name(), input.TailLine);
-  }
-  input.TailAt = -1;
-  input.Position = input.End();
-  run.Finished = true;
-  return 0;
+void PlainInput::TakeTo(std::int64_t offset) {
+  at_.TailAt = -1;
+  at_.Position = offset;
 }
 
-void ResetPlainInput(PlainInput& input) {
-  input.Held = 0;
-  input.Base = 0;
-  input.Position = 0;
-  input.LinesBefore = 0;
-  input.Ended = false;
-  input.TailAt = -1;
+Result PlainInput::TakeRest(PlainTail& tail) {
+  while (!at_.Ended) {
+    if (Result filled = Fill(end()); filled.failed()) return filled;
+  }
+  LookForTail(end());
+  tail = at_.TailAt < 0 ? PlainTail() : PlainTail{end() - at_.TailAt, at_.TailLine};
+  TakeTo(end());
+  return {};
 }

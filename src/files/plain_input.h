@@ -5,66 +5,84 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "common/memory_trace.h"
+#include "common/result.h"
+#include "files/input_files.h"
 #include "files/plain_scan.h"
-#include "mq/mqi.h"
-
-struct Parameters;
 
 // A block from the tracked allocator that is given back when the object goes.
 class TrackedBlock {
  public:
-  TrackedBlock() = default;
-  ~TrackedBlock() { Release(); }
+  explicit TrackedBlock(MemoryTrace memory) : memory_(memory) {}
+  ~TrackedBlock();
   TrackedBlock(const TrackedBlock&) = delete;
   TrackedBlock& operator=(const TrackedBlock&) = delete;
-  char* data() { return data_; }
-  const char* data() const { return data_; }
+  char* data() const { return data_; }
   std::size_t size() const { return size_; }
   // Makes the block at least `bytes` large and keeps its first `keep` bytes. False, with the block as it was, when
   // memory cannot be had.
   bool Grow(std::size_t bytes, std::size_t keep);
-  void Release();
 
  private:
+  MemoryTrace memory_;
   char* data_ = nullptr;
   std::size_t size_ = 0;
 };
 
-// Places are offsets from the start of the file, so that they stay true when the bytes move to the start of the block.
-struct PlainInput {
-  TrackedBlock Block;
-  std::size_t Held = 0;          // bytes in the block
-  std::int64_t Base = 0;         // offset of the first of them
-  std::int64_t Position = 0;     // offset behind the last message
-  std::int64_t LinesBefore = 0;  // line ends before Base
-  bool Ended = false;            // the file has no byte behind the ones held
-  std::int64_t TailAt = -1;      // the first byte behind the last message that is no blank, once it was looked for
-  std::int64_t TailLine = 0;     // its line
-
-  std::int64_t End() const { return Base + static_cast<std::int64_t>(Held); }
-  // The place of a byte that is held; valid until more is read.
-  char* At(std::int64_t offset) { return Block.data() + (offset - Base); }
-  const char* At(std::int64_t offset) const { return Block.data() + (offset - Base); }
+// What stands behind the last message of a file; nothing when it is blank.
+struct PlainTail {
+  std::int64_t Bytes = 0;
+  std::int64_t Line = 0;  // where it begins
 };
 
-// Forgets what is held: the next byte read is the first of a file.
-void ResetPlainInput(PlainInput& input);
+// Places are offsets from the start of the file, so that they stay true when the bytes move to the start of the block.
+class PlainInput {
+ public:
+  PlainInput(InputFiles& files, MemoryTrace memory) : files_(files), block_(memory) {}
 
-// Reads more, giving up the bytes before `keep`; at the end of the file sets Ended. Returns 0, MQRC_FILE_SYSTEM_ERROR
-// or MQRC_STORAGE_NOT_AVAILABLE with MessageText.
-MQLONG FillPlainInput(Parameters& run, std::int64_t keep);
+  // The next byte read is the first one of a file.
+  void StartFile() { at_ = {}; }
+  // Reads more, giving up the bytes before `keep`; at the end of the file it has ended. Returns 0,
+  // MQRC_FILE_SYSTEM_ERROR or MQRC_STORAGE_NOT_AVAILABLE with its text.
+  Result Fill(std::int64_t keep);
+  // Goes on with a scan until it has a result; NeedsData then means the end of the file. Keeps the bytes from `keep`
+  // on, or, when that is negative, from the scan's place on. Returns as above.
+  Result Run(DelimiterScan& scan, std::int64_t keep, ScanResult& result);
+  // The last message ends here.
+  void TakeTo(std::int64_t offset);
+  // Goes to the end of the file, in which no further message was found. Returns as above.
+  Result TakeRest(PlainTail& tail);
 
-// Goes on with a scan until it has a result; NeedsData then means the end of the file. Keeps the bytes from `keep` on,
-// or, when that is negative, from the scan's place on. Returns as above.
-MQLONG RunScan(Parameters& run, DelimiterScan& scan, std::int64_t keep, ScanResult& result);
+  std::int64_t position() const { return at_.Position; }  // behind the last message
+  std::int64_t end() const { return at_.Base + static_cast<std::int64_t>(at_.Held); }
+  bool ended() const { return at_.Ended; }  // the file has no byte behind the ones held
+  // The place of a byte that is held; valid until more is read.
+  char* At(std::int64_t offset) const { return block_.data() + (offset - at_.Base); }
 
-// Ends the current file, in which no further message was found: what is left of it, unless it is blank, is told (once:
-// not again after a preliminary count) and sets Parameters::Loss. Sets Finished. Returns as above.
-MQLONG DropTail(Parameters& run);
+ private:
+  // Where in the file in hand this stands.
+  struct Place {
+    std::size_t Held = 0;          // bytes in the block
+    std::int64_t Base = 0;         // offset of the first of them
+    std::int64_t Position = 0;     // offset behind the last message
+    std::int64_t LinesBefore = 0;  // line ends before Base
+    bool Ended = false;
+    std::int64_t TailAt = -1;   // the first byte behind the last message that is no blank, once it was looked for
+    std::int64_t TailLine = 0;  // its line
+  };
+
+  std::int64_t CountLines(std::int64_t from, std::int64_t to) const;
+  void LookForTail(std::int64_t to);
+  void Discard(std::int64_t keep);
+
+  InputFiles& files_;
+  TrackedBlock block_;
+  Place at_;
+};
 
 // White space.
 bool IsBlank(char c);
 
-// MessageText and the reason for memory that cannot be had, and for a failed read of the input file.
-MQLONG NoMessageStorage(Parameters& run, std::int64_t bytes);
-MQLONG ReadError(Parameters& run);
+// The failures of memory that cannot be had, and of reading the input file.
+Result NoMessageStorage(std::int64_t bytes);
+Result ReadFailed(const InputFile& file);

@@ -132,14 +132,13 @@ std::int64_t TotalSize(const std::vector<std::string>& paths) {
 }
 
 InputFiles::Plan PlanQueue(Parameters& run, const std::vector<std::string>& paths, bool set) {
-  InputFiles::Plan plan = PlanInput(run);
+  InputFiles::Plan plan = PlanInput(run.Asked.Output, run.Files);
   plan.NameOf = [paths](int number) {
     const auto at = static_cast<std::size_t>(number - 1);
     return at < paths.size() ? paths[at] : std::string();
   };
   plan.Set = set;
   plan.Listed = true;
-  plan.Opened = {};  // one progress line goes on over them all
   return plan;
 }
 
@@ -161,11 +160,12 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, const std::vecto
     if (firstFailure == 0) firstFailure = MQRC_FILE_SYSTEM_ERROR;
     return CloseQueue(conn, hobj);
   }
-  if (ShowsProgress(run)) StartProgressLine(run, TotalSize(paths), nullptr);
+  // One progress line goes on over them all.
+  if (ShowsProgress(run)) run.Progress.Start(TotalSize(paths), nullptr, [&run] { return run.In->BytesRead(); });
   MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
   if (result == 0) result = run.Loss;
   run.In->Close();
-  EndProgressLine(run, false);
+  run.Progress.End(false);
 
   const std::int64_t put = run.RolledBack ? run.MsgsPut - run.UowMsgsPut : run.MsgsPut;
   ++queues;

@@ -57,8 +57,7 @@ void ResetForNextQueue(Parameters& run) {
   run.MsgsRead = run.BytesRead = run.MsgsPut = run.BytesPut = 0;
   run.UowMsgsRead = run.UowBytesRead = run.UowMsgsPut = run.UowBytesPut = 0;
   run.Uow = UnitOfWork{};
-  EndProgressLine(run, false);
-  run.Progress = ProgressState{};
+  run.Progress.End(false);
 }
 
 bool ShowsProgress(const Parameters& run) { return run.Screen.StdinIsTerminal && !run.Asked.Display.Quiet; }

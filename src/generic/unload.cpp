@@ -180,7 +180,7 @@ MQLONG TransferQueue(Parameters& run, const GenericQueueEntry& queue, MQHOBJ hob
   if (result == 0) result = run.Keep(run.Outputs->Close());
   if (result == 0) result = SetOldFilesAside(run, queue);
   result = run.Keep(run.Outputs->changes().Finish({result, run.MessageText}));
-  EndProgressLine(run, false);
+  run.Progress.End(false);
   return result;
 }
 
@@ -202,7 +202,7 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
     CloseQueue(conn, hobj);
     return ShowMessageText(run);
   }
-  if (ShowsProgress(run)) StartProgressLine(run, queue.Depth, nullptr);
+  if (ShowsProgress(run)) run.Progress.Start(queue.Depth, nullptr, [&run] { return run.Written().Msgs; });
   const MQLONG result = TransferQueue(run, queue, hobj);
 
   Totals& totals = IsSystemQueue(queue.QueueName) ? systems : users;
