@@ -68,14 +68,6 @@ Result LineReader::Refuse(const char* what) const {
   return {MQRC_FILE_SYSTEM_ERROR, FormatText("%s line %" PRId64 " of file '%s'", what, number_, file_name())};
 }
 
-// Whether a line is to become current. An empty one ends a message.
-bool LineReader::Counts(std::string_view line) {
-  if (!line.empty()) return commentsCount_ || line.front() != '*';
-  if (!passedEmptyLine_) behindLine_ = in_.consumed();
-  passedEmptyLine_ = true;
-  return false;
-}
-
 Result LineReader::Next() {
   passedEmptyLine_ = false;
   behindLine_ = in_.consumed();
@@ -90,7 +82,11 @@ Result LineReader::Next() {
       return {};
     }
     line = WithoutLineEnd(line);
-    if (!Counts(line)) continue;
+    if (line.empty()) {
+      PassEmptyLine();
+      continue;
+    }
+    if (line.front() == '*' && !commentsCount_) continue;
     Line = line;
     return {};
   }

@@ -56,7 +56,10 @@ class LineReader {
   Result Refuse(const char* what) const;
 
  private:
-  bool Counts(std::string_view line);
+  void PassEmptyLine() {
+    if (!passedEmptyLine_) behindLine_ = in_.consumed();
+    passedEmptyLine_ = true;
+  }
   void Grant(std::string_view line);
   Result NoStorage(std::size_t bytes) const;
   Result ReadFailed() const;

@@ -102,7 +102,6 @@ Result PlainFileReader::FindStart(Cut& cut) {
 Result PlainFileReader::FindProperties(Cut& cut) {
   const DelimiterRule& startRule = delimiters_.StartProperty;
   const DelimiterRule& endRule = delimiters_.EndProperty;
-  if (startRule.Bytes.empty()) return {};
   const std::int64_t keep = input_.position();
   ScanResult found;
   DelimiterScan start(startRule, ScanMode::Start, keep, brackets_);
@@ -160,15 +159,14 @@ Result PlainFileReader::DropTail(Cut& cut) {
 }
 
 Result PlainFileReader::FindInFile(Cut& cut) {
-  cut = {};
   cut.End = !files_.File().is_open();
-  for (const auto step : {&PlainFileReader::FindStart, &PlainFileReader::FindProperties, &PlainFileReader::FindEnd}) {
-    if (cut.End) return {};
-    Result result = (this->*step)(cut);
-    files_.Reached(input_.position());
-    if (result.failed()) return result;
-  }
-  return {};
+  if (cut.End) return {};
+  Result result = FindStart(cut);
+  const bool seeksProperties = !delimiters_.StartProperty.Bytes.empty();
+  if (seeksProperties && !result.failed() && !cut.End) result = FindProperties(cut);
+  if (!result.failed() && !cut.End) result = FindEnd(cut);
+  files_.Reached(input_.position());
+  return result;
 }
 
 // Goes on with the next file of a set.
@@ -183,10 +181,14 @@ Result PlainFileReader::EndFile() {
 }
 
 Result PlainFileReader::Find(Cut& cut) {
-  for (;;) {
-    if (Result result = FindInFile(cut); result.failed() || !cut.End) return result;
-    if (Result result = EndFile(); result.failed() || atEnd_) return result;
+  Result result = FindInFile(cut);
+  while (!result.failed() && cut.End) {
+    result = EndFile();
+    if (result.failed() || atEnd_) break;
+    cut = {};
+    result = FindInFile(cut);
   }
+  return result;
 }
 
 // The message with its properties in an MQRFH2 header before the data.

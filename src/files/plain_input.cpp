@@ -105,11 +105,6 @@ Result PlainInput::Run(DelimiterScan& scan, std::int64_t keep, ScanResult& resul
   }
 }
 
-void PlainInput::TakeTo(std::int64_t offset) {
-  at_.TailAt = -1;
-  at_.Position = offset;
-}
-
 Result PlainInput::TakeRest(PlainTail& tail) {
   while (!at_.Ended) {
     if (Result filled = Fill(end()); filled.failed()) return filled;

@@ -49,7 +49,10 @@ class PlainInput {
   // on, or, when that is negative, from the scan's place on. Returns as above.
   Result Run(DelimiterScan& scan, std::int64_t keep, ScanResult& result);
   // The last message ends here.
-  void TakeTo(std::int64_t offset);
+  void TakeTo(std::int64_t offset) {
+    at_.TailAt = -1;
+    at_.Position = offset;
+  }
   // Goes to the end of the file, in which no further message was found. Returns as above.
   Result TakeRest(PlainTail& tail);
 
