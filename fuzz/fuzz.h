@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "cmdline/parameters.h"
+#include "files/current_message.h"
 
 inline void Require(bool holds) {
   if (!holds) std::abort();

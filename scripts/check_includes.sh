@@ -13,7 +13,7 @@ git ls-files 'src/*.cpp' 'src/*.h' | xargs awk '
       for (k = 1; k <= n; ++k) floor[rooms[k]] = i + 0
     }
     # The rooms that still know the record of a run.
-    split("engine generic logmode", last, " ")
+    split("generic", last, " ")
     for (i in last) mayKnowRun[last[i]] = 1
   }
   FNR == 1 { split(FILENAME, path, "/"); room = path[2]; test = FILENAME ~ /_test\./ }

@@ -8,6 +8,7 @@
 #include "cmdline/outcome_report.h"
 #include "cmdline/parameters.h"
 #include "engine/transfer.h"
+#include "files/plain_file.h"
 #include "platform/interrupt.h"
 
 namespace {
@@ -43,7 +44,7 @@ void StartLoading(Parameters& run) {
 }
 
 std::string InputName(const Parameters& run, int number) {
-  const MessagePlace place = run.NextPlace();
+  const MessagePlace& place = run.Place;
   InsertValues values = InsertsNow();
   values.MessageOrdinal = place.Position;
   values.SelectedOrdinal = place.Ordinal;
@@ -67,15 +68,15 @@ MQLONG OpenInputFile(Parameters& run) {
 MQLONG OpenBoth(Parameters& run, bool& goOn) {
   MQLONG reason = OpenInputFile(run);
   if (reason == 0) {
-    reason = run.Keep(run.Outputs->Open(
-        {.MayAsk = run.Screen.StdinIsTerminal, .OnlyCheck = Counting(run), .Place = run.NextPlace()}));
+    reason = run.Keep(
+        run.Outputs->Open({.MayAsk = run.Screen.StdinIsTerminal, .OnlyCheck = Counting(run), .Place = run.Place}));
   }
   goOn = reason == 0 && run.MessageText.empty();
   return reason;
 }
 
 MQLONG CountMessages(Parameters& run, std::int64_t& total) {
-  if (const MQLONG reason = CheckTransfer(run, nullptr); reason != 0) return reason;
+  if (const Result refused = CheckTransfer(run.Asked); refused.failed()) return run.Keep(refused);
   PlainFileReader reader(*run.In, run.Asked.Plain, run.Screen, run.Memory());
   Result result = reader.Prepare();
   while (!result.failed()) {
@@ -87,7 +88,7 @@ MQLONG CountMessages(Parameters& run, std::int64_t& total) {
     if (hasProperties) ++run.Count.WithProperties;
     run.Progress.Show();
   }
-  run.Loss = reader.loss();
+  run.Done.Loss = reader.loss();
   return run.Keep(result);
 }
 
@@ -99,7 +100,7 @@ MQLONG CountAndAsk(Parameters& run, bool& goOn) {
   if (reason != 0 || InterruptSignal() != 0) return reason;
   if (total == 0) {
     run.Screen.Print("No messages were found in the file with those delimiters.\n");
-    return run.Loss;
+    return run.Done.Loss;
   }
   run.Screen.Print("Do you want to continue? (y/n)\n");
   std::string answer;
@@ -109,12 +110,12 @@ MQLONG CountAndAsk(Parameters& run, bool& goOn) {
 
 }  // namespace
 
-MQLONG OpenRunFiles(Parameters& run, Outcome& outcome, bool& goOn) {
+MQLONG OpenRunFiles(Parameters& run, RunEnd& end, bool& goOn) {
   if (CountsFirst(run)) run.Count.Pass = CountingPass::Running;
   MQLONG reason = OpenBoth(run, goOn);
   if (!goOn || !Counting(run)) return reason;
   reason = CountAndAsk(run, goOn);
-  outcome.SkipReport = reason == 0 && !goOn;
+  end.SkipReport = reason == 0 && !goOn;
   if (!goOn) return reason;
   run.Count.Pass = CountingPass::Done;
   return OpenBoth(run, goOn);

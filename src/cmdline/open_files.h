@@ -4,12 +4,12 @@
 
 #include "mq/mqi.h"
 
-struct Outcome;
+struct RunEnd;
 struct Parameters;
 
 // Opens the files of the run. Plain files are counted first when there is somebody to look at the count, who is asked
 // then. `goOn` is cleared when the run ends here. Returns 0, or the reason of a failure with MessageText.
-MQLONG OpenRunFiles(Parameters& run, Outcome& outcome, bool& goOn);
+MQLONG OpenRunFiles(Parameters& run, RunEnd& end, bool& goOn);
 
 // Closes both files; what the output file could not take to the disk is the run's failure if nothing else was.
 MQLONG CloseRunFiles(Parameters& run, MQLONG result);

@@ -22,7 +22,7 @@ bool BrowsesFirst(const Options& asked) {
 
 // Asks before queues are emptied into nothing. (With a selection and no target, messages are only looked at.)
 bool MayEmpty(Parameters& run) {
-  const bool removes = run.Asked.Input.Remove && !run.BrowseFirst;
+  const bool removes = run.Asked.Input.Remove && !run.Gets.BrowseFirst;
   const bool hasTarget = run.Asked.Output.HasQueues() || !run.Asked.Output.FileName.empty();
   if (!removes || hasTarget || run.Asked.Input.Purge || run.Asked.Display.Quiet || !run.Screen.StdinIsTerminal)
     return true;
@@ -41,7 +41,7 @@ MQLONG OpenOptions(const Parameters& run) {
   MQLONG options = 0;
   if (run.Asked.Input.Remove) {
     options |= exclusive ? MQOO_INPUT_EXCLUSIVE : MQOO_INPUT_SHARED;
-    if (run.BrowseFirst) options |= MQOO_BROWSE;
+    if (run.Gets.BrowseFirst) options |= MQOO_BROWSE;
     if (run.Asked.Output.PassesContext()) options |= MQOO_SAVE_ALL_CONTEXT;
   } else {
     options |= MQOO_BROWSE;
@@ -118,7 +118,7 @@ MQLONG CreateElements(Parameters& run) {
 }  // namespace
 
 MQLONG OpenInputQueues(Parameters& run) {
-  run.BrowseFirst = BrowsesFirst(run.Asked);
+  run.Gets.BrowseFirst = BrowsesFirst(run.Asked);
   if (run.Asked.Output.PassesContext() && !run.Asked.Input.Remove) {
     run.Screen.Print("To pass context you must GET the source message not browse\n");
     return MQRC_CONTEXT_NOT_AVAILABLE;

@@ -9,6 +9,7 @@
 #include "cmdline/plain_options.h"
 #include "cmdline/value_parsers.h"
 #include "files/writer.h"
+#include "logmode/log_source.h"
 
 namespace {
 
@@ -75,8 +76,9 @@ bool HandleNonTarvo(OptionScan& scan, const char* argument) {
 }
 
 bool HandleLog(OptionScan& scan, const char* argument) {
-  scan.run.Asked.Log.Given = true;
-  return ParseLogParameter(scan.run, argument);
+  Options& asked = scan.run.Asked;
+  asked.Log.Given = true;
+  return ParseLogParameter(asked.Log, asked.QMgrs[asked.Input.QMgr].Name, scan.run.Screen, argument);
 }
 
 bool HandleDisplay(OptionScan& scan, const char* argument) {

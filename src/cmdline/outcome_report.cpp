@@ -8,14 +8,14 @@
 namespace {
 
 struct Totals {
-  std::int64_t MsgsRead, BytesRead;
+  Tally Read;
   WrittenCounts Written;
 };
 
 bool HasOutput(const Parameters& run) { return run.TargetQueues || !run.Asked.Output.FileName.empty(); }
 
 ReportLine ReadLine(const Parameters& run, const Totals& totals) {
-  return {"Read", run.In->FilesRead(), true, totals.MsgsRead, static_cast<std::uint64_t>(totals.BytesRead)};
+  return {"Read", run.In->FilesRead(), true, totals.Read.Msgs, static_cast<std::uint64_t>(totals.Read.Bytes)};
 }
 
 void ShowWritten(Parameters& run, const Totals& totals) {
@@ -25,7 +25,7 @@ void ShowWritten(Parameters& run, const Totals& totals) {
 }
 
 void ShowTotals(Parameters& run) {
-  const Totals totals = {run.MsgsRead, run.BytesRead, run.Written()};
+  const Totals totals = {run.Done.Read, run.Written()};
   const ReportLine read = ReadLine(run, totals);
   if (run.Asked.Display.Summary) {
     return ShowSummary(run.Screen, run.Asked.Display, {read, *run.Summary, run.Inputs.Elements});
@@ -42,9 +42,9 @@ void ShowTotals(Parameters& run) {
 // What the committed units of work moved.
 void ShowCompleted(Parameters& run) {
   WrittenCounts written = run.Written();
-  written.Msgs -= run.UowMsgsPut;
-  written.Bytes -= run.UowBytesPut;
-  const Totals totals = {run.MsgsRead - run.UowMsgsRead, run.BytesRead - run.UowBytesRead, written};
+  written.Msgs -= run.Done.UncommittedPut.Msgs;
+  written.Bytes -= run.Done.UncommittedPut.Bytes;
+  const Totals totals = {run.Done.Read - run.Done.UncommittedRead, written};
   run.Screen.Print("\nOperation rolled back, completed operations as follows:\n");
   PrintReportLine(run.Screen, ReadLine(run, totals));
   if (HasOutput(run)) ShowWritten(run, totals);
@@ -52,13 +52,13 @@ void ShowCompleted(Parameters& run) {
 
 }  // namespace
 
-void ShowOutcome(Parameters& run, const Outcome& outcome) {
+void ShowOutcome(Parameters& run, const RunEnd& end) {
   if (!run.MessageText.empty()) run.Screen.Print("%s\n", run.MessageText.c_str());
-  if (outcome.SkipReport) return;
-  if (run.Asked.Display.Quiet || run.ReportSilenced) {
+  if (end.SkipReport) return;
+  if (run.Asked.Display.Quiet || run.Done.Silent) {
     if (run.Asked.Display.Count) PrintOutput("%" PRId64, run.Written().Msgs);
     return;
   }
-  if (outcome.ReportEnabled) ShowTotals(run);
-  if (run.RolledBack) ShowCompleted(run);
+  if (end.ReportEnabled) ShowTotals(run);
+  if (run.Done.RolledBack) ShowCompleted(run);
 }

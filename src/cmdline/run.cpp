@@ -15,7 +15,11 @@
 #include "cmdline/selection_report.h"
 #include "cmdline/validate.h"
 #include "common/units.h"
+#include "engine/consumer.h"
+#include "engine/file_sources.h"
+#include "engine/put.h"
 #include "engine/transfer.h"
+#include "logmode/log_source.h"
 #include "platform/interrupt.h"
 #include "platform/system.h"
 #include "platform/terminal.h"
@@ -24,9 +28,6 @@ namespace {
 
 constexpr int kPageWithoutTerminal = 500;   // rows
 constexpr int kPageOfUnknownTerminal = 24;  // rows
-
-// The first input queue, whose element stands for the input in the transfer; null for other inputs.
-QueueElement* FirstInput(Parameters& run) { return run.Inputs.Elements.empty() ? nullptr : run.Inputs.Elements.data(); }
 
 void SetUpConsole(Console& screen) {
   const int height = ConsoleHeight();
@@ -41,8 +42,7 @@ void TakeStartTime(Parameters& run) {
   const std::int64_t now = std::chrono::duration_cast<milliseconds>(sinceEpoch).count();
   run.StartTime = now / 1000;
   run.NowCentis = now / 10;
-  run.Status.LastStatusTime = run.StartTime;
-  run.Status.LastRateTime = run.StartTime;
+  run.Status.emplace(run.Asked.Display, run.Screen, run.StartTime);
 }
 
 MQLONG ConnectQMgrs(Parameters& run) {
@@ -82,7 +82,12 @@ MQLONG StartLog(Parameters& run) {
     return MQRC_OPTIONS_ERROR;
   }
   const auto& queues = run.Asked.Input.Queues;
-  return StartLogReading(run, queues.empty() ? std::string_view() : std::string_view(queues[0].Queue));
+  auto log = std::make_unique<LogSource>(run.Asked.Log,
+                                         WantedQueue{queues.empty() ? "" : queues[0].Queue, run.Asked.CaseCounts},
+                                         run.Screen, [&run] { return run.To->taken(); });
+  const MQLONG reason = log->Open(run.Files);
+  if (reason == 0) run.From = std::move(log);
+  return reason;
 }
 
 MQLONG OpenInput(Parameters& run) {
@@ -93,6 +98,7 @@ MQLONG OpenInput(Parameters& run) {
 MQLONG OpenOutput(Parameters& run) {
   const OutputOptions& asked = run.Asked.Output;
   if (run.Asked.Display.ShowDestinations) ShowDestinations(run.Screen, asked.Queues);
+  run.Async.emplace(run.Asked, OutputConn(run));
   run.TargetQueues.emplace(asked, OutputConn(run), MayFeedItself(run) ? &run.Inputs : nullptr);
   const bool adaptiveRate = run.Asked.Pace.Rate == -1;
   return run.TargetQueues->Open(adaptiveRate);
@@ -112,37 +118,56 @@ bool LooksAtData(Parameters& run) {
 
 void DecideDescriptorOnly(Parameters& run) {
   const bool dataGoesNowhere = run.Outputs->IsNull() || run.Asked.Display.Summary;
-  if (dataGoesNowhere && !run.Asked.Input.AlwaysData && !LooksAtData(run)) run.DescriptorOnly = true;
+  if (dataGoesNowhere && !run.Asked.Input.AlwaysData && !LooksAtData(run)) run.Gets.DescriptorOnly = true;
 }
 
-MQLONG Transfer(Parameters& run, QueueElement* queue) {
-  run.MessageIndex = -1;
-  const MQLONG reason = TransferMessages(run, queue, run.Screen.StdinIsTerminal);
-  EndLogReading(run);
-  return reason;
+std::unique_ptr<Source> MakeSource(Parameters& run) {
+  auto& queues = run.Inputs.Elements;
+  if (queues.empty()) {
+    const bool counted = run.Count.Pass == CountingPass::Done;
+    return MakeFileSource(run.Asked.Plain, *run.In, run.Screen, run.Memory(), counted);
+  }
+  if (queues.size() > 1) return std::make_unique<SeveralQueues>(run.Asked, run.Gets, InputConn(run), run.Inputs);
+  return std::make_unique<QueueSource>(run.Asked, run.Gets, InputConn(run), queues.front());
+}
+
+std::unique_ptr<Target> MakeTarget(Parameters& run) {
+  if (run.TargetQueues) {
+    return std::make_unique<QueuesTarget>(run.Asked, *run.TargetQueues, OutputConn(run), *run.Async);
+  }
+  return MakeFileTarget(run.Asked, *run.Outputs, *run.Summary, run.StartTime, run.Screen.StdinIsTerminal);
+}
+
+// Moves the messages of the run. Returns the reason of a failure with MessageText.
+MQLONG MoveMessages(Parameters& run) {
+  if (run.From == nullptr) run.From = MakeSource(run);
+  run.To = MakeTarget(run);
+  OutputQueues* const queues = run.TargetQueues ? &*run.TargetQueues : nullptr;
+  run.Done = Transfer(run.Asked, run.Stations(), *run.From, *run.To, queues, run.Progress).Run();
+  run.From.reset();
+  return run.Keep(run.Done.End);
 }
 
 // One transfer, from opening what it needs. Returns the reason of the first step that fails.
-MQLONG PerformTransfer(Parameters& run, Outcome& outcome) {
+MQLONG PerformTransfer(Parameters& run, RunEnd& end) {
   if (const MQLONG reason = OpenInput(run); reason != 0) return reason;
   if (run.Asked.Output.HasQueues()) {
     if (const MQLONG reason = OpenOutput(run); reason != 0) return reason;
   }
   if (InterruptSignal() != 0) return 0;  // no file is touched for a run that does nothing
-  run.MessageIndex = -1;
   if (run.Asked.Input.FileSet && !run.Asked.Log.Given) run.Files.ExpectInputSet(run.Asked.Input.FileName);
   bool goOn = false;
-  if (const MQLONG reason = OpenRunFiles(run, outcome, goOn); reason != 0 || !goOn) return reason;
+  if (const MQLONG reason = OpenRunFiles(run, end, goOn); reason != 0 || !goOn) return reason;
   DecideDescriptorOnly(run);
 
-  outcome.ReportEnabled = true;
-  const MQLONG reason = CloseRunFiles(run, Transfer(run, FirstInput(run)));
-  if (reason != 0 && run.MessageIndex < 0) outcome.ReportEnabled = false;
-  return reason != 0 ? reason : run.Loss;
+  end.ReportEnabled = true;
+  const MQLONG reason = CloseRunFiles(run, MoveMessages(run));
+  if (reason != 0 && !run.Done.Began) end.ReportEnabled = false;
+  return reason != 0 ? reason : run.Done.Loss;
 }
 
 // The steps from the connection to the transfer. Returns the reason of the first one that fails.
-MQLONG Perform(Parameters& run, Outcome& outcome) {
+MQLONG Perform(Parameters& run, RunEnd& end) {
   if (const MQLONG reason = ConnectQMgrs(run); reason != 0) return reason;
   if (!CheckInputQMgr(run) || !CheckNotOntoItself(run)) return MQRC_OPTIONS_ERROR;
   if (InterruptSignal() != 0) return 0;
@@ -151,10 +176,10 @@ MQLONG Perform(Parameters& run, Outcome& outcome) {
   run.Pause.emplace(run.Asked.Pace);
 
   if (run.Asked.Input.Generic || run.Asked.Output.Generic) {
-    outcome.SkipReport = true;
+    end.SkipReport = true;
     return run.Asked.Output.Generic ? GenericUnload(run) : GenericLoad(run);
   }
-  return PerformTransfer(run, outcome);
+  return PerformTransfer(run, end);
 }
 
 // Results that went to standard output have arrived only when their last byte has.
@@ -182,12 +207,12 @@ MQLONG Run(Parameters& run, int argc, char** argv) {
   if (!parsed.GoOn) return parsed.ExitCode;
   if (!ValidateOptions(run)) return MQRC_OPTIONS_ERROR;
 
-  Outcome outcome;
-  outcome.ExitCode = Perform(run, outcome);
-  ShowOutcome(run, outcome);
+  RunEnd end;
+  end.ExitCode = Perform(run, end);
+  ShowOutcome(run, end);
   OutputConn(run).Disconnect();
   InputConn(run).Disconnect();
-  return outcome.ExitCode;
+  return end.ExitCode;
 }
 
 }  // namespace

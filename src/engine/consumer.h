@@ -1,12 +1,22 @@
 #pragma once
 
-// Several input queues at once: the queue manager delivers their messages to a callback, which hands each to
-// ProcessMessage.
+// Several input queues at once: the queue manager delivers their messages to a callback.
 
-#include "mq/mqi.h"
+#include "engine/get.h"
 
-struct Parameters;
+class SeveralQueues : public QueueSource {
+ public:
+  // `queues` are open on `conn`.
+  SeveralQueues(const Options& asked, const GetMode& mode, QMgrConn& conn, InputQueues& queues)
+      : QueueSource(asked, mode, conn, queues.Elements.front()), queues_(queues) {}
 
-// Registers a consumer for every input queue, runs them until all are empty (or the wait interval is over) and returns
-// the reason of the first step that failed, or 0.
-MQLONG ConsumeQueues(Parameters& run);
+  bool DeliversItself() const override { return true; }
+  // Registers a consumer for every queue, and runs them until all queues are empty (or the wait interval is over).
+  // Returns the first step that failed.
+  Result DeliverAll(Delivery& delivery) override;
+
+ private:
+  Result Register(Delivery& delivery);
+
+  InputQueues& queues_;
+};

@@ -9,12 +9,14 @@
 #include <cstring>
 #include <deque>
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
+#include "engine/delivery.h"
+#include "engine/put.h"
+#include "mq/output_queues.h"
 
 struct FakeMessage {
   MQMD Descriptor;
@@ -152,33 +154,40 @@ class FakeMq {
 inline constexpr MQHOBJ kSource = 10;
 inline constexpr MQHOBJ kTarget = 20;
 
-// A run that moves the queue kSource of connection 1 to the queue kTarget.
+// The stations of a run that moves the queue kSource of connection 1 to the queue kTarget.
 struct FakeRun {
   FakeMq mq;
-  std::unique_ptr<Parameters> Owner = std::make_unique<Parameters>();
-  Parameters& run = *Owner;
+  Options asked;
+  Console screen;
+  QMgrConn conn{asked.QMgrs[0], asked.Display, screen};
+  AsyncPuts async{asked, conn};
+  OutputQueues queues{asked.Output, conn, QueueName{"", "TARGET"}, kTarget};
+  QueuesTarget target{asked, queues, conn, async};
+  Delay pause{asked.Pace};
+  StatusLines status{asked.Display, screen, 0};
+  MessagePlace place;
+  RunStations stations{screen, conn, conn, pause, status, place};
   QueueElement queue;
+  CurrentMessage message;
 
   FakeRun() {
-    for (int i = 0; i < 2; ++i) {
-      mq.FillTable(run.QMgrs[i].Api);
-      run.QMgrs[i].Hconn = i + 1;
-      run.QMgrs[i].QMgrName.Assign(i == 0 ? "QM1" : "QM2");
-      run.QMgrs[i].CommandLevel = 900;
-    }
-    run.Asked.Input.Remove = true;
-    run.Asked.Output.Queues = {{"", "TARGET"}};
-    run.TargetQueues.emplace(run.Asked.Output, run.QMgrs[0], run.Asked.Output.Queues.front(), kTarget);
+    mq.FillTable(conn.Api);
+    conn.Hconn = 1;
+    conn.QMgrName.Assign("QM1");
+    conn.CommandLevel = 900;
+    asked.Input.Remove = true;
+    asked.Input.Queues = {{"", "SOURCE"}};
+    asked.Output.Queues = {{"", "TARGET"}};
     queue.Hobj = kSource;
     queue.QueueName.Assign("SOURCE");
   }
   // Makes this the message in hand.
   void Hold(const std::string& data, const char* format = MQFMT_NONE) {
-    ASSERT_FALSE(run.Message.Buffer.Grow(data.size() + 1).failed());
-    run.Message.Descriptor = DefaultDescriptor();
-    FillField(run.Message.Descriptor.Format, 8, format);
-    run.Message.Data = run.Message.Buffer.data();
-    std::memcpy(run.Message.Data, data.data(), data.size());
-    run.Message.Length = run.Message.Delivered = static_cast<MQLONG>(data.size());
+    ASSERT_FALSE(message.Buffer.Grow(data.size() + 1).failed());
+    message.Descriptor = DefaultDescriptor();
+    FillField(message.Descriptor.Format, 8, format);
+    message.Data = message.Buffer.data();
+    std::memcpy(message.Data, data.data(), data.size());
+    message.Length = message.Delivered = static_cast<MQLONG>(data.size());
   }
 };

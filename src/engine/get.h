@@ -1,35 +1,57 @@
 #pragma once
 
-// Getting messages from an input queue: options, waits, buffer growth, what ends the input.
+// Input queues as the source of a transfer: the options of gets, buffer growth, what a get that took nothing means.
 
 #include <cstdint>
 
-#include "mq/mqi.h"
+#include "engine/source.h"
+#include "mq/connection.h"
+#include "mq/destinations.h"
+#include "options/options.h"
 
-struct Parameters;
-struct QueueElement;
-
-struct WaitState {
-  std::int64_t Since = 0;  // steady milliseconds: the start of the transfer, later the last message that was got
+// How the messages of a queue are taken, as far as the run decides it and not the user.
+struct GetMode {
+  bool BrowseFirst = false;     // messages are browsed, and only the selected ones got
+  bool DescriptorOnly = false;  // no data is got: nobody looks at it
 };
-
-inline constexpr std::int64_t kEndlessWaitSlice =
-    3600 * 1000;  // milliseconds; what is left where nothing limits a wait
-// How long one call waits, in milliseconds. A longer wait is made of several, so that an interrupt ends it soon.
-inline constexpr MQLONG kLongestWait = 500;
-
-// Milliseconds that are left of the wait interval, counted from the last message; not above 0 when it is over.
-std::int64_t WaitLeft(const Parameters& run);
 
 // The options of a get: browse, destructive, or of the message under the browse cursor, with properties as MQRFH2
 // header where the queue manager knows them.
-MQLONG GetOptions(const Parameters& run, bool underCursor);
+MQLONG GetOptions(const Options& asked, const GetMode& mode, const QMgrConn& conn, bool underCursor);
 
 // Adds the identifiers that the queue manager matches and the conversion to a descriptor and get options.
-void AddMatchAndConversion(const Parameters& run, MQMD& descriptor, MQGMO& options);
+void AddMatchAndConversion(const Options& asked, MQMD& descriptor, MQGMO& options);
 
-// One message into the message in hand. 0: a message is there, or the input is exhausted (Finished). In under-cursor
-// mode MQRC_NO_MSG_UNDER_CURSOR (without a text) tells that the browsed message has gone. Any other value is a failure
-// with MessageText. A get waits, as -w asks, only when no unit of work is open and the output file is flushed: both are
-// finished first, and an output file that reaches its age while the get waits is closed.
-MQLONG GetQueueMessage(Parameters& run, QueueElement& queue, bool underCursor);
+class QueueSource : public Source {
+ public:
+  // `queue` is open on `conn`. A message is got, at last, from the queue that it came from.
+  QueueSource(const Options& asked, const GetMode& mode, QMgrConn& conn, QueueElement& queue)
+      : asked_(asked), mode_(mode), conn_(conn), queue_(queue) {}
+
+  Result Next(CurrentMessage& message, std::int64_t wait, Arrival& arrival) override;
+  void Rewind() override { fromFirst_ = true; }
+  bool ReadsQueue() const override { return true; }
+  HeaderNames names() const override;
+  bool BrowsesFirst() const override { return mode_.BrowseFirst; }
+  Result Remove(CurrentMessage& message, bool& gone) override;
+
+ protected:
+  const Options& asked_;
+  GetMode mode_;
+  QMgrConn& conn_;
+
+ private:
+  enum class Taken { Message, TooLong, Nothing, Failed };
+  struct GetEnd {
+    CallEnd Call;
+    MQLONG Length = 0;  // of the message, bytes
+  };
+
+  // One message, with a buffer that grows as it must. Nothing: there is none.
+  Result Get(CurrentMessage& message, QueueElement& queue, bool underCursor, std::int64_t wait, Taken& taken);
+  GetEnd CallMqget(CurrentMessage& message, const QueueElement& queue, MQGMO& options, MQLONG room);
+  Taken Judge(const GetEnd& end, MQLONG room, bool underCursor) const;
+
+  QueueElement& queue_;
+  bool fromFirst_ = false;  // the next browse begins at the first message again
+};

@@ -6,7 +6,7 @@
 #include <ctime>
 #include <string>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
 #include "mq/option_behind.h"
 #include "mq/reasons.h"
 
@@ -26,67 +26,8 @@ constexpr ContextOption kContextOptions[] = {
     {PutContext::None, MQPMO_NO_CONTEXT},
 };
 
-// The outcome of one or several puts.
-struct PutOutcome {
-  MQLONG CompCode = MQCC_OK;
-  MQLONG Reason = MQRC_NONE;
-};
-
-// A destination as the put sees it; the names serve messages only and may have 48 characters without a terminator.
-struct Destination {
-  MQHOBJ Hobj;
-  const char* QMgr;
-  const char* Queue;
-  std::string Name() const { return DestinationText(QMgr, Queue); }
-};
-
-// Asks the queue manager of the output for the outcomes that it has collected. Returns the reason of a failure.
-MQLONG AskAsyncPuts(Parameters& run, MQSTS& status) {
-  const QMgrConn& conn = OutputConn(run);
-  CallEnd end;
-  conn.Api.MQSTAT(conn.Hconn, MQSTAT_TYPE_ASYNC_ERROR, &status, &end.CompCode, &end.Reason);
-  conn.Trace("MQSTAT", {}, end.Reason);
-  return end.Failure();
-}
-
-void TellNormalPuts(Parameters& run, const std::string& why) {
-  if (!run.Asked.Display.ShowDestinations) return;
-  run.Screen.Print("Messages are not put asynchronously: %s\n\n", why.c_str());
-}
-
-// Asynchronous puts need somebody who tells what became of them, and a place where their messages still are.
-bool DecideAsync(Parameters& run) {
-  if (run.Asked.Input.Remove && run.Asked.Units.MessageLimit == 0) {
-    TellNormalPuts(run, "without units of work a message whose put fails would be lost");
-    return false;
-  }
-  MQSTS earlier;
-  const MQLONG reason = AskAsyncPuts(run, earlier);
-  if (reason != 0) TellNormalPuts(run, FormatText("MQSTAT failed RC(%d) %s", reason, ReasonText(reason)));
-  return reason == 0;
-}
-
-bool PutsAsynchronously(Parameters& run) {
-  if (!run.Asked.Output.AsyncPut) return false;
-  if (!run.Async.Decided) run.Async = {.Decided = true, .InUse = DecideAsync(run)};
-  return run.Async.InUse;
-}
-
-MQPMO PutOptions(Parameters& run, const QueueElement* queue) {
-  MQPMO options;
-  options.Options = run.Asked.Units.MessageLimit != 0 ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT;
-  for (const ContextOption& context : kContextOptions) {
-    if (run.Asked.Output.Context == context.Context) {
-      options.Options |= context.Option;
-      break;
-    }
-  }
-  if (PutsAsynchronously(run)) options.Options |= MQPMO_ASYNC_RESPONSE;
-  options.Context = queue != nullptr ? queue->Hobj : MQHO_UNUSABLE_HOBJ;
-  return options;
-}
-
-bool IntegersReversed(const MQMD& descriptor) {
+// Whether integers of the message stand in the other byte order than the processor's.
+bool InOtherOrder(const MQMD& descriptor) {
   return (descriptor.Encoding & MQENC_INTEGER_MASK) != MQENC_INTEGER_REVERSED;
 }
 
@@ -99,7 +40,7 @@ void RepairCfh(CurrentMessage& message) {
   if (version >= MQCFH_VERSION_3) return;
   PrintOutput("\nMQCFH updated from %d to %d\n", version, MQCFH_VERSION_3);
   const std::uint32_t value = MQCFH_VERSION_3;
-  const std::uint32_t stored = IntegersReversed(descriptor) ? __builtin_bswap32(value) : value;
+  const std::uint32_t stored = InOtherOrder(descriptor) ? __builtin_bswap32(value) : value;
   std::memcpy(message.Data + offsetof(MQCFH, Version), &stored, sizeof stored);
 }
 
@@ -139,151 +80,128 @@ bool LowerDescriptorVersion(CurrentMessage& message) {
   return possible;
 }
 
-PutOutcome PutToQueue(Parameters& run, const Destination& destination, MQPMO& options) {
-  QMgrConn& conn = OutputConn(run);
-  CurrentMessage& message = run.Message;
-  if (run.Asked.Output.RaiseCfhVersion) RepairCfh(message);
-  if (run.Asked.Output.Context == PutContext::SetAllTimes) SetPutTime(message.Descriptor);
-  OverrideFields(message.Descriptor, run.Asked.Output.Override);
-  // A put that fails may still have reached some destinations of a list, or its outcome may be unknown.
-  if ((options.Options & MQPMO_SYNCPOINT) != 0) conn.UnitOpen = true;
-  for (;;) {
-    PutOutcome outcome;
-    conn.Api.MQPUT(conn.Hconn, destination.Hobj, &message.Descriptor, &options, message.Length, message.Data,
-                   &outcome.CompCode, &outcome.Reason);
-    if (conn.TracesCalls()) conn.Trace("MQPUT", destination.Name(), outcome.Reason);
-    const bool async = (options.Options & MQPMO_ASYNC_RESPONSE) != 0;
-    if (outcome.CompCode != MQCC_FAILED) {
-      run.Async.Outstanding = run.Async.Outstanding || async;
-      return outcome;
-    }
-    if (outcome.Reason == MQRC_OPTIONS_ERROR && async) {
-      run.Async.InUse = false;
-      options.Options &= ~MQPMO_ASYNC_RESPONSE;
-      continue;
-    }
-    if (outcome.Reason == MQRC_CFH_ERROR && LowerDescriptorVersion(message)) continue;
-    return outcome;
-  }
-}
+}  // namespace
 
-void SetPutFailure(Parameters& run, const std::string& destination, MQLONG reason) {
-  run.MessageText.Format("MQPUT(%s) failed RC(%d) %s%s", destination.c_str(), reason, ReasonText(reason),
-                         OptionLine(run.Asked, MqStep::Put, reason).c_str());
-}
-
-Destination ListDestination(const QueueList& list, std::size_t index) {
+QueuesTarget::Destination QueuesTarget::ListDestination(const QueueList& list, std::size_t index) {
   const MQHOBJ hobj = index < list.Elements.size() ? list.Elements[index].Hobj : MQHO_UNUSABLE_HOBJ;
   return {hobj, list.Entries[index].ObjectQMgrName, list.Entries[index].ObjectName};
 }
 
-PutOutcome PutToSingle(Parameters& run, MQPMO& options) {
-  const Destination destination{run.TargetQueues->hobj(), run.TargetQueues->name().QMgr.c_str(),
-                                run.TargetQueues->name().Queue.c_str()};
-  const PutOutcome outcome = PutToQueue(run, destination, options);
-  if (outcome.CompCode == MQCC_FAILED) {
-    SetPutFailure(run, destination.Name(), outcome.Reason);
-  } else {
-    run.Put.PutMsgs = 1;
+MQPMO QueuesTarget::PutOptions(const CurrentMessage& message) {
+  MQPMO options;
+  options.Options = InUnits() ? MQPMO_SYNCPOINT : MQPMO_NO_SYNCPOINT;
+  for (const ContextOption& context : kContextOptions) {
+    if (asked_.Output.Context != context.Context) continue;
+    options.Options |= context.Option;
+    break;
   }
-  return outcome;
+  if (async_.InUse()) options.Options |= MQPMO_ASYNC_RESPONSE;
+  options.Context = message.From != nullptr ? message.From->Hobj : MQHO_UNUSABLE_HOBJ;
+  return options;
+}
+
+CallEnd QueuesTarget::PutTo(const Destination& destination, MQPMO& options, CurrentMessage& message) {
+  if (asked_.Output.RaiseCfhVersion) RepairCfh(message);
+  if (asked_.Output.Context == PutContext::SetAllTimes) SetPutTime(message.Descriptor);
+  OverrideFields(message.Descriptor, asked_.Output.Override);
+  // A put that fails may still have reached some destinations of a list, or its outcome may be unknown.
+  if ((options.Options & MQPMO_SYNCPOINT) != 0) conn_.UnitOpen = true;
+  for (;;) {
+    CallEnd end;
+    conn_.Api.MQPUT(conn_.Hconn, destination.Hobj, &message.Descriptor, &options, message.Length, message.Data,
+                    &end.CompCode, &end.Reason);
+    if (conn_.TracesCalls()) conn_.Trace("MQPUT", destination.Name(), end.Reason);
+    const bool async = (options.Options & MQPMO_ASYNC_RESPONSE) != 0;
+    if (!end.failed()) {
+      if (async) async_.Made();
+      return end;
+    }
+    if (end.Reason == MQRC_OPTIONS_ERROR && async) {
+      async_.Refused();
+      options.Options &= ~MQPMO_ASYNC_RESPONSE;
+      continue;
+    }
+    if (end.Reason == MQRC_CFH_ERROR && LowerDescriptorVersion(message)) continue;
+    return end;
+  }
+}
+
+Result QueuesTarget::Failure(const Destination& destination, MQLONG reason) const {
+  return {reason, FormatText("MQPUT(%s) failed RC(%d) %s%s", destination.Name().c_str(), reason, ReasonText(reason),
+                             OptionLine(asked_, MqStep::Put, reason).c_str())};
+}
+
+QueuesTarget::Delivered QueuesTarget::PutToSingle(MQPMO& options, CurrentMessage& message) {
+  const QueueName& name = queues_.name();
+  const Destination destination{queues_.hobj(), name.QMgr.c_str(), name.Queue.c_str()};
+  const CallEnd end = PutTo(destination, options, message);
+  if (end.failed()) return {0, Failure(destination, end.Failure())};
+  return {1, {}};
 }
 
 // One put to a distribution list. A destination that failed makes the whole put a failure, with that destination's
 // reason, also where the queue manager only warns.
-PutOutcome PutToList(Parameters& run, MQPMO& options) {
-  QueueList& list = *run.TargetQueues->list();
+QueuesTarget::Delivered QueuesTarget::PutToList(MQPMO& options, CurrentMessage& message) {
+  QueueList& list = *queues_.list();
   std::fill(list.Responses.begin(), list.Responses.end(), MQRR{});
   options.Version = std::max(options.Version, MQPMO_VERSION_2);
   options.RecsPresent = static_cast<MQLONG>(list.Responses.size());
   options.ResponseRecPtr = list.Responses.data();
-  run.Put.PutMsgs = list.Count();
-  PutOutcome outcome = PutToQueue(run, {run.TargetQueues->hobj(), "", "<Distribution List>"}, options);
-  if (outcome.CompCode != MQCC_FAILED && outcome.Reason != MQRC_MULTIPLE_REASONS) return outcome;
+  const CallEnd end = PutTo({queues_.hobj(), "", "<Distribution List>"}, options, message);
+  Delivered delivered{list.Count(), {}};
+  if (!end.failed() && end.Reason != MQRC_MULTIPLE_REASONS) return delivered;
 
-  run.MessageText.clear();
-  const PutOutcome whole = outcome;
   for (std::size_t i = 0; i < list.Responses.size(); ++i) {
-    if (list.Responses[i].CompCode != MQCC_FAILED) continue;
-    --run.Put.PutMsgs;
-    if (!run.MessageText.empty()) continue;
-    outcome = {MQCC_FAILED, list.Responses[i].Reason};
-    SetPutFailure(run, ListDestination(list, i).Name(), outcome.Reason);
+    const CallEnd response{list.Responses[i].CompCode, list.Responses[i].Reason};
+    if (!response.failed()) continue;
+    --delivered.Destinations;
+    if (!delivered.End.failed()) delivered.End = Failure(ListDestination(list, i), response.Failure());
   }
-  if (whole.CompCode == MQCC_FAILED && run.MessageText.empty()) {
-    SetPutFailure(run, ListDestination(list, 0).Name(), whole.Reason);
-    run.Put.PutMsgs = 0;
-  }
-  return outcome;
+  if (end.failed() && !delivered.End.failed()) return {0, Failure(ListDestination(list, 0), end.Failure())};
+  return delivered;
 }
 
 // One put per destination, each tried whatever became of the others. The first failure is the one that is told.
-PutOutcome PutToEach(Parameters& run, MQPMO& options) {
-  const QueueList& list = *run.TargetQueues->list();
-  run.MessageText.clear();
-  PutOutcome first;
+QueuesTarget::Delivered QueuesTarget::PutToEach(MQPMO& options, CurrentMessage& message) {
+  const QueueList& list = *queues_.list();
+  Delivered delivered;
   for (std::size_t i = 0; i < list.Entries.size(); ++i) {
     const Destination destination = ListDestination(list, i);
-    const PutOutcome outcome = PutToQueue(run, destination, options);
-    if (outcome.CompCode != MQCC_FAILED) {
-      ++run.Put.PutMsgs;
-    } else if (run.MessageText.empty()) {
-      first = outcome;
-      SetPutFailure(run, destination.Name(), outcome.Reason);
+    const CallEnd end = PutTo(destination, options, message);
+    if (!end.failed()) {
+      ++delivered.Destinations;
+    } else if (!delivered.End.failed()) {
+      delivered.End = Failure(destination, end.Failure());
     }
   }
-  return first;
+  return delivered;
 }
 
-}  // namespace
+Result QueuesTarget::Take(CurrentMessage& message, const MessagePlace&, bool) {
+  if (Result whole = CheckWhole(message); whole.failed()) return whole;
+  MQPMO options = PutOptions(message);
+  Delivered delivered = queues_.list() == nullptr    ? PutToSingle(options, message)
+                        : asked_.Output.Individually ? PutToEach(options, message)
+                                                     : PutToList(options, message);
+  // In a unit of work that is backed out no destination keeps the message.
+  if (!delivered.End.failed() || !InUnits()) {
+    put_.Add(delivered.Destinations, std::int64_t{delivered.Destinations} * message.Length);
+  }
+  return std::move(delivered.End);
+}
+
+Result QueuesTarget::Settle() {
+  MQLONG failures = 0;
+  Result settled = async_.Settle(failures);
+  // Outside units of work the others stay where they are. What the failed ones measured is not known.
+  if (!InUnits()) put_.Msgs -= std::min<std::int64_t>(failures, put_.Msgs);
+  return settled;
+}
 
 MQLONG CfhVersion(const MQMD& descriptor, const MQBYTE* data, MQLONG length) {
   std::uint32_t version = 0;
   constexpr std::size_t kEnd = offsetof(MQCFH, Version) + sizeof version;
   if (length < static_cast<MQLONG>(kEnd)) return 0;
   std::memcpy(&version, data + offsetof(MQCFH, Version), sizeof version);
-  return std::bit_cast<MQLONG>(IntegersReversed(descriptor) ? __builtin_bswap32(version) : version);
-}
-
-MQLONG PutMessage(Parameters& run, const QueueElement* queue) {
-  MQPMO options = PutOptions(run, queue);
-  const PutOutcome outcome = run.TargetQueues->list() == nullptr ? PutToSingle(run, options)
-                             : run.Asked.Output.Individually     ? PutToEach(run, options)
-                                                                 : PutToList(run, options);
-  const MQLONG failure = outcome.CompCode == MQCC_FAILED ? outcome.Reason : 0;
-  // The unit of work is backed out: no destination keeps the message.
-  if (failure != 0 && run.Uow.SyncpointActive) return failure;
-  run.Put.PutBytes = static_cast<std::int64_t>(run.Put.PutMsgs) * run.Message.Length;
-  run.MsgsPut += run.Put.PutMsgs;
-  run.UowMsgsPut += run.Put.PutMsgs;
-  run.BytesPut += run.Put.PutBytes;
-  run.UowBytesPut += run.Put.PutBytes;
-  return failure;
-}
-
-MQLONG CheckAsyncPuts(Parameters& run) {
-  if (!run.Async.Outstanding) return 0;
-  run.Async.Outstanding = false;
-  MQSTS status;
-  const bool textFree = run.MessageText.empty();
-  if (const MQLONG reason = AskAsyncPuts(run, status); reason != 0) {
-    if (textFree) {
-      run.MessageText.Format("MQSTAT(%s) failed RC(%d) %s", OutputConn(run).QMgrName.c_str(), reason,
-                             ReasonText(reason));
-    }
-    return reason;
-  }
-  // Some destination of a distribution list failed when a warning speaks of several reasons.
-  const bool failed = status.CompCode == MQCC_FAILED || status.PutFailureCount > 0;
-  if (!failed && status.Reason != MQRC_MULTIPLE_REASONS) return 0;
-  if (textFree) {
-    const std::string qmgr(NameInField(status.ObjectQMgrName, sizeof status.ObjectQMgrName));
-    const std::string queue(NameInField(status.ObjectName, sizeof status.ObjectName));
-    run.MessageText.Format("MQPUT(%s) failed RC(%d) %s (asynchronous puts that failed: %d)",
-                           DestinationText(qmgr.c_str(), queue.c_str()).c_str(), status.Reason,
-                           ReasonText(status.Reason), status.PutFailureCount);
-  }
-  // Outside units of work the others stay where they are. What the failed ones measured is not known.
-  if (!run.Uow.SyncpointActive) run.MsgsPut -= std::min<std::int64_t>(status.PutFailureCount, run.MsgsPut);
-  return status.Reason != 0 ? status.Reason : MQRC_UNEXPECTED_ERROR;
+  return std::bit_cast<MQLONG>(InOtherOrder(descriptor) ? __builtin_bswap32(version) : version);
 }

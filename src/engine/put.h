@@ -1,40 +1,52 @@
 #pragma once
 
-// Putting the message in hand onto the output side, and moving messages that were backed out too often to their queue's
-// backout queue.
+// Output queues as the target of a transfer.
 
-#include <cstdint>
+#include "engine/async_puts.h"
+#include "engine/target.h"
+#include "mq/connection.h"
+#include "mq/output_queues.h"
 
-#include "mq/mqi.h"
+class QueuesTarget : public Target {
+ public:
+  // `queues` are open on `conn`.
+  QueuesTarget(const Options& asked, OutputQueues& queues, QMgrConn& conn, AsyncPuts& async)
+      : asked_(asked), queues_(queues), conn_(conn), async_(async) {}
 
-struct Parameters;
-struct QueueElement;
+  // 0 when all destinations took the message, else the reason of the first one that did not.
+  Result Take(CurrentMessage& message, const MessagePlace& place, bool atOnce) override;
+  Result Settle() override;
+  Tally put() const override { return put_; }
 
-// Counters of one delivery.
-struct PutState {
-  int PutMsgs = 0;            // destinations that received this message
-  std::int64_t PutBytes = 0;  // bytes put for this message
+ private:
+  // A destination as the put sees it; the names serve messages only and may have 48 characters without a terminator.
+  struct Destination {
+    MQHOBJ Hobj;
+    const char* QMgr;
+    const char* Queue;
+    std::string Name() const { return DestinationText(QMgr, Queue); }
+  };
+  // What became of one message.
+  struct Delivered {
+    MQLONG Destinations = 0;  // that have it
+    Result End;               // with the first destination that failed
+  };
+
+  bool InUnits() const { return asked_.Units.MessageLimit != 0; }
+  static Destination ListDestination(const QueueList& list, std::size_t index);
+  MQPMO PutOptions(const CurrentMessage& message);
+  CallEnd PutTo(const Destination& destination, MQPMO& options, CurrentMessage& message);
+  Result Failure(const Destination& destination, MQLONG reason) const;
+  Delivered PutToSingle(MQPMO& options, CurrentMessage& message);
+  Delivered PutToList(MQPMO& options, CurrentMessage& message);
+  Delivered PutToEach(MQPMO& options, CurrentMessage& message);
+
+  const Options& asked_;
+  OutputQueues& queues_;
+  QMgrConn& conn_;
+  AsyncPuts& async_;
+  Tally put_;
 };
-
-// Asynchronous puts (-Oa): a put returns before its outcome is known, which is asked for later.
-struct AsyncPuts {
-  bool Decided = false;      // at the first put of the run
-  bool InUse = false;        // puts are asynchronous
-  bool Outstanding = false;  // some were made since their outcome was last asked for
-};
-
-// 0 when all destinations took the message, else the reason with MessageText.
-MQLONG PutMessage(Parameters& run, const QueueElement* queue);
-
-// Asks what became of the asynchronous puts since the last time; before every commit, before a wait, and at the end of
-// a run. Returns the reason of the first one that failed, with its queue in MessageText (a message that is there is
-// kept), or 0.
-MQLONG CheckAsyncPuts(Parameters& run);
-
-// Puts `descriptor` and `length` bytes of `data` on the queue's backout queue, opened at its first use, in the unit of
-// work of the input queue manager. Failures are reported and returned.
-MQLONG RequeueToBackout(Parameters& run, QueueElement& queue, const MQMD& descriptor, const MQBYTE* data,
-                        MQLONG length);
 
 // The version of the MQCFH at the start of the data, read in the message's byte order; 0 when the data is too short.
 MQLONG CfhVersion(const MQMD& descriptor, const MQBYTE* data, MQLONG length);

@@ -8,7 +8,7 @@ namespace {
 
 struct PutTest : testing::Test, FakeRun {
   PutTest() { Hold("data"); }
-  MQLONG Put() { return PutMessage(run, &queue); }
+  MQLONG Put() { return target.Take(message, place, false).reason(); }
 };
 
 std::string CfhOfVersion(MQLONG version) {
@@ -33,7 +33,7 @@ TEST_F(PutTest, ACfhErrorIsRepeatedWithAVersion1DescriptorWhenThatLosesNothing) 
                         {CfhOfVersion(1).substr(0, 35), nothing, false}};
   for (const Case& c : cases) {
     Hold(c.Data);
-    c.Change(run.Message.Descriptor);
+    c.Change(message.Descriptor);
     mq.PutDescriptors.clear();
     mq.Script["MQPUT"] = {{MQCC_FAILED, MQRC_CFH_ERROR}};
     EXPECT_EQ(Put(), c.Repeated ? 0 : MQRC_CFH_ERROR);
@@ -43,7 +43,7 @@ TEST_F(PutTest, ACfhErrorIsRepeatedWithAVersion1DescriptorWhenThatLosesNothing) 
 }
 
 TEST_F(PutTest, OldCommandHeadersBecomeVersion3InTheirOwnByteOrder) {
-  run.Asked.Output.RaiseCfhVersion = true;
+  asked.Output.RaiseCfhVersion = true;
   struct Case {
     const char* Format;
     MQLONG Encoding;
@@ -57,19 +57,19 @@ TEST_F(PutTest, OldCommandHeadersBecomeVersion3InTheirOwnByteOrder) {
                         {"MQADMIN ", MQENC_NATIVE, CfhOfVersion(1).substr(0, 20), one}};
   for (const Case& c : cases) {
     Hold(c.Data);
-    FillField(run.Message.Descriptor.Format, 8, c.Format);
-    run.Message.Descriptor.Encoding = c.Encoding;
+    FillField(message.Descriptor.Format, 8, c.Format);
+    message.Descriptor.Encoding = c.Encoding;
     ASSERT_EQ(Put(), 0);
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(run.Message.Data) + 8, 4), c.VersionAfter);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(message.Data) + 8, 4), c.VersionAfter);
   }
-  EXPECT_EQ(CfhVersion(run.Message.Descriptor, run.Message.Data, 11), 0);
+  EXPECT_EQ(CfhVersion(message.Descriptor, message.Data, 11), 0);
 }
 
 TEST_F(PutTest, OverridesAndPutTimesGoIntoTheDescriptor) {
-  run.Asked.Output.Context = PutContext::SetAllTimes;
-  run.Asked.Output.Override.Priority = 9;
-  run.Asked.Output.Override.Format = "MQSTR";
-  run.Asked.Output.Override.ReplyTo = {"QMR", ""};
+  asked.Output.Context = PutContext::SetAllTimes;
+  asked.Output.Override.Priority = 9;
+  asked.Output.Override.Format = "MQSTR";
+  asked.Output.Override.ReplyTo = {"QMR", ""};
   ASSERT_EQ(Put(), 0);
   const MQMD& put = mq.PutDescriptors.back();
   EXPECT_EQ(put.Priority, 9);

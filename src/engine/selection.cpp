@@ -42,6 +42,13 @@ bool HasSizeAndPriority(const SelectionOptions& wanted, const CurrentMessage& me
          (wanted.PriorityAtMost == -1 || priority <= wanted.PriorityAtMost);
 }
 
+// Whether there is no criterion at all.
+bool IsMetByAny(const SelectionOptions& wanted) {
+  return !wanted.HasIdentifier() && !wanted.LooksAtData() && wanted.RangeStart == 0 && wanted.RangeEnd == 0 &&
+         wanted.SizeBelow == -1 && wanted.SizeAtLeast == -1 && wanted.PriorityAtLeast == -1 &&
+         wanted.PriorityAtMost == -1 && wanted.PutBefore == 0 && wanted.PutAfter == 0;
+}
+
 bool HasDeadLetterReason(MQLONG reason, const CurrentMessage& message) {
   MQDLH header;
   return ReadHeader(message, MQFMT_DEAD_LETTER_HEADER, header) && header.Reason == reason;
@@ -81,13 +88,14 @@ bool HasContent(const SelectionOptions& wanted, const CurrentMessage& message) {
 }  // namespace
 
 Selection::Selection(const SelectionOptions& wanted, Console* times)
-    : wanted_(wanted), times_(times), first_(wanted.RangeStart), last_(wanted.RangeEnd) {
+    : wanted_(wanted), any_(IsMetByAny(wanted)), times_(times), first_(wanted.RangeStart), last_(wanted.RangeEnd) {
   if (last_ == 0) return;
   if (first_ == 0) first_ = 1;
   if (first_ > last_) std::swap(first_, last_);
 }
 
 bool Selection::Takes(const CurrentMessage& message, int position) const {
+  if (any_) return !wanted_.Invert;
   const bool meetsAll = InRange(position) && HasIdentifiers(wanted_, message.Descriptor) &&
                         HasSizeAndPriority(wanted_, message) &&
                         (!wanted_.DlqReason || HasDeadLetterReason(*wanted_.DlqReason, message)) &&

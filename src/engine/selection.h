@@ -21,6 +21,7 @@ class Selection {
   bool HasPutTime(const MQMD& descriptor) const;
 
   const SelectionOptions& wanted_;
+  bool any_;  // every message meets what is asked for
   Console* times_;
   int first_;  // of the range; 0: there is none
   int last_;   // 0: it is open

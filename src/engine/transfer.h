@@ -1,26 +1,45 @@
 #pragma once
 
-// The transfer loop: takes one message at a time from the run's single source, offers it to the selection and hands it
-// to its one target, under units of work. It owns the order of the steps, the end conditions, the counters and the
-// commit or backout at the end.
+// The transfer loop: asks a source for one message after the other and lets each be delivered to the target. It owns
+// the order of the steps, the waits, the end conditions, and the commit or backout at the end.
 
-#include "mq/mqi.h"
+#include <cstdint>
+#include <optional>
 
-struct Parameters;
-struct QueueElement;
+#include "engine/delivery.h"
+#include "engine/outcome.h"
+#include "engine/pace.h"
+#include "engine/wait_clock.h"
+#include "files/progress.h"
+#include "mq/output_queues.h"
 
-// Refuses options that do not go together in a transfer; `queue` as below. Returns 0, or a reason with MessageText.
-MQLONG CheckTransfer(Parameters& run, const QueueElement* queue);
+// Refuses options that do not go together in a transfer.
+Result CheckTransfer(const Options& asked);
 
-// Runs the transfer. `queue` is the input queue, or null for file and log input (and for several input queues, which
-// the consumer reads). `terminal`: standard input is a terminal. Returns 0 or the reason of the first failing step,
-// with its text in MessageText; the counters, Finished and RolledBack tell the rest.
-MQLONG TransferMessages(Parameters& run, QueueElement* queue, bool terminal);
+class Transfer {
+ public:
+  // `queues` are the output queues, on which a required rate is possible; else null.
+  Transfer(const Options& asked, const RunStations& run, Source& source, Target& target, OutputQueues* queues,
+           ProgressLine& progress);
 
-// One message that the source has yielded: counts, selects, gets a browsed message, rotates the output file, hands the
-// message to its target and keeps the unit of work. Called by the loop and by the consumer's callback.
-MQLONG ProcessMessage(Parameters& run, QueueElement* queue, bool terminal);
+  // Moves the messages. To be called once.
+  Outcome Run();
 
-// Ends a transfer that is to be interrupted, as if its source had no further message. Asked between two messages, and
-// wherever a source waits for one; answers whether it did.
-bool EndIfInterrupted(Parameters& run);
+ private:
+  Result Move();
+  Result Loop();
+  Result Next();
+  Result AllowedWait(std::int64_t& wait);
+  Result NoMessage(bool& rewound);
+
+  const Options& asked_;
+  const RunStations run_;
+  Source& source_;
+  Target& target_;
+  OutputQueues* queues_;
+  ProgressLine& progress_;
+  Delivery delivery_;
+  WaitClock wait_;
+  std::optional<Pace> pace_;
+  bool began_ = false;
+};

@@ -1,6 +1,6 @@
 #include "engine/unit_of_work.h"
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
 #include "mq/reasons.h"
 
 namespace {
@@ -22,61 +22,73 @@ bool CertainlyBackedOut(MQLONG commitFailure, bool backedOut) {
   }
 }
 
+Result BackOutOn(QMgrConn& conn) {
+  if (!conn.UnitOpen) return {};
+  const CallEnd end = conn.Backout();
+  if (!end.failed()) return {};
+  return {end.Failure(),
+          FormatText("MQBCK(%s) failed RC(%d) %s", conn.QMgrName.c_str(), end.Reason, ReasonText(end.Reason))};
+}
+
 }  // namespace
 
-MQLONG Commit(Parameters& run, QMgrConn& conn) {
+Result UnitOfWork::Add() {
+  if (!active_) return {};
+  ++count_;
+  const int limit = asked_.Units.MessageLimit;
+  return limit != -1 && count_ >= limit ? Commit() : Result();
+}
+
+Result UnitOfWork::CommitOn(QMgrConn& conn) {
   const CallEnd end = conn.Commit();
-  if (end.CompCode == MQCC_OK) return 0;
-  run.Uow.CommitFailure = end.Reason != MQRC_NONE ? end.Reason : MQRC_UNEXPECTED_ERROR;
-  run.MessageText.Format("MQCMIT(%s) failed RC(%d) %s", conn.QMgrName.c_str(), end.Reason, ReasonText(end.Reason));
-  run.Finished = true;
-  return end.Reason;
+  if (end.CompCode == MQCC_OK) return {};
+  commitFailure_ = end.Reason != MQRC_NONE ? end.Reason : MQRC_UNEXPECTED_ERROR;
+  return {commitFailure_,
+          FormatText("MQCMIT(%s) failed RC(%d) %s", conn.QMgrName.c_str(), end.Reason, ReasonText(end.Reason))};
 }
 
-MQLONG Backout(Parameters& run, QMgrConn& conn) {
-  const CallEnd end = conn.Backout();
-  if (!end.failed()) return 0;
-  if (run.MessageText.empty()) {
-    run.MessageText.Format("MQBCK(%s) failed RC(%d) %s", conn.QMgrName.c_str(), end.Reason, ReasonText(end.Reason));
+Result UnitOfWork::Commit() {
+  if (Result settled = target_.Settle(); settled.failed()) return settled;
+  if (!active_) return {};
+  // The messages leave their queue with the commit: from then on the target is the only place that has them.
+  const bool removes = asked_.Input.Remove;
+  if (removes) {
+    if (Result secured = target_.Secure(); secured.failed()) return secured;
   }
-  return end.Reason;
+  if (Result committed = CommitOn(output_); committed.failed()) return committed;
+  committedPut_ = target_.put();
+  if (&input_ != &output_ && removes) {
+    if (Result committed = CommitOn(input_); committed.failed()) return committed;
+  }
+  if (removes) target_.Keep();
+  committedRead_ = read_;
+  count_ = 0;
+  return {};
 }
 
-MQLONG CommitAll(Parameters& run) {
-  if (const MQLONG reason = CheckAsyncPuts(run); reason != 0) return reason;
-  if (!run.Uow.SyncpointActive) return 0;
-  // The messages leave their queue with the commit: from then on the file is the only place that has them.
-  if (run.Asked.Input.Remove) {
-    Result result = run.Outputs->Flush(true);
-    if (!result.failed()) result = run.Outputs->changes().Place();
-    if (result.failed()) return run.Keep(result);
-  }
-  if (const MQLONG reason = Commit(run, OutputConn(run)); reason != 0) return reason;
-  run.UowMsgsPut = 0;
-  run.UowBytesPut = 0;
-  if (run.Asked.Input.QMgr != run.Asked.Output.QMgr && run.Asked.Input.Remove) {
-    if (const MQLONG reason = Commit(run, InputConn(run)); reason != 0) return reason;
-  }
-  if (run.Asked.Input.Remove) run.Outputs->changes().Keep();
-  run.UowMsgsRead = 0;
-  run.UowBytesRead = 0;
-  run.Uow.UowCount = 0;
-  return 0;
-}
-
-void BackOutRun(Parameters& run) {
-  run.RolledBack = true;
-  QMgrConn& output = OutputConn(run);
-  QMgrConn& input = InputConn(run);
+Result UnitOfWork::BackOut() {
+  rolledBack_ = true;
   // A unit that stays open on one side would be committed by the disconnect, whatever became of the other side.
-  bool clean = true;
-  if (output.UnitOpen) clean = Backout(run, output) == 0;
-  if (&input != &output && input.UnitOpen) clean = Backout(run, input) == 0 && clean;
-  if (clean) run.Uow.UowCount = 0;
-  if (CertainlyBackedOut(run.Uow.CommitFailure, clean)) return;
-  if (!run.Outputs->changes().files().empty()) {
-    run.Screen.PrintText(
+  Result result = BackOutOn(output_);
+  if (&input_ != &output_) result.Add(BackOutOn(input_));
+  if (!result.failed()) count_ = 0;
+  if (CertainlyBackedOut(commitFailure_, !result.failed())) return result;
+  if (target_.KeepsMessages()) {
+    output_.screen().PrintText(
         "It is not known whether the last unit of work was committed: its messages stay in the file\n");
   }
-  run.Outputs->changes().Keep();
+  target_.Keep();
+  return result;
+}
+
+Result UnitOfWork::End(Result result) {
+  result.Add(target_.Settle());
+  if (!active_) return result;
+  const bool open = count_ != 0 || input_.UnitOpen || output_.UnitOpen;
+  if (!result.failed() && open) {
+    Result committed = Commit();
+    if (committed.failed()) result = std::move(committed);
+  }
+  if (result.failed()) result.Add(BackOut());
+  return result;
 }

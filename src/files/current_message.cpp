@@ -11,7 +11,7 @@ constexpr std::size_t kBufferUnit = 4096;
 
 }  // namespace
 
-MessageBuffer::~MessageBuffer() { CSFreeMem(data_); }
+MessageBuffer::~MessageBuffer() { Release(); }
 
 Result MessageBuffer::Grow(std::size_t bytes) {
   if (bytes <= size_ && data_ != nullptr) return {};

@@ -10,6 +10,8 @@
 #include "common/result.h"
 #include "mq/mqi.h"
 
+struct QueueElement;
+
 // A tracked block whose size is always a multiple of 4096 bytes.
 class MessageBuffer {
  public:
@@ -37,7 +39,8 @@ class MessageBuffer {
 };
 
 struct CurrentMessage {
-  MQMD Descriptor;  // storage for version 2; its Version says 1 or 2
+  QueueElement* From = nullptr;  // the queue that it was read from; null: it comes from none
+  MQMD Descriptor;               // storage for version 2; its Version says 1 or 2
   MessageBuffer Buffer;
   // Where the data is: normally the buffer, but a source may leave it in its own storage and a stripped header moves
   // it.

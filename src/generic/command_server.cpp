@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cmdline/parameters.h"
-#include "engine/get.h"
+#include "engine/wait_clock.h"
 #include "generic/pcf.h"
 #include "mq/reasons.h"
 #include "platform/interrupt.h"

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "cmdline/parameters.h"
+#include "engine/file_sources.h"
+#include "engine/put.h"
 #include "engine/transfer.h"
 #include "generic/generic.h"
 #include "generic/queue_run.h"
@@ -147,12 +149,12 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, const std::vecto
                std::int64_t& messages, MQLONG& firstFailure) {
   PrintOutput("%-48s ", start.QueueName.c_str());
   std::fflush(stdout);
-  ResetForNextQueue(run);
+  run.MessageText.clear();
   QMgrConn& conn = OutputConn(run);
   MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
   const MQLONG opened = OpenQueue(conn, start.QueueName, conn.QMgrName, MQOO_OUTPUT | MQOO_SET_ALL_CONTEXT, hobj);
   if (opened != 0) return ReportQueueFailure(opened, firstFailure);
-  run.TargetQueues.emplace(run.Asked.Output, conn, QueueName{"", start.QueueName}, hobj);
+  OutputQueues queue(run.Asked.Output, conn, QueueName{"", start.QueueName}, hobj);
   run.Generic.FileNames.BaseName = start.BaseName;
   run.In = std::make_unique<InputFiles>(PlanQueue(run, paths, start.HasIndex));
   if (const int fileError = run.In->OpenFirst(); fileError != 0) {
@@ -162,18 +164,21 @@ void LoadQueue(Parameters& run, const GenericQueueEntry& start, const std::vecto
   }
   // One progress line goes on over them all.
   if (ShowsProgress(run)) run.Progress.Start(TotalSize(paths), nullptr, [&run] { return run.In->BytesRead(); });
-  MQLONG result = TransferMessages(run, nullptr, run.Screen.StdinIsTerminal);
-  if (result == 0) result = run.Loss;
+  const auto source = MakeFileSource(run.Asked.Plain, *run.In, run.Screen, run.Memory());
+  QueuesTarget target(run.Asked, queue, conn, *run.Async);
+  const Outcome outcome = Transfer(run.Asked, run.Stations(), *source, target, &queue, run.Progress).Run();
+  run.Keep(outcome.End);
+  const MQLONG result = outcome.reason();
   run.In->Close();
   run.Progress.End(false);
 
-  const std::int64_t put = run.RolledBack ? run.MsgsPut - run.UowMsgsPut : run.MsgsPut;
+  const std::int64_t put = (outcome.RolledBack ? outcome.Put - outcome.UncommittedPut : outcome.Put).Msgs;
   ++queues;
   messages += put;
   if (result != 0) {
     ReportQueueFailure(result, firstFailure);
   } else {
-    PrintOutput("%-6" PRId64 " %s\n", put, run.CutShort ? "Cut short." : "Done.");
+    PrintOutput("%-6" PRId64 " %s\n", put, outcome.CutShort ? "Cut short." : "Done.");
   }
   CloseQueue(conn, hobj);
   ShowMessageText(run);
@@ -195,6 +200,7 @@ MQLONG GenericLoad(Parameters& run) {
   result = CheckQueues(run);
   if (result != 0) return result;
 
+  run.Async.emplace(run.Asked, OutputConn(run));
   int queues = 0;
   std::int64_t messages = 0;
   MQLONG firstFailure = leftOut;

@@ -47,19 +47,6 @@ bool Confirm(Parameters& run, const char* question) {
   return yes;
 }
 
-void ResetForNextQueue(Parameters& run) {
-  run.Finished = false;
-  run.RolledBack = false;
-  run.CutShort = false;
-  run.MessageText.clear();
-  run.MessageIndex = -1;
-  run.SelectedCount = 0;
-  run.MsgsRead = run.BytesRead = run.MsgsPut = run.BytesPut = 0;
-  run.UowMsgsRead = run.UowBytesRead = run.UowMsgsPut = run.UowBytesPut = 0;
-  run.Uow = UnitOfWork{};
-  run.Progress.End(false);
-}
-
 bool ShowsProgress(const Parameters& run) { return run.Screen.StdinIsTerminal && !run.Asked.Display.Quiet; }
 
 void ReportQueueFailure(MQLONG reason, MQLONG& firstFailure) {

@@ -24,9 +24,6 @@ bool AskTerminal(Parameters& run, std::string& answer);
 // without a question when the user forces the run (-F).
 bool Confirm(Parameters& run, const char* question);
 
-// Forgets the counters and the file state of the queue before, so that the next one starts like a run of its own.
-void ResetForNextQueue(Parameters& run);
-
 // Whether this run shows progress.
 bool ShowsProgress(const Parameters& run);
 

@@ -172,11 +172,16 @@ MQLONG SetOldFilesAside(Parameters& run, const GenericQueueEntry& queue) {
   return 0;
 }
 
-MQLONG TransferQueue(Parameters& run, const GenericQueueEntry& queue, MQHOBJ hobj) {
+MQLONG TransferQueue(Parameters& run, const GenericQueueEntry& queue, MQHOBJ hobj, bool& cutShort) {
   QueueElement element;
   element.Hobj = hobj;
   element.QueueName.Assign(queue.QueueName);
-  MQLONG result = TransferMessages(run, &element, run.Screen.StdinIsTerminal);
+  QueueSource source(run.Asked, run.Gets, InputConn(run), element);
+  const auto target = MakeFileTarget(run.Asked, *run.Outputs, *run.Summary, run.StartTime, run.Screen.StdinIsTerminal);
+  const Outcome outcome = Transfer(run.Asked, run.Stations(), source, *target, nullptr, run.Progress).Run();
+  cutShort = outcome.CutShort;
+  run.Keep(outcome.End);
+  MQLONG result = outcome.reason();
   if (result == 0) result = run.Keep(run.Outputs->Close());
   if (result == 0) result = SetOldFilesAside(run, queue);
   result = run.Keep(run.Outputs->changes().Finish({result, run.MessageText}));
@@ -189,7 +194,7 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
                  MQLONG& firstFailure) {
   PrintOutput("%-48s %6d  ", queue.QueueName.c_str(), queue.Depth);
   std::fflush(stdout);
-  ResetForNextQueue(run);
+  run.MessageText.clear();
   QMgrConn& conn = InputConn(run);
   MQHOBJ hobj = MQHO_UNUSABLE_HOBJ;
   const MQLONG opened = OpenQueue(conn, queue.QueueName, {}, MQOO_BROWSE, hobj, run.Asked.Selection.Selector);
@@ -202,8 +207,9 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
     CloseQueue(conn, hobj);
     return ShowMessageText(run);
   }
-  if (ShowsProgress(run)) run.Progress.Start(queue.Depth, nullptr, [&run] { return run.Written().Msgs; });
-  const MQLONG result = TransferQueue(run, queue, hobj);
+  if (ShowsProgress(run)) run.Progress.Start(queue.Depth, nullptr, [&run] { return run.Outputs->written().Msgs; });
+  bool cutShort = false;
+  const MQLONG result = TransferQueue(run, queue, hobj, cutShort);
 
   Totals& totals = IsSystemQueue(queue.QueueName) ? systems : users;
   ++totals.Queues;
@@ -213,7 +219,7 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
     ReportQueueFailure(result, firstFailure);
   } else if (written == queue.Depth) {
     PrintOutput("Done.\n");
-  } else if (run.CutShort) {
+  } else if (cutShort) {
     PrintOutput("Cut short.\n");
   } else {
     const bool filtered = run.Asked.Selection.Active || run.Asked.Selection.HasIdentifier();

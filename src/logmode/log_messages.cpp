@@ -9,9 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "cmdline/parameters.h"
-#include "engine/transfer.h"
-#include "logmode/log_reader.h"
+#include "common/console.h"
+#include "common/wildcard.h"
 #include "logmode/log_records.h"
 
 namespace {
@@ -39,27 +38,24 @@ bool MayBeginProperties(const MQBYTE* data, std::size_t bytes) {
 
 // Makes room for `bytes` more behind the data in the message buffer, generously, so that many pieces are not copied
 // many times.
-MQLONG MakeRoom(Parameters& run, std::size_t bytes) {
-  CurrentMessage& message = run.Message;
+Result MakeRoom(const LogReader& log, CurrentMessage& message, std::size_t bytes) {
   const std::size_t wanted = static_cast<std::size_t>(message.Length) + bytes;
-  if (wanted <= message.Buffer.size()) return 0;
-  if (wanted > static_cast<std::size_t>(std::numeric_limits<MQLONG>::max()))
-    return BrokenDump(run, MQRC_INCOMPLETE_MSG);
-  return run.Keep(message.Buffer.Grow(std::max(wanted, 2 * message.Buffer.size())));
+  if (wanted <= message.Buffer.size()) return {};
+  if (wanted > static_cast<std::size_t>(std::numeric_limits<MQLONG>::max())) return log.Broken(MQRC_INCOMPLETE_MSG);
+  return message.Buffer.Grow(std::max(wanted, 2 * message.Buffer.size()));
 }
 
 // Reads the message bytes of a put record. The buffer grows with what the dump holds, not with what it promises.
-MQLONG ReadMessageData(Parameters& run, HexDump& dump, std::size_t bytes) {
-  CurrentMessage& message = run.Message;
+Result ReadMessageData(const LogReader& log, HexDump& dump, std::size_t bytes, CurrentMessage& message) {
   message.Length = 0;
   while (bytes != 0) {
     const std::size_t step = std::min(bytes, kReadStep);
-    if (const MQLONG reason = MakeRoom(run, step); reason != 0) return reason;
-    if (!dump.Read(message.Buffer.data() + message.Length, step)) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
+    if (Result room = MakeRoom(log, message, step); room.failed()) return room;
+    if (!dump.Read(message.Buffer.data() + message.Length, step)) return log.Broken(MQRC_INCOMPLETE_MSG);
     message.Length += static_cast<MQLONG>(step);
     bytes -= step;
   }
-  return 0;
+  return {};
 }
 
 bool ReadPieceData(HexDump& dump, std::size_t bytes, LogPiece& piece) {
@@ -156,9 +152,9 @@ ChainLength LengthOf(const CurrentMessage& message, std::span<const ChainedPiece
 // Takes the pieces of the message that the put record in hand ends, following the chain back from `lsn`. The chain may
 // lead on to pieces of other messages of the same unit of work, which are given back. A piece is taken once, so that a
 // chain that leads in a circle ends.
-MQLONG TakeChain(Parameters& run, std::string lsn, Chain& chain, PieceHeaders& headers) {
-  LogPieces& pieces = run.Log.Reader->Pieces;
-  ChainLength length(run.Message, PieceHeaders::Stripped);
+Result TakeChain(LogReader& log, const CurrentMessage& message, std::string lsn, Chain& chain, PieceHeaders& headers) {
+  LogPieces& pieces = log.Pieces;
+  ChainLength length(message, PieceHeaders::Stripped);
   while (!length.Follow(chain) && !lsn.empty()) {
     std::optional<LogPiece> piece = pieces.Take(lsn);
     if (!piece) break;
@@ -169,180 +165,143 @@ MQLONG TakeChain(Parameters& run, std::string lsn, Chain& chain, PieceHeaders& h
   bool whole = length.whole();
   std::size_t wanted = length.pieces();
   if (!whole) {
-    const ChainLength kept = LengthOf(run.Message, chain, PieceHeaders::Kept);
+    const ChainLength kept = LengthOf(message, chain, PieceHeaders::Kept);
     whole = kept.whole();
     wanted = kept.pieces();
     if (whole) headers = PieceHeaders::Kept;
   }
   if (!whole && !chain.empty() && !lsn.empty()) {
-    run.Screen.Print("Can not construct message %d, LSN '%s' missing.\n", static_cast<int>(run.Log.Reader->PutRecords),
+    log.Screen.Print("Can not construct message %d, LSN '%s' missing.\n", static_cast<int>(log.PutRecords),
                      lsn.c_str());
     return MQRC_INCOMPLETE_MSG;
   }
   for (; whole && chain.size() > wanted; chain.pop_back()) {
     pieces.GiveBack(chain.back().Lsn, std::move(chain.back().Piece));
   }
-  return 0;
+  return {};
 }
 
 // Appends the message's other pieces to the one in its put record, the oldest first.
-MQLONG AppendPieces(Parameters& run, std::string lsn) {
-  CurrentMessage& message = run.Message;
+Result AppendPieces(LogReader& log, std::string lsn, CurrentMessage& message) {
   Chain chain;
   PieceHeaders headers{};
-  if (const MQLONG reason = TakeChain(run, std::move(lsn), chain, headers); reason != 0) return reason;
+  if (Result taken = TakeChain(log, message, std::move(lsn), chain, headers); taken.failed()) return taken;
   for (auto link = chain.rbegin(); link != chain.rend(); ++link) {
     const auto [data, bytes] = Content(link->Piece, headers);
-    if (const MQLONG reason = MakeRoom(run, bytes); reason != 0) return reason;
+    if (Result room = MakeRoom(log, message, bytes); room.failed()) return room;
     if (bytes != 0) std::memcpy(message.Buffer.data() + message.Length, data, bytes);
     message.Length += static_cast<MQLONG>(bytes);
   }
-  return 0;
+  return {};
 }
 
 // One put record, from the line behind its type on. Sets `ready` when its message is in hand.
-MQLONG ParsePutMessage(Parameters& run, bool& ready) {
-  LogReader& log = *run.Log.Reader;
+Result ParsePutMessage(LogReader& log, const WantedQueue& queue, CurrentMessage& message, bool& ready) {
   RecordHeader header;
-  if (const MQLONG reason = ReadRecordHeader(run, LogRecordKind::Put, header); reason != 0) return reason;
-  if (!header.HasData || !IsWantedQueue(log, header)) return 0;
+  if (Result read = ReadRecordHeader(log, LogRecordKind::Put, header); read.failed()) return read;
+  if (!header.HasData || !queue.Is(header.QueueName)) return {};
   ++log.WantedPuts;
-  HexDump dump(run);
-  if (const MQLONG reason = ReadMessageHeader(run, dump); reason != 0) return reason;
-  if (header.DataLength < static_cast<std::int64_t>(dump.taken())) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
+  HexDump dump(log);
+  if (Result read = ReadMessageHeader(log, dump, message); read.failed()) return read;
+  if (header.DataLength < static_cast<std::int64_t>(dump.taken())) return log.Broken(MQRC_INCOMPLETE_MSG);
   const std::size_t bytes = static_cast<std::size_t>(header.DataLength) - dump.taken();
-  if (const MQLONG reason = ReadMessageData(run, dump, bytes); reason != 0) return reason;
-  if (!dump.EndsHere()) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
-  if (const MQLONG reason = AppendPieces(run, std::move(header.PrevLsn)); reason != 0) return reason;
-  CurrentMessage& message = run.Message;
+  if (Result read = ReadMessageData(log, dump, bytes, message); read.failed()) return read;
+  if (!dump.EndsHere()) return log.Broken(MQRC_INCOMPLETE_MSG);
+  if (Result appended = AppendPieces(log, std::move(header.PrevLsn), message); appended.failed()) return appended;
   message.Data = message.Buffer.data();
   message.Delivered = message.Length;
   ready = true;
-  return 0;
+  return {};
 }
 
 // One part record, from the line behind its type on, kept until its message comes.
-MQLONG ParsePutPart(Parameters& run) {
-  LogReader& log = *run.Log.Reader;
+Result ParsePutPart(LogReader& log, const WantedQueue& queue) {
   log.PartsSinceMessage = true;
   RecordHeader header;
-  if (const MQLONG reason = ReadRecordHeader(run, LogRecordKind::Part, header); reason != 0) return reason;
-  if (!header.HasData || !IsWantedQueue(log, header) || header.DataLength <= 0 || header.DataLocn == 0) return 0;
-  HexDump dump(run);
+  if (Result read = ReadRecordHeader(log, LogRecordKind::Part, header); read.failed()) return read;
+  if (!header.HasData || !queue.Is(header.QueueName) || header.DataLength <= 0 || header.DataLocn == 0) return {};
+  HexDump dump(log);
   LogPiece piece;
   piece.PrevLsn = std::move(header.PrevLsn);
-  if (!ReadPieceData(dump, static_cast<std::size_t>(header.DataLength), piece))
-    return BrokenDump(run, MQRC_INCOMPLETE_MSG);
-  if (!dump.EndsHere()) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
+  if (!ReadPieceData(dump, static_cast<std::size_t>(header.DataLength), piece)) return log.Broken(MQRC_INCOMPLETE_MSG);
+  if (!dump.EndsHere()) return log.Broken(MQRC_INCOMPLETE_MSG);
   log.Pieces.Add(log.CurrentLsn, std::move(piece));
-  return 0;
-}
-
-// What the end of the dump's lines adds to the result: they could not be read, or not all of them were printed.
-MQLONG EndOfLines(Parameters& run, MQLONG result) {
-  LogLines& lines = run.Log.Reader->Lines;
-  if (const int error = lines.error(); error != 0) {
-    run.MessageText.Format("%s", WithCause(FormatText("Error reading from input file RC(%d)\n", error), error).c_str());
-    result = MQRC_FILE_SYSTEM_ERROR;
-  }
-  if (const int code = lines.FormatterExitCode(); code != 0) {
-    run.Screen.Print("The log formatter ended with code %d: its output may not be complete.\n", code);
-  }
-  return result;
+  return {};
 }
 
 // Parts of several messages may stand between each other, so only the end of the log shows which of them no message has
 // used.
-MQLONG EndOfLog(Parameters& run, MQLONG result) {
-  LogReader& log = *run.Log.Reader;
-  run.Finished = true;
+Result EndOfLog(LogReader& log, Result result) {
   if (log.CutShort) return result;
   for (const std::uint32_t message : log.Pieces.UnusedAfter(log.PutRecords)) {
-    run.Screen.Print("Extra message parts for message %d unused.\n", static_cast<int>(message));
+    log.Screen.Print("Extra message parts for message %d unused.\n", static_cast<int>(message));
   }
-  if (log.Truncated) result = BrokenDump(run, MQRC_INCOMPLETE_MSG);
-  result = EndOfLines(run, result);
-  EndLogReading(run);
+  if (log.Truncated) result = log.Broken(MQRC_INCOMPLETE_MSG);
+  return EndOfLogLines(log, std::move(result));
+}
+
+}  // namespace
+
+bool WantedQueue::Is(std::string_view queue) const {
+  return CaseCounts ? WildcardMatch(queue, Name) : WildcardMatchNoCase(queue, Name);
+}
+
+Result EndOfLogLines(LogReader& log, Result result) {
+  if (const int error = log.Lines.error(); error != 0) {
+    result = {MQRC_FILE_SYSTEM_ERROR, WithCause(FormatText("Error reading from input file RC(%d)\n", error), error)};
+  }
+  if (const int code = log.Lines.FormatterExitCode(); code != 0) {
+    log.Screen.Print("The log formatter ended with code %d: its output may not be complete.\n", code);
+  }
   return result;
 }
 
-MQLONG ReadLogMessage(Parameters& run) {
-  LogReader& log = *run.Log.Reader;
+Result FindFirstLogRecord(LogReader& log, bool& found) {
+  Result result = MQRC_HEADER_ERROR;  // no line at all
+  found = false;
+  std::string_view line;
+  while (!found && log.ReadLine(line)) {
+    found = IsLogRecordLine(line);
+    result = found ? log.TakeRecordLsn(line) : Result(MQRC_FILE_SYSTEM_ERROR);
+  }
+  return result;
+}
+
+Result ReadLogMessage(LogReader& log, const WantedQueue& queue, CurrentMessage& message, bool& end) {
+  end = false;
   const bool unused = std::exchange(log.PartsSinceMessage, false) && !log.Pieces.empty();
   if (unused) log.Pieces.EndRound(log.PutRecords);
   std::string_view line;
-  while (ReadLogLine(run, line)) {
+  while (log.ReadLine(line)) {
     if (IsLogRecordLine(line)) {
-      if (const MQLONG reason = TakeRecordLsn(run, line); reason != 0) return reason;
+      if (Result taken = log.TakeRecordLsn(line); taken.failed()) return taken;
     }
     if (!line.starts_with("LogRecdType")) continue;
     ++log.Records;
     const LogRecordKind kind = RecordKind(line);
     bool ready = false;
-    MQLONG reason = 0;
+    Result result;
     if (kind == LogRecordKind::Put) {
       ++log.PutRecords;
-      reason = ParsePutMessage(run, ready);
+      result = ParsePutMessage(log, queue, message, ready);
     } else if (kind == LogRecordKind::Part) {
-      reason = ParsePutPart(run);
+      result = ParsePutPart(log, queue);
     }
-    if (reason != 0 || ready) return reason;
+    if (result.failed() || ready) return result;
   }
-  return EndOfLog(run, unused ? MQRC_FORMAT_ERROR : 0);
+  end = true;
+  return EndOfLog(log, unused ? MQRC_FORMAT_ERROR : 0);
 }
 
-MQLONG PrepareLog(Parameters& run, bool& empty) {
-  empty = false;
-  MQLONG result = MQRC_HEADER_ERROR;  // no line at all
-  bool found = false;
-  std::string_view line;
-  while (!found && ReadLogLine(run, line)) {
-    found = IsLogRecordLine(line);
-    result = found ? TakeRecordLsn(run, line) : MQRC_FILE_SYSTEM_ERROR;
-  }
-  if (run.Log.Reader->CutShort) return 0;
-  if (result != 0) {
-    run.Screen.Print("No MQ log records found.\n");
-    if (run.Log.ReadingDumpFile) {
-      run.Screen.Print("Are you sure file '%s' is the output from DMPMQLOG ?\n", run.Log.File.c_str());
-    }
-  }
-  return found ? result : EndOfLines(run, result);
-}
-
-MQLONG ReadFromLog(Parameters& run, QueueElement*) {
-  MQLONG result = 0;
-  try {
-    result = ReadLogMessage(run);
-  } catch (const std::bad_alloc&) {
-    result = MQRCCF_NO_STORAGE;
-  }
-  if (run.Log.Reader->CutShort) {
-    run.MessageText.clear();
-    EndIfInterrupted(run);
-    result = 0;
-  }
-  if (result != 0 || run.CutShort) EndLogReading(run);
-  return result;
-}
-
-// Takes the properties off a message and makes sure that all of it was found.
-MQLONG CheckLogMessage(Parameters& run) {
-  CurrentMessage& message = run.Message;
-  if (message.Length == message.ExpectedLength) return 0;  // what looks like properties is the message's own
+Result CheckLogMessage(const LogReader& log, CurrentMessage& message) {
+  if (message.Length == message.ExpectedLength) return {};  // what looks like properties is the message's own
   const MQLONG properties = PropertyBlockLength(message.Data, static_cast<std::size_t>(message.Length));
   if (properties <= message.Length) {
     message.Data += properties;
     message.Length -= properties;
     message.Delivered -= properties;
   }
-  if (message.Length == message.ExpectedLength) return 0;
-  run.Screen.Print("Can not construct message %d, message length does not match.\n",
-                   static_cast<int>(run.Log.Reader->PutRecords));
-  EndLogReading(run);
+  if (message.Length == message.ExpectedLength) return {};
+  log.Screen.Print("Can not construct message %d, message length does not match.\n", static_cast<int>(log.PutRecords));
   return MQRC_INCOMPLETE_MSG;
 }
-
-}  // namespace
-
-const MessageSource kLogSource = {PrepareLog, ReadFromLog, CheckLogMessage};

@@ -6,7 +6,6 @@
 #include <cinttypes>
 #include <utility>
 
-#include "cmdline/parameters.h"
 #include "platform/interrupt.h"
 
 namespace {
@@ -49,80 +48,73 @@ bool ContinuesDump(std::string_view line) {
 
 }  // namespace
 
-bool ReadLogLine(Parameters& run, std::string_view& line) {
-  LogReader& log = *run.Log.Reader;
-  while (log.Lines.Next(line)) {
+bool LogReader::ReadLine(std::string_view& line) {
+  while (Lines.Next(line)) {
     // The line may be a part of one, and the formatter may have got the same signal.
     if (InterruptSignal() != 0) break;
-    ++run.Log.DumpLineNumber;
-    if (--log.UntilProgress <= 0) ShowLogProgress(run);
+    ++LineNumber;
+    if (--untilProgress_ <= 0) ShowProgress();
     if (!line.starts_with("AMQ")) return true;
-    if (!IsRoutineMessage(line)) run.Screen.PrintText(std::string(line) + '\n');
+    if (!IsRoutineMessage(line)) Screen.PrintText(std::string(line) + '\n');
   }
-  log.CutShort = InterruptSignal() != 0 && (log.Lines.error() == 0 || log.Lines.error() == EINTR);
+  CutShort = InterruptSignal() != 0 && (Lines.error() == 0 || Lines.error() == EINTR);
   return false;
 }
 
-void UnreadLogLine(Parameters& run) {
-  run.Log.Reader->Lines.Unread();
-  --run.Log.DumpLineNumber;
+void LogReader::UnreadLine() {
+  Lines.Unread();
+  --LineNumber;
 }
 
-MQLONG ParseLsn(Parameters& run, std::string_view text, std::string& lsn) {
-  const auto line = static_cast<std::int64_t>(run.Log.DumpLineNumber);
+Result LogReader::ParseLsn(std::string_view text, std::string& lsn) const {
+  const auto line = static_cast<std::int64_t>(LineNumber);
   lsn.clear();
   if (!text.starts_with('<')) {
-    run.Screen.Print("Line %" PRId64 ", LSN format unrecognised.\n", line);
+    Screen.Print("Line %" PRId64 ", LSN format unrecognised.\n", line);
     return MQRC_INCOMPLETE_MSG;
   }
   const std::size_t end = text.find('>');
-  if (end == std::string_view::npos) return 0;
+  if (end == std::string_view::npos) return {};
   const std::string_view found = text.substr(1, end - 1);
   if (found.empty()) {
-    run.Screen.Print("Line %" PRId64 ", LSN missing.\n", line);
+    Screen.Print("Line %" PRId64 ", LSN missing.\n", line);
     return MQRC_INCOMPLETE_MSG;
   }
   if (found.size() > kLongestLsn) {
-    run.Screen.Print("Line %" PRId64 ", LSN too large.\n", line);
+    Screen.Print("Line %" PRId64 ", LSN too large.\n", line);
     return MQRC_INCOMPLETE_MSG;
   }
   if (found != kNoLsn) lsn = found;
-  return 0;
+  return {};
 }
 
-MQLONG TakeRecordLsn(Parameters& run, std::string_view line) {
+Result LogReader::TakeRecordLsn(std::string_view line) {
   const std::string_view text = line.size() > kLsnColumn ? line.substr(kLsnColumn) : std::string_view();
-  return ParseLsn(run, text, run.Log.Reader->CurrentLsn);
+  return ParseLsn(text, CurrentLsn);
 }
 
-void ShowLogProgress(Parameters& run) {
-  LogReader& log = *run.Log.Reader;
-  log.UntilProgress = kLinesPerProgress;
-  if (!run.Screen.StderrIsTerminal && !log.Ended) return;
-  run.Screen.ShowInPlace(FormatText("DMPMQLOG Records : Line:%u Records:%u Messages (%u, %u, %" PRId64 ")",
-                                    run.Log.DumpLineNumber, log.Records, log.PutRecords, log.WantedPuts,
-                                    run.Written().Msgs));
+Result LogReader::Broken(MQLONG reason) const {
+  return {reason, FormatText("The log record is broken or cut off at line %u of the dump", LineNumber)};
 }
 
-void EndLogReading(Parameters& run) {
-  run.Screen.Prefix = nullptr;
-  if (run.Log.Reader == nullptr || std::exchange(run.Log.Reader->Ended, true)) return;
-  const bool shown = run.Screen.StandsInPlace();
-  ShowLogProgress(run);
-  run.Screen.LeaveInPlace();
-  run.Screen.PrintText(shown ? "\n\n" : "\n");
+void LogReader::ShowProgress() {
+  untilProgress_ = kLinesPerProgress;
+  if (!Screen.StderrIsTerminal && !ended_) return;
+  Screen.ShowInPlace(FormatText("DMPMQLOG Records : Line:%u Records:%u Messages (%u, %u, %" PRId64 ")", LineNumber,
+                                Records, PutRecords, WantedPuts, written_()));
 }
 
-MQLONG BrokenDump(Parameters& run, MQLONG reason) {
-  if (run.MessageText.empty()) {
-    run.MessageText.Format("The log record is broken or cut off at line %u of the dump", run.Log.DumpLineNumber);
-  }
-  return reason;
+void LogReader::End() {
+  if (std::exchange(ended_, true)) return;
+  const bool shown = Screen.StandsInPlace();
+  ShowProgress();
+  Screen.LeaveInPlace();
+  Screen.PrintText(shown ? "\n\n" : "\n");
 }
 
 bool HexDump::NextLine() {
   std::string_view line;
-  if (!ReadLogLine(run_, line)) return false;
+  if (!log_.ReadLine(line)) return false;
   const std::size_t colon = HasColon(line, kShortColon) ? kShortColon : kLongColon;
   if (!HasColon(line, colon)) return false;
   bytes_ = line.size() > colon + kBytesBehindColon ? line.substr(colon + kBytesBehindColon) : std::string_view();
@@ -161,11 +153,11 @@ bool HexDump::EndsHere() {
     return bytes_.size() <= column || bytes_[column] == ' ';
   }
   std::string_view line;
-  if (!ReadLogLine(run_, line)) {
-    run_.Log.Reader->Truncated = true;
+  if (!log_.ReadLine(line)) {
+    log_.Truncated = true;
     return true;
   }
   if (ContinuesDump(line)) return false;
-  UnreadLogLine(run_);
+  log_.UnreadLine();
   return true;
 }

@@ -4,8 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "cmdline/parameters.h"
-#include "common/wildcard.h"
+#include "common/text.h"
 
 namespace {
 
@@ -81,65 +80,60 @@ LogRecordKind RecordKind(std::string_view line) {
   return NamesKind(value, "AQM Put Part") ? LogRecordKind::Part : LogRecordKind::Other;
 }
 
-MQLONG ReadRecordHeader(Parameters& run, LogRecordKind kind, RecordHeader& header) {
+Result ReadRecordHeader(LogReader& log, LogRecordKind kind, RecordHeader& header) {
   bool prevLsnSeen = false;
   bool cutOff = true;
   std::string_view line;
-  while (ReadLogLine(run, line)) {
+  while (log.ReadLine(line)) {
     if (IsLogRecordLine(line)) {
-      UnreadLogLine(run);
+      log.UnreadLine();
       cutOff = false;
       break;
     }
     if (line.starts_with("Data  .")) {
       header.HasData = true;
-      return 0;
+      return {};
     }
     if (line.starts_with("QueueName") || (kind == LogRecordKind::Put && line.starts_with("ObjectName"))) {
       const std::string_view value = ValueOf(line);
       header.QueueName = NameInField(value.data(), std::min(value.size(), kNameWidth));
     } else if (line.starts_with("PrevLSN")) {
       prevLsnSeen = true;
-      if (const MQLONG reason = ParseLsn(run, ValueOf(line), header.PrevLsn); reason != 0) return reason;
+      if (Result parsed = log.ParseLsn(ValueOf(line), header.PrevLsn); parsed.failed()) return parsed;
     } else if (line.starts_with("Data.Locn") && !ReadLengths(line, kind, header)) {
       cutOff = false;
       break;
     }
   }
-  if (!prevLsnSeen) return BrokenDump(run, MQRC_FORMAT_ERROR);
-  if (cutOff && !run.Log.Reader->CutShort) run.Screen.Print("The dump ends inside a log record.\n");
-  return 0;
+  if (!prevLsnSeen) return log.Broken(MQRC_FORMAT_ERROR);
+  if (cutOff && !log.CutShort) log.Screen.Print("The dump ends inside a log record.\n");
+  return {};
 }
 
-bool IsWantedQueue(const LogReader& log, const RecordHeader& header) {
-  return log.CaseCounts ? WildcardMatch(header.QueueName, log.QueueName)
-                        : WildcardMatchNoCase(header.QueueName, log.QueueName);
-}
-
-MQLONG ReadMessageHeader(Parameters& run, HexDump& dump) {
+Result ReadMessageHeader(const LogReader& log, HexDump& dump, CurrentMessage& message) {
   MQBYTE data[kMessagePlace];
-  if (!dump.Read(data, kVersionPlace + sizeof(MQLONG))) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
+  if (!dump.Read(data, kVersionPlace + sizeof(MQLONG))) return log.Broken(MQRC_INCOMPLETE_MSG);
   if (const MQLONG version = NumberIn(data, kVersionPlace); version != kHeaderVersion) {
-    run.Screen.Print("Message Header Version %d not recognised.\n", version);
+    log.Screen.Print("Message Header Version %d not recognised.\n", version);
     return MQRC_FORMAT_ERROR;
   }
   if (!dump.Read(data + dump.taken(), kMqmdVersionPlace + sizeof(MQLONG) - dump.taken()))
-    return BrokenDump(run, MQRC_INCOMPLETE_MSG);
+    return log.Broken(MQRC_INCOMPLETE_MSG);
   if (std::memcmp(data + kStrucIdPlace, "MD  ", 4) != 0) {
-    run.Screen.Print("Unrecongnised message format.\n");
+    log.Screen.Print("Unrecongnised message format.\n");
     return MQRC_FORMAT_ERROR;
   }
   if (const MQLONG version = NumberIn(data, kMqmdVersionPlace);
       version != MQMD_VERSION_1 && version != MQMD_VERSION_2) {
-    run.Screen.Print("Unrecognised MQMD version %d.\n", version);
+    log.Screen.Print("Unrecognised MQMD version %d.\n", version);
     return MQRC_FORMAT_ERROR;
   }
-  if (!dump.Read(data + dump.taken(), kMessagePlace - dump.taken())) return BrokenDump(run, MQRC_INCOMPLETE_MSG);
-  run.Message.Descriptor = DefaultDescriptor();
-  auto* const descriptor = reinterpret_cast<MQBYTE*>(&run.Message.Descriptor);
+  if (!dump.Read(data + dump.taken(), kMessagePlace - dump.taken())) return log.Broken(MQRC_INCOMPLETE_MSG);
+  message.Descriptor = DefaultDescriptor();
+  auto* const descriptor = reinterpret_cast<MQBYTE*>(&message.Descriptor);
   for (const Stretch& stretch : kStretches) {
     std::memcpy(descriptor + stretch.Offset, data + stretch.Place, stretch.Length);
   }
-  run.Message.ExpectedLength = NumberIn(data, kTotalLengthPlace);
-  return 0;
+  message.ExpectedLength = NumberIn(data, kTotalLengthPlace);
+  return {};
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "files/current_message.h"
 #include "logmode/log_reader.h"
 #include "mq/mqi.h"
 
@@ -23,11 +24,8 @@ struct RecordHeader {
 };
 // Reads up to the line behind which the hex dump begins. A record that ends before it leaves HasData unset and gives
 // MQRC_FORMAT_ERROR when it had no PrevLSN line, else 0.
-MQLONG ReadRecordHeader(Parameters& run, LogRecordKind kind, RecordHeader& header);
+Result ReadRecordHeader(LogReader& log, LogRecordKind kind, RecordHeader& header);
 
-// Whether the record belongs to the queue whose messages are wanted.
-bool IsWantedQueue(const LogReader& log, const RecordHeader& header);
-
-// Reads the front of a put record's data: the descriptor of its message into the message in hand, the length of the
-// whole message into ExpectedLength. Returns 0, or MQRC_FORMAT_ERROR after telling why, or MQRC_INCOMPLETE_MSG.
-MQLONG ReadMessageHeader(Parameters& run, HexDump& dump);
+// Reads the front of a put record's data: the descriptor of its message, and the length of the whole message into
+// ExpectedLength. Returns 0, or MQRC_FORMAT_ERROR after telling why, or MQRC_INCOMPLETE_MSG.
+Result ReadMessageHeader(const LogReader& log, HexDump& dump, CurrentMessage& message);

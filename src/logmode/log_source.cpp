@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <string>
 
-#include "cmdline/parameters.h"
 #include "common/paths.h"
-#include "logmode/log_messages.h"
-#include "logmode/log_reader.h"
 
 namespace {
 
@@ -47,59 +45,58 @@ std::string FormatterPath(const char* installation) {
   return NativePathStyle() == PathStyle::Windows ? directory + "\\bin64\\dmpmqlog.exe" : directory + "/bin/dmpmqlog";
 }
 
-MQLONG StartFormatter(Parameters& run) {
+}  // namespace
+
+MQLONG LogSource::StartFormatter() {
   const char* const installation = std::getenv("MQ_INSTALLATION_PATH");
   if (installation == nullptr) {
-    run.Screen.Print("Environment variable MQ_INSTALLATION_PATH not set.\n");
+    screen_.Print("Environment variable MQ_INSTALLATION_PATH not set.\n");
     return MQRC_OPTIONS_ERROR;
   }
   const std::string program = FormatterPath(installation);
-  const std::string& command = run.Asked.Log.FormatterCommand;
-  run.Screen.Print("Issuing command %s %s\n", program.c_str(), command.c_str() + command.find(' ') + 1);
-  const ChildProcess::Failure failure = run.Log.Reader->Lines.StartFormatter(program, command);
+  const std::string& command = asked_.FormatterCommand;
+  screen_.Print("Issuing command %s %s\n", program.c_str(), command.c_str() + command.find(' ') + 1);
+  const ChildProcess::Failure failure = log_.Lines.StartFormatter(program, command);
   const char* const text = failure.text.c_str();
   switch (failure.step) {
     case ChildProcess::Step::None:
       return 0;
     case ChildProcess::Step::Pipe:
-      run.Screen.Print("Can't create redirection pipe RC(%d) %s\n", failure.error, text);
+      screen_.Print("Can't create redirection pipe RC(%d) %s\n", failure.error, text);
       break;
     case ChildProcess::Step::HandleInformation:
-      run.Screen.Print("Can't set handle information on read pipe RC(%d) %s\n", failure.error, text);
+      screen_.Print("Can't set handle information on read pipe RC(%d) %s\n", failure.error, text);
       break;
     case ChildProcess::Step::Create:
-      run.Screen.Print("Create Process failed RC(%d) %s\n", failure.error, text);
+      screen_.Print("Create Process failed RC(%d) %s\n", failure.error, text);
       break;
     case ChildProcess::Step::CloseHandle:
-      run.Screen.Print("Close Handle failed RC(%d) %s\n", failure.error, text);
+      screen_.Print("Close Handle failed RC(%d) %s\n", failure.error, text);
       break;
   }
   return MQRC_UNEXPECTED_ERROR;
 }
 
-MQLONG OpenDumpFile(Parameters& run, const std::string& name) {
+MQLONG LogSource::OpenDumpFile(RunFiles& files, const std::string& name) {
   const std::size_t separator = name.find_last_of(kSeparators);
   const std::string_view baseName = std::string_view(name).substr(separator + 1);  // npos + 1 is 0
   if (ContainsIgnoringCase(baseName, ".LOG")) {
-    run.Screen.Print(".LOG file are not supported. Please format using DMPMQLOG.\n");
+    screen_.Print(".LOG file are not supported. Please format using DMPMQLOG.\n");
     return MQRC_OPTIONS_ERROR;
   }
-  if (const int error = run.Log.Reader->Lines.OpenFile(name.c_str()); error != 0) {
-    run.Screen.PrintText(WithCause("Can not access MQ log file.\n", error));
+  if (const int error = log_.Lines.OpenFile(name.c_str()); error != 0) {
+    screen_.PrintText(WithCause("Can not access MQ log file.\n", error));
     return MQRC_FILE_SYSTEM_ERROR;
   }
-  run.Files.AddInput(IdentityOf(name));
-  run.Log.File = name;
-  run.Log.ReadingDumpFile = true;
-  run.Screen.Prefix = [&log = run.Log] {
-    return log.DumpLineNumber != 0 ? FormatText("Line No. %u: ", log.DumpLineNumber) : std::string();
+  files.AddInput(IdentityOf(name));
+  file_ = name;
+  screen_.Prefix = [this] {
+    return log_.LineNumber != 0 ? FormatText("Line No. %u: ", log_.LineNumber) : std::string();
   };
   return 0;
 }
 
-}  // namespace
-
-bool ParseLogParameter(Parameters& run, std::string_view text) {
+bool ParseLogParameter(LogOptions& asked, const std::string& qmgr, Console& screen, std::string_view text) {
   const std::size_t bracket = text.find('(');
   std::string_view file = text.substr(0, bracket);
   if (file == "*") file = {};
@@ -107,39 +104,84 @@ bool ParseLogParameter(Parameters& run, std::string_view text) {
   const bool rangeGood = bracket == std::string_view::npos || SplitRange(text.substr(bracket + 1), start, end);
   constexpr std::size_t kLongestName = 255;
   if (!rangeGood || file.size() > kLongestName) {
-    run.Screen.Print("Unrecognised log file parameter format.\n");
+    screen.Print("Unrecognised log file parameter format.\n");
     return false;
   }
-  run.Asked.Log.File = file;
+  asked.File = file;
   std::string command = "dmpmqlog ";
-  if (const auto& qmgr = run.Asked.QMgrs[run.Asked.Input.QMgr].Name; !qmgr.empty()) command += "-m " + qmgr + ' ';
+  if (!qmgr.empty()) command += "-m " + qmgr + ' ';
   if (!file.empty()) command += "-f " + Argument(file) + ' ';
   command += start.empty() ? "-b " : "-s " + std::string(start) + ' ';
   if (!end.empty()) command += "-e " + std::string(end) + ' ';
-  run.Asked.Log.FormatterCommand = std::move(command);
+  asked.FormatterCommand = std::move(command);
   return true;
 }
 
-MQLONG StartLogReading(Parameters& run, std::string_view queueName) {
-  if (queueName.empty()) {
-    run.Screen.Print("Please specify the name of the queue to search the log for using the -i parameter.\n");
-    return MQRC_OPTIONS_ERROR;
-  }
-  if (queueName.find_first_of("*?") != std::string_view::npos) {
-    run.Screen.Print("Wild cards are not supported in input queue name when in log mode.\n");
-    return MQRC_OPTIONS_ERROR;
-  }
-  run.Screen.Print("Searching for messages logged on queue '%.*s'.\n", static_cast<int>(queueName.size()),
-                   queueName.data());
-  run.Log.Reader = std::make_shared<LogReader>();
-  run.Log.Reader->QueueName = queueName;
-  run.Log.Reader->CaseCounts = run.Asked.CaseCounts;
-  run.Screen.Redraw = [&run] { ShowLogProgress(run); };
-  run.Source = &kLogSource;
+LogSource::LogSource(const LogOptions& asked, WantedQueue queue, Console& screen, std::function<std::int64_t()> written)
+    : asked_(asked), queue_(std::move(queue)), screen_(screen), log_(screen, std::move(written)) {}
 
-  std::string_view name = run.Asked.Log.File;
+MQLONG LogSource::Open(RunFiles& files) {
+  if (queue_.Name.empty()) {
+    screen_.Print("Please specify the name of the queue to search the log for using the -i parameter.\n");
+    return MQRC_OPTIONS_ERROR;
+  }
+  if (queue_.Name.find_first_of("*?") != std::string::npos) {
+    screen_.Print("Wild cards are not supported in input queue name when in log mode.\n");
+    return MQRC_OPTIONS_ERROR;
+  }
+  screen_.Print("Searching for messages logged on queue '%s'.\n", queue_.Name.c_str());
+  screen_.Redraw = [this] { log_.ShowProgress(); };
+
+  std::string_view name = asked_.File;
   name.remove_prefix(std::min(name.find_first_not_of(' '), name.size()));
   const bool isFile =
       name.find('.') != std::string_view::npos && kSeparators.find(name.back()) == std::string_view::npos;
-  return isFile ? OpenDumpFile(run, std::string(name)) : StartFormatter(run);
+  return isFile ? OpenDumpFile(files, std::string(name)) : StartFormatter();
+}
+
+LogSource::~LogSource() {
+  if (started_) End();
+  screen_.Prefix = nullptr;
+  screen_.Redraw = nullptr;
+}
+
+void LogSource::End() {
+  screen_.Prefix = nullptr;
+  log_.End();
+}
+
+Result LogSource::Start(bool& empty) {
+  empty = false;
+  started_ = true;
+  bool found = false;
+  Result result = FindFirstLogRecord(log_, found);
+  if (log_.CutShort) return {};
+  if (result.failed()) {
+    screen_.Print("No MQ log records found.\n");
+    if (!file_.empty()) screen_.Print("Are you sure file '%s' is the output from DMPMQLOG ?\n", file_.c_str());
+  }
+  return found ? std::move(result) : EndOfLogLines(log_, std::move(result));
+}
+
+Result LogSource::Next(CurrentMessage& message, std::int64_t, Arrival& arrival) {
+  Result result;
+  bool end = false;
+  try {
+    result = ReadLogMessage(log_, queue_, message, end);
+  } catch (const std::bad_alloc&) {
+    result = MQRCCF_NO_STORAGE;
+  }
+  arrival = end ? Arrival::End : Arrival::Message;
+  if (log_.CutShort) {
+    arrival = Arrival::Interrupted;
+    result = {};
+  }
+  if (result.failed() || arrival != Arrival::Message) End();
+  return result;
+}
+
+Result LogSource::Check(CurrentMessage& message) {
+  Result checked = CheckLogMessage(log_, message);
+  if (checked.failed()) End();
+  return checked;
 }

@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "cmdline/parameters.h"
 #include "logmode/dump_text_test.h"
 #include "platform/test_folder.h"
 
@@ -20,38 +19,40 @@ struct Rebuilt {
 };
 
 struct LogTest : testing::Test {
-  std::unique_ptr<Parameters> owner;
   TestFolder folder;
   std::vector<Rebuilt> messages;
   std::string printed;  // on standard error
+  std::string told;     // of the failure
   bool terminal = false;
 
-  Parameters& NewRun() {
-    owner = std::make_unique<Parameters>();
-    return *owner;
-  }
   // Reads all messages as a transfer does. Returns the result that ends it.
-  MQLONG ReadAll(Parameters& run, const std::string& queue) {
+  MQLONG ReadAll(Console& screen, const std::string& log, const WantedQueue& queue) {
     messages.clear();
-    MQLONG result = StartLogReading(run, queue);
+    LogOptions asked;
+    EXPECT_TRUE(ParseLogParameter(asked, "", screen, log));
+    RunFiles files;
+    LogSource source(asked, queue, screen, [] { return 0; });
+    if (const MQLONG reason = source.Open(files); reason != 0) return reason;
     bool empty = false;
-    if (result == 0) result = run.Source->Prepare(run, empty);
-    while (result == 0) {
-      result = run.Source->Read(run, nullptr);
-      if (result != 0 || run.Finished) break;
-      result = run.Source->Check(run);
-      if (result != 0) break;
-      messages.push_back({run.Message.Descriptor,
-                          {reinterpret_cast<char*>(run.Message.Data), static_cast<std::size_t>(run.Message.Length)}});
+    CurrentMessage message;
+    Arrival arrival = Arrival::Message;
+    Result result = source.Start(empty);
+    while (!result.failed()) {
+      result = source.Next(message, 0, arrival);
+      if (result.failed() || arrival != Arrival::Message) break;
+      result = source.Check(message);
+      if (result.failed()) break;
+      messages.push_back(
+          {message.Descriptor, {reinterpret_cast<char*>(message.Data), static_cast<std::size_t>(message.Length)}});
     }
-    return result;
+    told = result.text();
+    return result.reason();
   }
-  MQLONG ReadDump(const std::string& text, const std::string& queue = "Q1") {
-    Parameters& run = NewRun();
-    run.Screen.StderrIsTerminal = terminal;
-    EXPECT_TRUE(ParseLogParameter(run, folder.Write("dump.txt", text)));
+  MQLONG ReadDump(const std::string& dump, const std::string& queue = "Q1", bool caseCounts = false) {
+    Console screen;
+    screen.StderrIsTerminal = terminal;
     testing::internal::CaptureStderr();
-    const MQLONG result = ReadAll(run, queue);
+    const MQLONG result = ReadAll(screen, folder.Write("dump.txt", dump), {queue, caseCounts});
     printed = testing::internal::GetCapturedStderr();
     return result;
   }
@@ -132,10 +133,7 @@ TEST_F(LogTest, AQuotedNameCountsCase) {
   dump.Whole(1, "Orders", Simple("one"));
   ASSERT_EQ(ReadDump(dump.Text, "ORDERS"), 0);
   EXPECT_EQ(messages.size(), 1U);
-  Parameters& run = NewRun();
-  run.Asked.CaseCounts = true;
-  ParseLogParameter(run, folder.Write("dump.txt", dump.Text));
-  EXPECT_EQ(ReadAll(run, "ORDERS"), 0);
+  ASSERT_EQ(ReadDump(dump.Text, "ORDERS", true), 0);
   EXPECT_TRUE(messages.empty());
 }
 
@@ -276,7 +274,7 @@ TEST_F(LogTest, EveryFlawHasItsResultAndText) {
     EXPECT_EQ(ReadDump(c.Dump), c.Result) << c.Name << "\n" << printed;
     EXPECT_TRUE(Printed(c.Text)) << c.Name << "\n" << printed;
     EXPECT_EQ(messages.size(), c.Messages) << c.Name;
-    EXPECT_EQ(owner->MessageText.empty(), c.Result == 0 || !c.Text.empty()) << c.Name;  // no failure is silent
+    EXPECT_EQ(told.empty(), c.Result == 0 || !c.Text.empty()) << c.Name;  // no failure is silent
   }
 }
 
@@ -359,19 +357,18 @@ TEST(LogParameter, BecomesTheFormattersCommand) {
       {"", "/var/log of mq/(5)", "dmpmqlog -f \"/var/log of mq/\" -s 5 ", "/var/log of mq/"},
       {"", "d.txt(-5)", "dmpmqlog -f d.txt -b -e 5 ", "d.txt"},
   };
+  LogOptions asked;
+  Console screen;
   for (const Case& c : kCases) {
-    auto run = std::make_unique<Parameters>();
-    run->Asked.QMgrs[0].Name = c.QMgr;
-    EXPECT_TRUE(ParseLogParameter(*run, c.Text));
-    EXPECT_EQ(run->Asked.Log.FormatterCommand, c.Command);
-    EXPECT_EQ(run->Asked.Log.File, c.LogFile);
+    EXPECT_TRUE(ParseLogParameter(asked, c.QMgr, screen, c.Text));
+    EXPECT_EQ(asked.FormatterCommand, c.Command);
+    EXPECT_EQ(asked.File, c.LogFile);
   }
   for (const std::string& text : {std::string("dump.txt(5"), std::string("dump.txt(5-6"), std::string("dump.txt(5)6"),
                                   "x(" + std::string(50, '1') + ")", std::string(256, 'x'), std::string("x()"),
                                   std::string("x(0:0:4 -f y)"), std::string("x(1-2:)")}) {
-    auto run = std::make_unique<Parameters>();
     testing::internal::CaptureStderr();
-    EXPECT_FALSE(ParseLogParameter(*run, text)) << text;
+    EXPECT_FALSE(ParseLogParameter(asked, "", screen, text)) << text;
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Unrecognised log file parameter format.\n");
   }
 }
@@ -397,10 +394,9 @@ TEST_F(LogTest, RefusesWhatItCannotRead) {
   const char* const installation = std::getenv("MQ_INSTALLATION_PATH");
   ASSERT_EQ(installation, nullptr) << "this test needs an environment without MQ";
   for (const Case& c : kCases) {
-    Parameters& run = NewRun();
-    ASSERT_TRUE(ParseLogParameter(run, c.Log));
+    Console screen;
     testing::internal::CaptureStderr();
-    EXPECT_EQ(StartLogReading(run, c.Queue), c.Result) << c.Log;
+    EXPECT_EQ(ReadAll(screen, c.Log, {c.Queue}), c.Result) << c.Log;
     printed = testing::internal::GetCapturedStderr();
     EXPECT_TRUE(Printed(c.Text)) << printed;
   }

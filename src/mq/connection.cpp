@@ -17,8 +17,8 @@ constexpr MQLONG kCnoVersionWithApplName = 7;
 
 }  // namespace
 
-void QMgrConn::Trace(std::string_view call, std::string_view object, MQLONG reason, bool always) const {
-  if (always || TracesCalls()) ReportMqCall(screen_, call, QMgrName, object, reason);
+void QMgrConn::TellCall(std::string_view call, std::string_view object, MQLONG reason) const {
+  ReportMqCall(screen_, call, QMgrName, object, reason);
 }
 
 void QMgrConn::Report(std::string_view call, std::string_view object, const CallEnd& end, std::string_view hint) const {

@@ -49,7 +49,9 @@ class QMgrConn {
   CallEnd Backout();
 
   // The one line of a call, where calls are traced, or `always`.
-  void Trace(std::string_view call, std::string_view object, MQLONG reason, bool always = false) const;
+  void Trace(std::string_view call, std::string_view object, MQLONG reason, bool always = false) const {
+    if (always || TracesCalls()) TellCall(call, object, reason);
+  }
   // The line of a call that failed, with the line `hint` below it when there is one; of any other where calls are
   // traced.
   void Report(std::string_view call, std::string_view object, const CallEnd& end, std::string_view hint = {}) const;
@@ -72,6 +74,7 @@ class QMgrConn {
   bool StillDelivers = false;
 
  private:
+  void TellCall(std::string_view call, std::string_view object, MQLONG reason) const;
   void Inquire();
   bool PromptPassword();
   MQCSP UserAndPassword() const;

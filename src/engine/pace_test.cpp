@@ -1,11 +1,13 @@
-#include "engine/rate.h"
+#include "engine/pace.h"
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "engine/fake_mq_test.h"
+#include "engine/status_lines.h"
 
 namespace {
 
@@ -31,14 +33,16 @@ void InquireDepth(MQHCONN, MQHOBJ, MQLONG, const MQLONG* selectors, MQLONG, MQLO
   *reason = 0;
 }
 
-struct RateTest : testing::Test, FakeRun {
-  RateTest() {
+struct PaceTest : testing::Test, FakeRun {
+  PaceTest() {
     seconds = 5000;
     depth = 0;
     sleeps.clear();
-    run.Pace.Clock = &kFakeClock;
-    run.QMgrs[0].Api.MQINQ = InquireDepth;
-    run.Uow.SyncpointActive = true;
+    conn.Api.MQINQ = InquireDepth;
+  }
+  void Start(int rate) {
+    asked.Pace.Rate = rate;
+    pace.emplace(asked.Pace, asked.Display.RateDetails, queues, kFakeClock);
   }
   // Messages handled until the next period ends, and what that printed.
   int RunPeriod(std::int64_t millisPerMessage = 0) {
@@ -49,28 +53,29 @@ struct RateTest : testing::Test, FakeRun {
     while (!ended && mq.Count("MQCMIT") == commitsBefore && messages < 100000) {
       ticks += millisPerMessage;
       ++messages;
-      EXPECT_EQ(PaceMessage(run, ended), 0);
+      EXPECT_EQ(pace->After(unit, ended).reason(), 0);
     }
     printed = testing::internal::GetCapturedStdout();
     slept = sleeps.size() > sleepsBefore ? sleeps.back() : 0;
     return messages;
   }
+  Tally read;
+  UnitOfWork unit{asked, true, conn, conn, target, read};
+  std::optional<Pace> pace;
   bool ended = false;
   std::string printed;
   std::int64_t slept = 0;
 };
 
-TEST_F(RateTest, AFailedCommitEndsTheRun) {
-  run.Asked.Pace.Rate = 1;
-  StartRate(run);
+TEST_F(PaceTest, AFailedCommitEndsTheRun) {
+  Start(1);
   mq.Script["MQCMIT"] = {{MQCC_FAILED, MQRC_BACKED_OUT}};
-  EXPECT_EQ(PaceMessage(run, ended), MQRC_BACKED_OUT);
+  EXPECT_EQ(pace->After(unit, ended).reason(), MQRC_BACKED_OUT);
 }
 
-TEST_F(RateTest, AnAdaptiveRateFollowsTheConsumer) {
-  run.Asked.Pace.Rate = -1;
-  run.Asked.Display.RateDetails = true;
-  StartRate(run);
+TEST_F(PaceTest, AnAdaptiveRateFollowsTheConsumer) {
+  asked.Display.RateDetails = true;
+  Start(-1);
   depth = 200;  // of 1000 put in half a second, 800 were taken
   ticks += 500;
   EXPECT_EQ(RunPeriod(), 1000);
@@ -78,74 +83,58 @@ TEST_F(RateTest, AnAdaptiveRateFollowsTheConsumer) {
             "  Period:500 Guess:1000 Rate:1000 Remain:0 Depth:200 Processed:800\n"
             "  800 msgs sent in  500 milliseconds\n  Adjust:2.00\n  Sleeping for 500\n");
   EXPECT_EQ(slept, 500);
-  EXPECT_EQ(run.Pace.RateGuess, 2000);
+  EXPECT_EQ(pace->guess(), 2000);
   // The depth at the start of the period counts towards the quota; a late period limits the adjustment to 5 %.
   ticks += 2000;
   EXPECT_EQ(RunPeriod(), 1800);
-  EXPECT_EQ(run.Pace.RateGuess, 1900);
+  EXPECT_EQ(pace->guess(), 1900);
   EXPECT_NE(printed.find("  Adjust:0.95\n  Sleep skipped\n"), std::string::npos) << printed;
 }
 
-TEST_F(RateTest, ADeepTargetIsDrained) {
-  run.Asked.Pace.Rate = -1;
+TEST_F(PaceTest, ADeepTargetIsDrained) {
   depth = 6000;
-  StartRate(run);
+  Start(-1);
   depth = 5900;
   ticks += 1000;
   RunPeriod();
   EXPECT_EQ(printed, "Message Rate   101 msgs/sec\n");
-  EXPECT_EQ(run.Pace.RateGuess, 101);
+  EXPECT_EQ(pace->guess(), 101);
 }
 
-TEST_F(RateTest, NothingDividesByZeroWhenNobodyConsumes) {
-  run.Asked.Pace.Rate = -1;
+TEST_F(PaceTest, NothingDividesByZeroWhenNobodyConsumes) {
   depth = 6000;
-  StartRate(run);
+  Start(-1);
   for (int period = 0; period < 5; ++period) {
     ++depth;
     RunPeriod();
     EXPECT_EQ(printed, "Target Queue does not appear to be being processed.\n");
   }
-  EXPECT_EQ(run.Pace.RateGuess, 0);
+  EXPECT_EQ(pace->guess(), 0);
   // Somebody else puts too, then the consumer starts and the quota recovers from 0.
   depth += 500;
   RunPeriod();
-  EXPECT_EQ(run.Pace.RateGuess, 0);
+  EXPECT_EQ(pace->guess(), 0);
   depth = 100;
   RunPeriod();
-  EXPECT_GT(run.Pace.RateGuess, 0);
+  EXPECT_GT(pace->guess(), 0);
 }
 
-TEST_F(RateTest, AnInstantConsumerNeverOverflowsTheQuota) {
-  run.Asked.Pace.Rate = -1;
-  StartRate(run);
-  run.Pace.RateGuess = 2000000000;
-  run.Pace.RatePeriodCount = 1999999999;
-  RunPeriod();
-  EXPECT_EQ(run.Pace.RateGuess, 2147483647);
-}
-
-struct StatusTest : RateTest {
-  std::string Check() {
+TEST(StatusLines, CountsAreCarriedUntilTheClockHasMoved) {
+  seconds = 5000;
+  const DisplayOptions asked;
+  Console screen;
+  StatusLines lines(asked, screen, seconds, kFakeClock);
+  const auto check = [&](int messages, std::int64_t read, std::int64_t written) {
+    for (int i = 0; i < messages; ++i) lines.Count();
     testing::internal::CaptureStderr();
-    CheckStatus(run);
+    lines.Check(read, written);
     const std::string line = testing::internal::GetCapturedStderr();
     return line.empty() ? line : line.substr(line.find('>'));
-  }
-  StatusTest() { run.Status.LastStatusTime = run.Status.LastRateTime = seconds; }
-};
-
-TEST_F(StatusTest, CountsAreCarriedUntilTheClockHasMoved) {
-  run.MsgsRead = run.Status.StatusMsgs = 999;
-  EXPECT_EQ(Check(), "");
-  run.MsgsRead = run.Status.StatusMsgs = 1000;
-  EXPECT_EQ(Check(), "> Status - Read:      1000 Written:         0 Thruput:       * msg/sec\n");
-  run.MsgsRead = 2000;
-  run.MsgsPut = 1900;
-  run.Status.StatusMsgs = 1000;
+  };
+  EXPECT_EQ(check(999, 999, 0), "");
+  EXPECT_EQ(check(1, 1000, 0), "> Status - Read:      1000 Written:         0 Thruput:       * msg/sec\n");
   seconds += 4;
-  EXPECT_EQ(Check(), "> Status - Read:      2000 Written:      1900 Thruput:   500.0 msg/sec\n");
-  EXPECT_EQ(run.Status.StatusCarry, 0U);
+  EXPECT_EQ(check(1000, 2000, 1900), "> Status - Read:      2000 Written:      1900 Thruput:   500.0 msg/sec\n");
 }
 
 }  // namespace
