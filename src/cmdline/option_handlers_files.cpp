@@ -8,6 +8,7 @@
 #include "cmdline/parameters.h"
 #include "cmdline/plain_options.h"
 #include "cmdline/value_parsers.h"
+#include "files/naming.h"
 #include "files/writer.h"
 #include "logmode/log_source.h"
 
@@ -51,9 +52,13 @@ bool HandleFile(OptionScan& scan, const char* argument) {
     run.Screen.Print("No file was named in parameter '-%c %s'\n", scan.Letter, argument);
     return false;
   }
-  constexpr std::size_t kLongestName = 255;
-  std::string& name = run.Asked.Input.HasFile() ? run.Asked.Output.FileName : run.Asked.Input.FileName;
-  name = std::string_view(argument).substr(0, WholeCharacters(argument, kLongestName));
+  // Cut, two long names would be those of one file.
+  if (std::strlen(argument) > kFileNameLimit) {
+    run.Screen.Print("Sorry the file name of parameter '-%c' is limited to %d characters\n", scan.Letter,
+                     static_cast<int>(kFileNameLimit));
+    return false;
+  }
+  (run.Asked.Input.HasFile() ? run.Asked.Output.FileName : run.Asked.Input.FileName) = argument;
   return true;
 }
 

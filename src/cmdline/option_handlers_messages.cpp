@@ -74,6 +74,7 @@ bool HandleOverride(OptionScan& scan, const char* argument) {
     case 'p':
       return overrideNumber(fields.Priority);
     case 'f':
+      if (std::string_view(value).size() > sizeof(MQCHAR8)) return RefuseArgument(scan, argument);
       fields.Format = value;
       return true;
     case 'r':

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -62,7 +63,7 @@ bool CheckSecondQMgr(OptionScan& scan, std::string_view name) {
   if (scan.FirstQMgrOption != 1) {
     return Refuse(run, "Sorry, if you are using two Queue Managers then -m must be the first parameter.\n");
   }
-  if (run.Asked.QMgrs[0].Name == name.substr(0, kLongestQMgr)) {
+  if (run.Asked.QMgrs[0].Name == name) {
     return Refuse(run, "Sorry, the Queue Manager names must be different.\n");
   }
   if (run.Asked.Input.HasQueues() && run.Asked.Output.HasQueues()) {
@@ -97,13 +98,16 @@ bool HandleQMgr(OptionScan& scan, const char* argument) {
   Parameters& run = scan.run;
   if (scan.CurrentQMgr < 2 && !run.Asked.QMgrs[scan.CurrentQMgr].Name.empty()) ++scan.CurrentQMgr;
   if (scan.CurrentQMgr > 1) return Refuse(run, "Sorry, you can only specify at most two Queue Managers\n");
+  if (std::strlen(argument) > kLongestQMgr) {
+    return Refuse(run, FormatText("The Queue Manager name '%s' is too long.\n", argument));
+  }
   if (scan.CurrentQMgr == 0) {
     scan.FirstQMgrOption = scan.OptionsSeen;
   } else {
     if (!CheckSecondQMgr(scan, argument)) return false;
     (run.Asked.Input.HasQueues() ? run.Asked.Output.QMgr : run.Asked.Input.QMgr) = 1;
   }
-  run.Asked.QMgrs[scan.CurrentQMgr].Name = std::string_view(argument).substr(0, kLongestQMgr);
+  run.Asked.QMgrs[scan.CurrentQMgr].Name = argument;
   return true;
 }
 

@@ -107,15 +107,14 @@ const IdentifierKind* FindIdentifier(char letter) {
 // Reads hex digit pairs into an identifier, zeros behind them. An identifier of zeros is none: it would match every
 // message, so it is refused like a text that is no hex.
 bool ReadHexIdentifier(Parameters& run, std::string_view text, Identifier& identifier) {
-  const std::string_view digits = text.substr(0, 2 * sizeof(Identifier));
-  if (digits.size() < 2 || !IsHex(digits)) {
+  if (text.size() < 2 || !IsHex(text)) {
     run.Screen.Print("Sorry the hex identifier does not appear to be hex\n");
     return false;
   }
   bool isNone = true;
   identifier.fill(0);
-  for (std::size_t i = 0; i < digits.size() / 2; ++i) {
-    identifier[i] = HexByte(digits, i);
+  for (std::size_t i = 0; i < text.size() / 2; ++i) {
+    identifier[i] = HexByte(text, i);
     isNone = isNone && identifier[i] == 0;
   }
   if (isNone) run.Screen.Print("Sorry the hex identifier must not be all zeros\n");
@@ -172,9 +171,15 @@ bool HandleIdentifier(OptionScan& scan, const char* argument) {
     }
     return false;
   }
+  const std::string_view value = argument + (isHex ? 2 : 1);
   Identifier& identifier = (run.Asked.Selection.*kind->Field).emplace();
-  if (isHex) return ReadHexIdentifier(run, argument + 2, identifier);
-  FillField(reinterpret_cast<char*>(identifier.data()), sizeof identifier, argument + 1);
+  const std::size_t longest = isHex ? 2 * sizeof identifier : sizeof identifier;
+  if (value.size() > longest) {
+    run.Screen.Print("Sorry the identifier is limited to %d characters\n", static_cast<int>(longest));
+    return false;
+  }
+  if (isHex) return ReadHexIdentifier(run, value, identifier);
+  FillField(reinterpret_cast<char*>(identifier.data()), sizeof identifier, value);
   return true;
 }
 

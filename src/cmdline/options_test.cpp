@@ -117,7 +117,7 @@ TEST(Scanner, TakesThePasswordsOutOfTheArguments) {
 
 TEST(Options, AreStored) {
   ExpectAccepted({
-      {{"-f" + std::string(256, 'x')},
+      {{"-f" + std::string(255, 'x')},
        [](const Parameters& run) { return run.Asked.Input.FileName == std::string(255, 'x'); }},
       {{"-dAC", "-dMw40T"},
        [](const Parameters& run) {
@@ -129,9 +129,9 @@ TEST(Options, AreStored) {
        [](const Parameters& run) {
          return run.Asked.Selection.Ebcdic[0] == "\x81\xA1" && run.Asked.Selection.Ebcdic[1] == "\x4B";
        }},
-      {{"-gg" + std::string(30, 'g')},
+      {{"-gg" + std::string(24, 'g')},
        [](const Parameters& run) { return Bytes(*run.Asked.Selection.GroupId) == std::string(24, 'g'); }},
-      {{"-gxg" + std::string(60, '4')},
+      {{"-gxg" + std::string(48, '4')},
        [](const Parameters& run) { return Bytes(*run.Asked.Selection.GroupId) == std::string(24, 'D'); }},
       {{"-gxm4142434445", "-gxm46"},
        [](const Parameters& run) { return Bytes(*run.Asked.Selection.MsgId) == "F" + std::string(23, '\0'); }},
