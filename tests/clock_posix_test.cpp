@@ -52,7 +52,6 @@ TEST_F(Clock, TimestampsMeanTheLocalClockAcrossItsJumps) {
       {kBerlin, "31/03/2025_00", 1743372000},
       {kBerlin, "26/10/2025_01:59:59", 1761436799},
       {kBerlin, "26/10/2025_03:00:00", 1761444000},
-      {kBerlin, "31/02/2025", 1740956400},
       {kBerlin, "12:00", 1743415200},
       {kBerlin, "u12:00", 1743422400},
       {kBerlin, "u30/03/2025_01:00", 1743296400},
@@ -78,9 +77,9 @@ TEST_F(Clock, TimestampsMeanTheLocalClockAcrossItsJumps) {
     const auto from = run("-Tf");
     EXPECT_EQ(Chosen(from), "at after ") << from.Err;
     EXPECT_EQ(Chosen(run("-Tt")), "before ");
-    // The report shows the local clock, which is the text of the option unless that is in UTC or no real date.
+    // The report shows the local clock, which is the text of the option unless that is in UTC.
     const std::string_view timestamp = c.Timestamp;
-    if (timestamp[0] == 'u' || timestamp.size() < 16 || timestamp.starts_with("31/02")) continue;
+    if (timestamp[0] == 'u' || timestamp.size() < 16) continue;
     const std::size_t report = from.Err.find("  Put after  ");
     ASSERT_NE(report, std::string::npos) << from.Err;
     EXPECT_EQ(from.Err.substr(report + 21, 2), timestamp.substr(0, 2)) << from.Err;

@@ -165,18 +165,18 @@ TEST_F(CommandLine, RefusesWhatIsNoNumberOrDoesNotFit) {
   const struct {
     std::string Option;
     std::vector<std::string> Values;
-  } wrong[] = {{"-t", {"10x", "-2"}},
+  } wrong[] = {{"-t", {"10x", "-2", "+5"}},
                {"-b", {"4k", "-1"}},
-               {"-w", {"5s", ""}},
+               {"-w", {"5s", "", "+0"}},
                {"-D", {"1.5", "rx", "r-50"}},
                {"-R", {"10/s", "-5", "10:"}},
                {"-P", {"high", "-1", "1,2,3"}},
                {"-c", {"utf8", "1208:", "1208:111x", "1208:FFFFFFFFFFFFFFFFFF"}},
                {"-T", {"1w", "-5", "1:", "1:2:3:4", " 5", "5x"}},
-               {"-z", {"5X", "-5", "KB", "1 2"}},
+               {"-z", {"5X", "-5", "KB", "1 2", "5 ", "5 k", "1.5", "1.5b"}},
                {"-Lm", {"10x", "-1"}},
                {"-d", {"w", "w-5"}},
-               {"-A", {"p:high", "e:", "c:1208x"}},
+               {"-A", {"p:high", "p:+5", "e:", "c:1208x"}},
                {"-G", {"r:", "r:Q_FULL", "r:2053x", "r:-1", "t:", "t:QM1/", "i:x"}}};
   for (const auto& [option, values] : wrong) {
     for (const auto& value : values) {

@@ -17,7 +17,7 @@ std::optional<std::uint64_t> Digits(std::string_view text, int base) {
 
 std::optional<std::int64_t> WholeNumber(std::string_view text, std::int64_t least, std::int64_t most) {
   const bool negative = least < 0 && text.starts_with('-');
-  if (negative || (least < 0 && text.starts_with('+'))) text.remove_prefix(1);
+  if (negative) text.remove_prefix(1);
   const auto magnitude = Digits(text, 10);
   if (!magnitude || *magnitude > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
     return std::nullopt;

@@ -1,9 +1,9 @@
 #include "cmdline/value_parsers.h"
 
-#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <chrono>
+#include <cmath>
 #include <ctime>
 #include <limits>
 #include <optional>
@@ -65,9 +65,14 @@ bool ParseTimeOfDay(std::string_view text, std::tm& calendar) {
     calendar.tm_hour = TwoDigits(text);
     calendar.tm_min = text.size() > 2 ? TwoDigits(text.substr(3)) : 0;
     calendar.tm_sec = text.size() > 5 ? TwoDigits(text.substr(6)) : 0;
-    return true;
+    return calendar.tm_hour < 24 && calendar.tm_min < 60 && calendar.tm_sec < 60;
   }
   return false;
+}
+
+std::chrono::year_month_day DateOf(const std::tm& calendar) {
+  return {std::chrono::year(calendar.tm_year + 1900), std::chrono::month(static_cast<unsigned>(calendar.tm_mon + 1)),
+          std::chrono::day(static_cast<unsigned>(calendar.tm_mday))};
 }
 
 // "DD/MM/YYYY". False when the text is no date.
@@ -76,7 +81,7 @@ bool ParseDate(std::string_view text, std::tm& calendar) {
   calendar.tm_mday = TwoDigits(text);
   calendar.tm_mon = TwoDigits(text.substr(3)) - 1;
   calendar.tm_year = TwoDigits(text.substr(6)) * 100 + TwoDigits(text.substr(8)) - 1900;
-  return true;
+  return DateOf(calendar).ok();
 }
 
 // The day on which the run started, in local time. False when the system cannot tell.
@@ -90,13 +95,10 @@ bool TakeToday(const Parameters& run, std::tm& calendar) {
   return true;
 }
 
-// Days, months and times beyond their range run over into the next.
 std::int64_t UtcSeconds(const std::tm& calendar) {
-  using std::chrono::days, std::chrono::hours, std::chrono::minutes, std::chrono::months, std::chrono::seconds;
-  const auto year = std::chrono::year(calendar.tm_year + 1900);
-  const std::chrono::sys_days month = year / std::chrono::January / 1 + months(calendar.tm_mon);
-  const auto time = month + days(calendar.tm_mday - 1) + hours(calendar.tm_hour) + minutes(calendar.tm_min) +
-                    seconds(calendar.tm_sec);
+  using std::chrono::hours, std::chrono::minutes, std::chrono::seconds, std::chrono::sys_days;
+  const auto time =
+      sys_days(DateOf(calendar)) + hours(calendar.tm_hour) + minutes(calendar.tm_min) + seconds(calendar.tm_sec);
   return time.time_since_epoch().count();
 }
 
@@ -172,8 +174,6 @@ std::optional<std::int64_t> AgeSeconds(std::string_view text) {
   return std::nullopt;
 }
 
-void SkipBlanks(std::string_view& text) { text.remove_prefix(std::min(text.find_first_not_of(' '), text.size())); }
-
 // The sum of numbers with units in bytes; the last one may do without a unit.
 std::optional<double> SizeBytes(std::string_view text) {
   double total = 0;
@@ -183,15 +183,12 @@ std::optional<double> SizeBytes(std::string_view text) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
     if (error != std::errc()) return std::nullopt;
     text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    SkipBlanks(text);
-    if (text.empty()) return total + number;
-    const std::int64_t unit = UnitSize(kSizeUnits, text.front());
-    if (unit == 0) return std::nullopt;
+    const std::int64_t unit = text.empty() ? 1 : UnitSize(kSizeUnits, text.front());
+    if (unit == 0 || (unit == 1 && number != std::floor(number))) return std::nullopt;
     total += number * static_cast<double>(unit);
-    text.remove_prefix(1);
+    if (!text.empty()) text.remove_prefix(1);
     const bool spelledOut = unit != 1 && !text.empty() && UnitSize(kSizeUnits, text.front()) == 1;  // "MB"
     if (spelledOut) text.remove_prefix(1);
-    SkipBlanks(text);
   }
   return total;
 }

@@ -20,8 +20,8 @@ bool ParseFileLimit(Parameters& run, std::string_view text);
 // text sets nothing.
 bool ParseAge(Parameters& run, std::string_view text, const char* label, int& field);
 // "[u][DD/MM/YYYY][_][HH:MM[:SS]]" into seconds since 1970; local time unless it starts with 'u'. Without a date it is
-// the day on which the run started. Days and hours beyond their range run over into the next.
+// the day on which the run started. What the calendar or the clock does not have is refused.
 bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, std::int64_t& field);
-// Numbers with the units B, K, M and G, added up, into bytes; decimals and blanks are taken. An empty text sets
-// nothing.
+// Numbers with the units B, K, M and G, added up, into bytes; a number of them that is not bytes may have
+// decimals. An empty text sets nothing.
 bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG& field);

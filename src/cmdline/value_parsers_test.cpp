@@ -44,7 +44,7 @@ TEST(Numbers, AreWhole) {
     std::optional<std::int64_t> Value;
   };
   for (const Case& one :
-       {Case{"007", 0, 7}, Case{"-7", -9, -7}, Case{"+7", -9, 7}, Case{"-7", 0, {}}, Case{"+7", 0, {}},
+       {Case{"007", 0, 7}, Case{"-7", -9, -7}, Case{"+7", -9, {}}, Case{"-7", 0, {}}, Case{"+7", 0, {}},
         Case{"-10", -9, {}}, Case{"", 0, {}}, Case{"-", -9, {}}, Case{"+-5", -9, {}}, Case{"12x", 0, {}},
         Case{" 1", 0, {}}, Case{"1 ", 0, {}}, Case{"9223372036854775807", 0, kMost},
         Case{"9223372036854775808", kLeast, {}}, Case{"99999999999999999999", 0, {}}}) {
@@ -84,9 +84,9 @@ TEST(SizeSelection, AddsUpUnits) {
   };
   for (const Case& one : {Case{"100", 100, -1},
                           {"1.5k", 1536, -1},
-                          {"10 MB", 10485760, -1},
+                          {"10MB", 10485760, -1},
                           {"1M512K", 1572864, -1},
-                          {"1 m 512 kb ", 1572864, -1},
+                          {"1m512kb", 1572864, -1},
                           {"1k,1m", 1024, 1048576},
                           {",100", -1, 100},
                           {"16777217", 16777217, -1},
@@ -126,6 +126,12 @@ TEST(ValueParsers, RefuseWhatTheyCanNotRead) {
            {ParseTimeSelection, {"fu25/12/2024_12:00:00x"}, "Unrecognised time format '25/12/2024_12:00:00x'\n"},
            {ParseTimeSelection, {"fu01/01/1950"}, "Unrecognised time format '01/01/1950'\n"},
            {ParseTimeSelection, {"tu01/01/1970"}, "Unrecognised time format '01/01/1970'\n"},
+           {ParseTimeSelection, {"f32/01/2025"}, "Unrecognised time format '32/01/2025'\n"},
+           {ParseTimeSelection, {"f29/02/2025"}, "Unrecognised time format '29/02/2025'\n"},
+           {ParseTimeSelection, {"fu01/13/2025"}, "Unrecognised time format '01/13/2025'\n"},
+           {ParseTimeSelection, {"f25:00"}, "Unrecognised time format '25:00'\n"},
+           {ParseTimeSelection, {"f10:60"}, "Unrecognised time format '10:60'\n"},
+           {ParseTimeSelection, {"fu10:00:60"}, "Unrecognised time format '10:00:60'\n"},
            {ParseTimeSelection, {"f_12:00"}, "Unrecognised time format '_12:00'\n"},
            {ParseSizeSelection, {",1", ",2"}, "You can only specify the 'less than' message size once\n"},
            {ParseSizeSelection, {","}, "Invalid -z parameter ','\n"},
