@@ -33,6 +33,7 @@ TEST_F(Connecting, ALibraryThatCannotBeLoadedIsNamed) {
   EXPECT_NE(outcome.Err.find("Error loading MQAPI DLL  RC("), std::string::npos) << outcome.Err;
   EXPECT_EQ(Occurrences(outcome.Err, "  Tried '" + (Path("nowhere") / "").string()), 2) << outcome.Err;
   EXPECT_NE(outcome.Err.find("\nSet MQM_DLL_PATH (client library: MQIC_DLL_PATH) "), std::string::npos) << outcome.Err;
+  EXPECT_NE(outcome.Err.find(" MQ. Option -l names another library.\n"), std::string::npos) << outcome.Err;
   EXPECT_EQ(Occurrences(outcome.Out, "Loading '"), 2) << outcome.Out;
   EXPECT_EQ(Occurrences(outcome.Out, "Load failed RC("), 2) << outcome.Out;
   const bool windows = Platform() == PlatformKind::Windows;
@@ -41,6 +42,7 @@ TEST_F(Connecting, ALibraryThatCannotBeLoadedIsNamed) {
   const auto named = Tarvo({"-mQM1", "-lnothing.so", "-iQ1", "-dk"});
   EXPECT_EQ(named.Exit, ExitStatus(MQRC_ENVIRONMENT_ERROR));
   EXPECT_NE(named.Err.find(notFound), std::string::npos) << named.Err;
+  EXPECT_NE(named.Err.find(" IBM MQ.\n"), std::string::npos) << named.Err;
   const std::string path = Path("no.so").string();
   const auto atPath = Tarvo({"-mQM1", "-l" + path, "-iQ1", "-dk"});
   EXPECT_NE(atPath.Err.find("\n  Tried '" + path + "': "), std::string::npos) << atPath.Err;

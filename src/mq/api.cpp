@@ -118,10 +118,13 @@ int BindEntries(Loading& loading, MqApiTable& table) {
 }
 
 // What the user sets so that the library is found.
-const char* LibraryAdvice(std::string_view libraryName) {
+std::string LibraryAdvice(std::string_view libraryName) {
   if (IsPath(libraryName, NativePathStyle())) return "Option -l names the library.\n";
-  return "Set MQM_DLL_PATH (client library: MQIC_DLL_PATH) to the library's folder, or MQ_INSTALLATION_PATH to that of "
-         "IBM MQ. Option -l names another library.\n";
+  const std::string advice =
+      "Set MQM_DLL_PATH (client library: MQIC_DLL_PATH) to the library's folder, or MQ_INSTALLATION_PATH to that of "
+      "IBM "
+      "MQ.";
+  return advice + (libraryName.empty() ? " Option -l names another library.\n" : "\n");
 }
 
 }  // namespace
