@@ -194,13 +194,14 @@ TEST_F(Naming, ASetEndsAtAMissingFileAndNotAtABrokenOne) {
 TEST_F(Naming, DumpsAreReadAsASetToo) {
   for (const char* number : {"1", "2", "3"}) {
     const std::string head = "AMQSBCG0 - starts here\n****Message descriptor****\n  Priority : " + std::string(number);
-    WriteText("dump" + std::string(number), head + "\n****   Message      ****\n length - 1 of " + number +
-                                                " bytes\n00000000:  4" + number + " 'A'\n");
+    WriteText("dump" + std::string(number), head +
+                                                "\n****   Message      ****\n length - 1 of 1"
+                                                " bytes\n00000000:  4" +
+                                                number + " 'A'\n");
   }
   const auto outcome = Tarvo({"-mQM1", "-fdump%n", "-oQ2"});
   EXPECT_EQ(outcome.Exit, 0) << outcome.Err;
   EXPECT_EQ(Queues("QM1").Texts("Q2"), (std::vector<std::string>{"C", "B", "A"}));  // the highest priority first
-  EXPECT_EQ(Occurrences(outcome.Err, " bytes of message data, but only 1 bytes follow\n"), 2) << outcome.Err;
 }
 
 TEST_F(Naming, WhatCannotBeOpenedIsNamed) {

@@ -143,7 +143,19 @@ std::int64_t AnnouncedLength(std::string_view line) {
   }
 }
 
-Result ReadDataSection(LineReader& lines, Console& screen, CurrentMessage& message, bool& end) {
+// The data that is announced, or its announcement, is missing.
+Result RefuseShortData(LineReader& lines, std::int64_t announced, std::int64_t announcedAt, MQLONG length, bool& end) {
+  end = lines.ended();
+  if (end) {
+    lines.NoteCut();
+    return {};
+  }
+  return {MQRC_FILE_SYSTEM_ERROR, FormatText("Line %" PRId64 " of file '%s' announces %" PRId64
+                                             " bytes of message data, but only %d bytes follow",
+                                             announcedAt, lines.file_name(), announced, length)};
+}
+
+Result ReadDataSection(LineReader& lines, CurrentMessage& message, bool& end) {
   std::int64_t announced = -1;
   std::int64_t announcedAt = 0;
   for (;;) {
@@ -157,18 +169,15 @@ Result ReadDataSection(LineReader& lines, Console& screen, CurrentMessage& messa
     }
     if (Result result = AppendDumpLine(lines, message); result.failed()) return result;
   }
-  if (announced > message.Length) {
-    screen.Print("Line %" PRId64 " of file '%s' announces %" PRId64
-                 " bytes of message data, but only %d bytes follow\n",
-                 announcedAt, lines.file_name(), announced, message.Length);
-  }
+  const bool nothing = end && announced < 0 && message.Length == 0;
   end = false;
-  return {};
+  if (!nothing && announced <= message.Length) return {};
+  return RefuseShortData(lines, announced, announcedAt, message.Length, end);
 }
 
 }  // namespace
 
-Result ReadDumpMessage(LineReader& lines, Console& screen, CurrentMessage& message, bool& end) {
+Result ReadDumpMessage(LineReader& lines, CurrentMessage& message, bool& end) {
   message.Descriptor = DefaultDescriptor();
   message.Length = 0;
   // The format check leaves the line behind the file's mark current; a short dump begins its first message there.
@@ -180,5 +189,5 @@ Result ReadDumpMessage(LineReader& lines, Console& screen, CurrentMessage& messa
   if (result.failed()) return result;
   if (lines.ended()) return UnexpectedEnd(lines, end);
   result = ReadDescriptorSection(lines, message.Descriptor, end);
-  return result.failed() || end ? std::move(result) : ReadDataSection(lines, screen, message, end);
+  return result.failed() || end ? std::move(result) : ReadDataSection(lines, message, end);
 }

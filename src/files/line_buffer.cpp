@@ -37,6 +37,7 @@ void LineReader::StartFile() {
   in_.KeepCarriageReturns();  // lines are read with either line end, and places are told in the file's own bytes
   Line = {};
   cutLine_ = {};
+  cutNoted_ = false;
   number_ = 0;
 }
 

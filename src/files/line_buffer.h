@@ -44,6 +44,9 @@ class LineReader {
   // The file ends inside this line, which is never made current. Valid until the file is closed.
   std::string_view cut_line() const { return cutLine_; }
   void ForgetCutLine() { cutLine_ = {}; }
+  // Whoever reads has noted that the file ends inside a message, though not inside a line.
+  void NoteCut() { cutNoted_ = true; }
+  bool cut_noted() const { return cutNoted_; }
   std::int64_t number() const { return number_; }  // of the line read last, the first line of the file being 1
   const char* file_name() const { return files_.Name(); }
   std::int64_t position() const { return in_.consumed(); }  // bytes of the file read
@@ -73,4 +76,5 @@ class LineReader {
   std::int64_t number_ = 0;
   std::int64_t behindLine_ = 0;
   std::string_view cutLine_;
+  bool cutNoted_ = false;
 };

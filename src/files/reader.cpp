@@ -206,13 +206,15 @@ Result ReadFileMessage(LineReader& lines, Console& screen, CurrentMessage& messa
   return ReadDataLines(lines, screen, message, end);
 }
 
-// A file that ends inside a line has lost that line's rest, and with it the message that the line belongs to.
+// A file that ends inside a line has lost that line's rest, and with it the message that the line belongs to. One that
+// ends behind a line has lost what it announces.
 void MessageFileReader::TellIfCut() {
-  if (lines_.cut_line().empty()) return;
+  const bool insideLine = !lines_.cut_line().empty();
+  if (!insideLine && !lines_.cut_noted()) return;
   loss_ = MQRC_FILE_SYSTEM_ERROR;
-  screen_.Print("File '%s' has been cut off inside line %" PRId64 ": its whole messages end at byte %" PRId64
+  screen_.Print("File '%s' has been cut off %s line %" PRId64 ": its whole messages end at byte %" PRId64
                 ", nothing behind is taken\n",
-                lines_.file_name(), lines_.number(), wholeUpTo_);
+                lines_.file_name(), insideLine ? "inside" : "behind", lines_.number(), wholeUpTo_);
 }
 
 Result MessageFileReader::StartFile(bool& empty) {
@@ -240,8 +242,7 @@ Result MessageFileReader::StartFile(bool& empty) {
 }
 
 Result MessageFileReader::ReadMessage(CurrentMessage& message, bool& end) {
-  const auto read = readsDump_ ? ReadDumpMessage : ReadFileMessage;
-  return read(lines_, screen_, message, end);
+  return readsDump_ ? ReadDumpMessage(lines_, message, end) : ReadFileMessage(lines_, screen_, message, end);
 }
 
 Result MessageFileReader::Read(CurrentMessage& message) {

@@ -19,7 +19,7 @@ bool IsMessageFileMark(std::string_view line);
 // One message of a message file; `end` is set when the file holds no further whole one.
 Result ReadFileMessage(LineReader& lines, Console& screen, CurrentMessage& message, bool& end);
 // The same for a dump.
-Result ReadDumpMessage(LineReader& lines, Console& screen, CurrentMessage& message, bool& end);
+Result ReadDumpMessage(LineReader& lines, CurrentMessage& message, bool& end);
 
 // Reads the messages of files that are opened one after the other, each of its own kind.
 class MessageFileReader {
@@ -36,7 +36,7 @@ class MessageFileReader {
   Result StartFile(bool& empty);
 
   // The next message, from the next file where the one in hand holds no further one; none (at_end) at the end of the
-  // last. A file that ends inside a line is told, and its loss is kept.
+  // last. A file that ends inside a message is told, and its loss is kept.
   Result Read(CurrentMessage& message);
   bool at_end() const { return atEnd_; }
   // The result of a run whose input has lost bytes: what was whole is delivered and committed all the same.
