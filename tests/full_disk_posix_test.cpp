@@ -118,7 +118,9 @@ TEST_F(FullDisk, StandardOutputThatTakesNothingIsAFailureAndKeepsTheQueue) {
   std::filesystem::create_directory(Path("all"));
   for (const char* command :
        {"-IQ1 -fstdout | head -n 1; exit ${PIPESTATUS[0]}", "-IQ1 -fstdout >&-", "-IQ1 -fstdout <&- >&- 2>&-",
-        "-IQ1 -r1 -fstdout >/dev/full", "-iQ1 -dK >/dev/full", "-iQ1 -dK >&-", "-i* -Fall/* >/dev/full"}) {
+        "-IQ1 -F/dev/stdout >&-", "-IQ1 -F/dev/fd/1 -aa >&-", "-IQ1 -F/proc/self/fd/1 >&-", "-IQ1 -F/dev/stderr 2>&-",
+        "-f/dev/stdin -oQ1 <&-", "-IQ1 -r1 -fstdout >/dev/full", "-iQ1 -dK >/dev/full", "-iQ1 -dK >&-",
+        "-i* -Fall/* >/dev/full"}) {
     SCOPED_TRACE(command);
     const auto outcome = Shell(std::string("tarvo -q -mQM1 ") + command);
     EXPECT_EQ(outcome.Exit, ExitStatus(MQRC_FILE_SYSTEM_ERROR)) << outcome.Err;

@@ -55,10 +55,10 @@ int ExitStatus(std::int32_t code) {
 void PrepareProcess() {
   std::signal(SIGPIPE, SIG_IGN);
   // Were a standard stream closed, the next file opened would take its place and receive what is meant for the user.
-  // What takes it instead fails when it is used, so that nobody believes that his output has arrived.
+  // What takes it instead, a directory, fails when it is used, also by a name like /dev/stdout, so that nobody believes
+  // that his output has arrived.
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-    const int mode = fd == STDIN_FILENO ? O_WRONLY : O_RDONLY;
-    if (fcntl(fd, F_GETFD) < 0 && open("/dev/null", mode) < 0) std::abort();
+    if (fcntl(fd, F_GETFD) < 0 && open("/", O_RDONLY | O_DIRECTORY) < 0) std::abort();
   }
 }
 
