@@ -102,6 +102,19 @@ TEST_F(OutputFiles, ALinkAndItsPermissionsStay) {
   EXPECT_EQ(Tarvo({"-mQM1", "-iQ1", noLinks ? "-Fd/real" : "-Flink", "-dp"}).Exit, 0);
   EXPECT_EQ(FilesIn("d"), "real(m1 m2 m3 m4 m5 m6)");
   EXPECT_EQ(std::filesystem::status(Path("d/real")).permissions(), before);
+  if (noLinks) return;
+  // A link to nothing makes its file, which goes again with the unit; the link stays.
+  std::filesystem::create_symlink("d/next", Path("first"));
+  std::filesystem::create_symlink("new", Path("d/next"));
+  EXPECT_NE(TarvoWithFaults("MQGET:3=2016", {"-mQM1", "-IQ1", "-ffirst", "-dp"}).Exit, 0);
+  EXPECT_FALSE(std::filesystem::exists(Path("d/new")));
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("first")));
+  std::filesystem::create_symlink("2", Path("1"));
+  EXPECT_NE(Tarvo({"-mQM1", "-IQ1", "-F%n", "-Lm1"}).Exit, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("1")) && !std::filesystem::exists(Path("2")));
+  EXPECT_EQ(Queues("QM1").Depth("Q1"), 6);
+  EXPECT_EQ(Tarvo({"-mQM1", "-IQ1", "-ffirst", "-dp"}).Exit, 0);
+  EXPECT_EQ(FilesIn("d"), "new(m1 m2 m3 m4 m5 m6) next(m1 m2 m3 m4 m5 m6) real(m1 m2 m3 m4 m5 m6)");
 }
 
 TEST_F(OutputFiles, AQueuesOldSetGoesWhenItsNewOneIsComplete) {

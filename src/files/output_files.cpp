@@ -25,6 +25,20 @@ std::string FileBehind(const std::string& name) {
   return error ? name : file;
 }
 
+// The file that a link to nothing would make; the name itself when it is none.
+std::string FileToMake(const std::string& name) {
+  constexpr int kMostLinks = 40;  // one behind the other
+  std::error_code error;
+  std::filesystem::path file = name;
+  if (std::filesystem::exists(file, error)) return name;
+  for (int link = 0; link < kMostLinks && std::filesystem::is_symlink(file, error); ++link) {
+    const auto target = std::filesystem::read_symlink(file, error);
+    if (error) return name;
+    file = file.parent_path() / target;  // an absolute one stands for itself
+  }
+  return file.string();
+}
+
 OpenedForWriting OpenAsItStands(const std::string& name, bool append, bool binary) {
   std::error_code unknown;
   if (!std::filesystem::is_directory(name, unknown)) return OpenForWriting(name, append, binary);
@@ -105,10 +119,12 @@ Result OutputFiles::OpenStandardOutput() {
 }
 
 // Opens the file as it stands and makes sure that it is the one that was checked. An old file on a disk is only
-// appended to; else a new one that is to take its place is written beside it.
+// appended to; else a new one that is to take its place is written beside it. Of a link to nothing the file that it
+// makes is looked after, not the link.
 Result OutputFiles::OpenNamed(const std::string& name, const std::string& mode) {
   const bool append = mode[0] == 'a';
-  const OpenedForWriting opened = OpenAsItStands(name, append, IsBinary(mode));
+  const std::string path = FileToMake(name);
+  const OpenedForWriting opened = OpenAsItStands(path, append, IsBinary(mode));
   if (opened.File == nullptr) return CanNotOpen(name, mode, errno);
   const RunFiles::Identity file = IdentityOf(opened.File);
   Result result = opened.Created ? Result() : CheckFile(name, file);
@@ -121,8 +137,8 @@ Result OutputFiles::OpenNamed(const std::string& name, const std::string& mode) 
     result = changes_.OpenBeside(FileBehind(name), file, IsBinary(mode));
     return result.failed() ? Result(MQRC_FILE_SYSTEM_ERROR, result.text()) : Result();
   }
-  if (const int error = out_.Stream.Adopt(opened.File, name.c_str()); error != 0) return CanNotOpen(name, mode, error);
-  if (regular) changes_.Watch(name, file, !opened.Created);
+  if (const int error = out_.Stream.Adopt(opened.File, path.c_str()); error != 0) return CanNotOpen(name, mode, error);
+  if (regular) changes_.Watch(path, file, !opened.Created);
   return out_.Stream.Append(lineEnds) ? Result() : CanNotOpen(name, mode, out_.Stream.error());
 }
 
