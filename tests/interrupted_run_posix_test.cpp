@@ -116,6 +116,12 @@ TEST_F(Interrupted, TakesNoPartOfAMessageFromAPipe) {
       {{"-mQM1", "-oT", "-fpipe", "-n!", "-Cd"}, "A1\nA2\nA", {"A1", "A2"}},
       {{"-mQM1", "-oT", "-iA", "-j./pipe"}, dump.Text + dump.Text.substr(0, dump.Text.size() - 40), {"A1"}},
   };
+  for (const Texts& alone : {Texts{"-mQM1", "-oT", "-fpipe"}, {"-mQM1", "-IA", "-Fpipe"}, {"-fpipe", "-Fmessages"}}) {
+    const auto outcome = Interrupt(alone, SIGTERM);  // the pipe has no other end
+    EXPECT_EQ(outcome.Exit, 128 + SIGTERM) << outcome.Err;
+    EXPECT_EQ(Queues("QM1").Depth("A"), 5);
+    EXPECT_EQ(ReadText("messages"), text);
+  }
   const int pipe = open(Path("pipe").c_str(), O_RDWR | O_CLOEXEC);  // never at its end
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.Arguments));

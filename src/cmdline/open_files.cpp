@@ -72,7 +72,10 @@ MQLONG OpenBoth(Parameters& run, bool& goOn) {
         run.Outputs->Open({.MayAsk = run.Screen.StdinIsTerminal, .OnlyCheck = Counting(run), .Place = run.Place}));
   }
   goOn = reason == 0 && run.MessageText.empty();
-  return reason;
+  if (reason == 0 || InterruptSignal() == 0) return reason;
+  // A named pipe whose other end nobody opened. Nothing has been touched.
+  run.MessageText.clear();
+  return 0;
 }
 
 MQLONG CountMessages(Parameters& run, std::int64_t& total) {

@@ -168,8 +168,8 @@ int InputFile::Open(const char* name, const char* mode) {
   // In the text mode of Windows a Ctrl-Z would end the file, and what stands behind it would be lost.
   const std::string_view given(mode);
   translates_ = Platform() == PlatformKind::Windows && (given == "r" || given == "rt");
-  file_ = std::fopen(name, translates_ ? "rb" : mode);
-  if (file_ == nullptr) return LastError();
+  file_ = OpenForReading(name, translates_ ? "rb" : mode);
+  if (file_ == nullptr) return error_ = LastError();
   begin_ = end_ = 0;
   ended_ = false;
   consumed_ = 0;

@@ -24,8 +24,12 @@ struct OpenedForWriting {
   bool Created = false;       // there was no such file before
 };
 // Opens for writing at the start or, with `append`, at the end, and leaves what the file holds as it is; makes the file
-// where there is none. `binary`: line ends are written as they are.
+// where there is none. `binary`: line ends are written as they are. A named pipe waits for its reader, until an
+// interrupt comes: EINTR.
 OpenedForWriting OpenForWriting(const std::string& name, bool append, bool binary);
+// Opens with a mode as fopen knows them. A named pipe waits for what it is to deliver, until an interrupt comes: null
+// with EINTR in errno.
+std::FILE* OpenForReading(const std::string& name, const char* mode);
 // Makes a file for writing, with the permissions and, where possible, the owner of `like` when there is such a file.
 // Null with EEXIST in errno when `name` exists.
 std::FILE* CreateLike(const std::string& name, const std::string& like, bool binary);

@@ -5,6 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
+
+#include "platform/interrupt.h"
+#include "platform/posix/wait_to_read.h"
 
 namespace {
 
@@ -13,6 +17,25 @@ constexpr mode_t kAnybody = 0666;  // less what the user's mask takes
 std::optional<FileIdentity> IdentityIn(const struct stat& status) {
   if (!S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode)) return std::nullopt;
   return FileIdentity{status.st_dev, status.st_ino};
+}
+
+bool IsNamedPipe(const std::string& name) {
+  struct stat status;
+  return stat(name.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+// Opening a named pipe waits for its other end, and goes on waiting behind a signal: what is asked here never waits.
+int OpenExistingForWriting(const std::string& name, int flags) {
+  constexpr std::int64_t kBetweenTries = 20;  // milliseconds
+  if (!IsNamedPipe(name)) return open(name.c_str(), flags);
+  int fd = open(name.c_str(), flags | O_NONBLOCK);
+  while (fd < 0 && errno == ENXIO && InterruptSignal() == 0) {
+    PauseUnlessInterrupted(kBetweenTries);
+    fd = open(name.c_str(), flags | O_NONBLOCK);
+  }
+  if (fd < 0 && errno == ENXIO) errno = EINTR;
+  if (fd >= 0) fcntl(fd, F_SETFL, flags & O_APPEND);  // writes wait for their room
+  return fd;
 }
 
 }  // namespace
@@ -51,15 +74,24 @@ OpenedForWriting OpenForWriting(const std::string& name, bool append, bool) {
   OpenedForWriting opened;
   int fd = open(name.c_str(), flags | O_CREAT | O_EXCL, kAnybody);
   opened.Created = fd >= 0;
-  if (fd < 0 && errno == EEXIST) fd = open(name.c_str(), flags);
-  if (fd < 0 && errno == ENOENT) {
-    // A link to a file that is not there.
-    fd = open(name.c_str(), flags | O_CREAT, kAnybody);
-    opened.Created = fd >= 0;
-  }
+  if (fd < 0 && errno == EEXIST) fd = OpenExistingForWriting(name, flags);
   if (fd >= 0) opened.File = fdopen(fd, append ? "a" : "w");
   if (fd >= 0 && opened.File == nullptr) close(fd);
   return opened;
+}
+
+std::FILE* OpenForReading(const std::string& name, const char* mode) {
+  const bool writesToo = std::strchr(mode, '+') != nullptr;
+  if (writesToo || !IsNamedPipe(name)) return std::fopen(name.c_str(), mode);
+  const int fd = open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return nullptr;
+  std::FILE* const file = WaitToRead(fd) ? fdopen(fd, mode) : nullptr;
+  if (file == nullptr) {
+    const int error = errno;
+    close(fd);
+    errno = error;
+  }
+  return file;
 }
 
 int SetFileSize(std::FILE* file, std::int64_t bytes) { return ftruncate(fileno(file), bytes) == 0 ? 0 : errno; }

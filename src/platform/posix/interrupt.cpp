@@ -75,15 +75,21 @@ void PauseUnlessInterrupted(std::int64_t milliseconds) {
   }
 }
 
-std::ptrdiff_t ReadUnlessInterrupted(int fd, void* buffer, std::size_t bytes) {
+bool WaitToRead(int fd) {
   for (;;) {
     if (InterruptSignal() != 0) {
       errno = EINTR;
-      return -1;
+      return false;
     }
     pollfd waits[] = {{fd, POLLIN, 0}, {wakeRead, POLLIN, 0}};
-    if (poll(waits, 2, -1) < 0 && errno != EINTR) return -1;
-    if (waits[0].revents == 0) continue;
+    if (poll(waits, 2, -1) < 0 && errno != EINTR) return false;
+    if (waits[0].revents != 0) return true;
+  }
+}
+
+std::ptrdiff_t ReadUnlessInterrupted(int fd, void* buffer, std::size_t bytes) {
+  for (;;) {
+    if (!WaitToRead(fd)) return -1;
     const ssize_t got = read(fd, buffer, bytes);
     if (got >= 0 || (errno != EINTR && errno != EAGAIN)) return got;
   }

@@ -68,6 +68,8 @@ std::optional<FileIdentity> IdentityOf(const std::string& name) {
   return identity;
 }
 
+std::FILE* OpenForReading(const std::string& name, const char* mode) { return std::fopen(name.c_str(), mode); }
+
 // A new file has the permissions of its directory.
 std::FILE* CreateLike(const std::string& name, const std::string&, bool binary) {
   return OpenStream(name, CREATE_NEW, false, binary);
