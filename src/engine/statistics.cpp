@@ -1,5 +1,6 @@
 #include "engine/statistics.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "mq/put_time.h"
@@ -33,7 +34,8 @@ void CopyIdentifiers(const MQMD& from, MQBYTE24& msgId, MQBYTE24& correlId) {
 
 void Statistics::Add(const MQMD& descriptor, MQLONG size) {
   AddSize(descriptor, size);
-  if (const auto put = PutCentis(descriptor)) AddAge(descriptor, nowCentis_ - *put);
+  // A message put after the start of the run, or by a clock that is ahead, has no age yet.
+  if (const auto put = PutCentis(descriptor)) AddAge(descriptor, std::max(nowCentis_ - *put, std::int64_t{0}));
 }
 
 // Hundredths of a second since 1970; none when the descriptor holds no put time. Messages of one day follow each other,
@@ -73,6 +75,5 @@ void Statistics::AddAge(const MQMD& descriptor, std::int64_t age) {
     OldestAge = age;
     CopyIdentifiers(descriptor, OldestMsgId, OldestCorrelId);
   }
-  // A message put after the start of the run, or by a clock that is ahead, has an age below 0: it is a young one.
   ++AgeCounts[FindBucket(kAgeTable, age / 100)];
 }

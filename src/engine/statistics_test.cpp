@@ -72,7 +72,7 @@ TEST_F(StatisticsTest, ExtremesKeepTheEarlierOfEquals) {
   EXPECT_EQ(summary.AgeSum, 5015 + 5015 + 86400 * 300 + 25 + 4826);
 }
 
-TEST_F(StatisticsTest, AMessageWithoutPutTimeHasNoAgeAndOneFromTheFutureIsYoung) {
+TEST_F(StatisticsTest, AMessageWithoutPutTimeHasNoAgeAndOneFromTheFutureIsNew) {
   FillField(descriptor.PutDate, 8, "");
   FillField(descriptor.PutTime, 8, "");
   Collect(10);
@@ -80,8 +80,9 @@ TEST_F(StatisticsTest, AMessageWithoutPutTimeHasNoAgeAndOneFromTheFutureIsYoung)
   EXPECT_EQ(summary.Messages, 2);
   EXPECT_EQ(summary.Bytes, 30);
   EXPECT_EQ(summary.Dated, 1);
-  EXPECT_EQ(summary.YoungestAge, -30 * 100 + 25);
-  EXPECT_EQ(summary.OldestAge, summary.YoungestAge);
+  EXPECT_EQ(summary.YoungestAge, 0);
+  EXPECT_EQ(summary.OldestAge, 0);
+  EXPECT_EQ(summary.AgeSum, 0);
   EXPECT_EQ(summary.OldestMsgId[0], 2);
   EXPECT_EQ(summary.AgeCounts[0], 1);
   EXPECT_EQ(summary.AgeCounts[kAgeBuckets - 1], 0);
