@@ -143,7 +143,14 @@ TEST_F(Interrupted, GenericRunsNameWhatIsNotDone) {
   EXPECT_EQ(unloaded.Exit, 128 + SIGINT);
   EXPECT_NE(unloaded.Out.find(" 5  Cut short.\n\nTotal : 1 Queues, 1 Messages\n"), std::string::npos) << unloaded.Out;
   EXPECT_NE(unloaded.Err.find("\nThe queues from 'B' on are not unloaded.\n"), std::string::npos) << unloaded.Err;
+  EXPECT_EQ(Occurrences(ReadText("files/A.tvo"), "\nX "), 1);
   ASSERT_EQ(Tarvo({"-mQM1", "-i*", "-Ffiles/*"}).Exit, 0);
+  // A part never takes the place of a whole set, and leaves nothing behind.
+  const std::string whole = ReadText("files/A.tvo");
+  const auto again = Interrupt({"-mQM1", "-i*", "-Ffiles/*", "-D60000", "-Lm1"}, SIGINT);
+  EXPECT_NE(again.Out.find(" 5  Cut short.\n\nTotal : 1 Queues, 0 Messages\n"), std::string::npos) << again.Out;
+  EXPECT_EQ(ReadText("files/A.tvo"), whole);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("files")), {}), 2);
   ASSERT_EQ(LocalMq({"QM1"}, "CLEAR QLOCAL(A)\nCLEAR QLOCAL(B)\n").Exit, 0);
   const auto loaded = Interrupt({"-mQM1", "-o*", "-ffiles/*", "-D60000"}, SIGTERM);
   EXPECT_EQ(loaded.Exit, 128 + SIGTERM);

@@ -258,6 +258,11 @@ std::string OutputChanges::Leave() {
   return name;
 }
 
+void OutputChanges::GiveUp() {
+  static_cast<void>(Close());  // what could not be written goes too
+  DropUnplaced();
+}
+
 Result OutputChanges::Finish(Result result) {
   const bool inUnits = input_.Remove && units_.MessageLimit != 0;
   if (result.failed() && inUnits) TakeBack();

@@ -59,6 +59,8 @@ class OutputChanges {
   // Without units of work a message has left its queue with the get: hands what is written to the system, and a file
   // that holds a message to its place.
   Result HandOver();
+  // Closes the output file and removes what has not taken its place.
+  void GiveUp();
   // Lets what is written beside an old file stay there: it holds the only copy of a message. Returns its name, or
   // nothing.
   std::string Leave();

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstdio>
@@ -155,16 +156,20 @@ MQLONG DeleteForeignFiles(Parameters& run) {
   return 0;
 }
 
-// The old set of a queue goes when its new one is complete. A single file takes the place of a single one at once; else
-// the old files go first, so that no set is ever taken for a whole one that is half old and half new.
-MQLONG SetOldFilesAside(Parameters& run, const GenericQueueEntry& queue) {
-  const auto& written = run.Outputs->changes().files();
+std::vector<std::string> OldFiles(Parameters& run, const GenericQueueEntry& queue) {
   std::vector<std::string> old;
   for (const auto& [key, file] : run.Generic.ExistingFiles) {
     if (file.QueueName != queue.QueueName) continue;
     // Where case does not count, it may be the new file of another queue by now.
     if (!run.Files.IsOutput(IdentityOf(file.FilePath))) old.push_back(file.FilePath);
   }
+  return old;
+}
+
+// The old set of a queue goes when its new one is complete. A single file takes the place of a single one at once; else
+// the old files go first, so that no set is ever taken for a whole one that is half old and half new.
+MQLONG SetOldFilesAside(Parameters& run, const std::vector<std::string>& old) {
+  const auto& written = run.Outputs->changes().files();
   if (written.size() == 1 && old.size() == 1 && old.front() == written.front().Path) return 0;
   for (const std::string& name : old) {
     if (Result result = run.Outputs->changes().SetAside(name); result.failed()) return run.Keep(result);
@@ -179,12 +184,17 @@ MQLONG TransferQueue(Parameters& run, const GenericQueueEntry& queue, MQHOBJ hob
   QueueSource source(run.Asked, run.Gets, InputConn(run), element);
   const auto target = MakeFileTarget(run.Asked, *run.Outputs, *run.Summary, run.StartTime, run.Screen.StdinIsTerminal);
   const Outcome outcome = Transfer(run.Asked, run.Stations(), source, *target, nullptr, run.Progress).Run();
-  cutShort = outcome.CutShort;
+  cutShort = outcome.CutShort && run.Outputs->written().Msgs < std::max(queue.Depth, 1);
   run.Keep(outcome.End);
   MQLONG result = outcome.reason();
-  if (result == 0) result = run.Keep(run.Outputs->Close());
-  if (result == 0) result = SetOldFilesAside(run, queue);
-  result = run.Keep(run.Outputs->changes().Finish({result, run.MessageText}));
+  const std::vector<std::string> old = OldFiles(run, queue);
+  if (result == 0 && cutShort && !old.empty()) {
+    run.Outputs->changes().GiveUp();  // a part never takes the place of a whole set
+  } else {
+    if (result == 0) result = run.Keep(run.Outputs->Close());
+    if (result == 0) result = SetOldFilesAside(run, old);
+    result = run.Keep(run.Outputs->changes().Finish({result, run.MessageText}));
+  }
   run.Progress.End(false);
   return result;
 }
@@ -217,10 +227,10 @@ void UnloadQueue(Parameters& run, const GenericQueueEntry& queue, Totals& users,
   totals.Messages += written;
   if (result != 0) {
     ReportQueueFailure(result, firstFailure);
-  } else if (written == queue.Depth) {
-    PrintOutput("Done.\n");
   } else if (cutShort) {
     PrintOutput("Cut short.\n");
+  } else if (written == queue.Depth) {
+    PrintOutput("Done.\n");
   } else {
     const bool filtered = run.Asked.Selection.Active || run.Asked.Selection.HasIdentifier();
     PrintOutput(filtered ? "Filtered.\n" : "Changing.\n");
