@@ -12,9 +12,6 @@ git ls-files 'src/*.cpp' 'src/*.h' | xargs awk '
       n = split(floors[i], rooms, ",")
       for (k = 1; k <= n; ++k) floor[rooms[k]] = i + 0
     }
-    # The rooms that still know the record of a run.
-    split("generic", last, " ")
-    for (i in last) mayKnowRun[last[i]] = 1
   }
   FNR == 1 { split(FILENAME, path, "/"); room = path[2]; test = FILENAME ~ /_test\./ }
   /^#include "/ {
@@ -22,7 +19,6 @@ git ls-files 'src/*.cpp' 'src/*.h' | xargs awk '
     split(quoted[2], part, "/")
     other = part[1]
     if (!(other in floor)) { bad = bad FILENAME ":" FNR ": " other " is no room\n"; next }
-    if (quoted[2] == "cmdline/parameters.h" && room in mayKnowRun) next
     # Helpers of tests stand where they are used first.
     if (test && quoted[2] ~ /_test(_folder)?\.h$/) next
     if (floor[other] > floor[room] || (floor[other] == floor[room] && other != room))

@@ -69,7 +69,7 @@ MQLONG OpenBoth(Parameters& run, bool& goOn) {
   MQLONG reason = OpenInputFile(run);
   if (reason == 0) {
     reason = run.Keep(
-        run.Outputs->Open({.MayAsk = run.Screen.StdinIsTerminal, .OnlyCheck = Counting(run), .Place = run.Place}));
+        run.Outputs.Open({.MayAsk = run.Screen.StdinIsTerminal, .OnlyCheck = Counting(run), .Place = run.Place}));
   }
   goOn = reason == 0 && run.MessageText.empty();
   if (reason == 0 || InterruptSignal() == 0) return reason;
@@ -127,5 +127,5 @@ MQLONG OpenRunFiles(Parameters& run, RunEnd& end, bool& goOn) {
 MQLONG CloseRunFiles(Parameters& run, MQLONG result) {
   EndProgress(run, true);
   run.In->Close();
-  return run.Keep(run.Outputs->changes().Finish({result, run.MessageText}));
+  return run.Keep(run.Outputs.changes().Finish({result, run.MessageText}));
 }

@@ -135,6 +135,8 @@ MQLONG OpenInputQueues(Parameters& run) {
   if ((options & MQOO_INQUIRE) == 0) {
     for (QueueElement& queue : run.Inputs.Elements) queue.BackoutThreshold = 0;
   }
-  if (run.Asked.Display.Summary && !run.Asked.Display.NoQueueStatus) InquireQueueStatus(run, run.Inputs.Elements);
+  if (run.Asked.Display.Summary && !run.Asked.Display.NoQueueStatus) {
+    CommandServer(InputConn(run)).InquireSizes(run.Inputs.Elements);
+  }
   return 0;
 }

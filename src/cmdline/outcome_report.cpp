@@ -34,7 +34,7 @@ void ShowTotals(Parameters& run) {
   if (run.Asked.Display.Count) {
     const WrittenCounts& counted = totals.Written;
     PrintReportLine(run.Screen, {"Counted", 0, false, counted.Msgs, static_cast<std::uint64_t>(counted.Bytes)});
-  } else if (HasOutput(run) && !run.Outputs->IsNull()) {
+  } else if (HasOutput(run) && !run.Outputs.IsNull()) {
     ShowWritten(run, totals);
   }
 }

@@ -24,7 +24,6 @@
 #include "files/output_files.h"
 #include "files/progress.h"
 #include "files/run_files.h"
-#include "generic/generic.h"
 #include "mq/connection.h"
 #include "mq/destinations.h"
 #include "mq/output_queues.h"
@@ -63,19 +62,14 @@ struct Parameters {
   Outcome Done;  // of the transfer that was made last
   ProgressLine Progress{Screen};
   std::optional<Statistics> Summary;
-  GenericState Generic;
-  std::optional<OutputFiles> Outputs;  // always there; renewed for each queue of a generic unload
+  OutputFiles Outputs{Asked.Input, Asked.Output, Asked.Layout, Asked.Limits, Asked.Units, Files, Screen};
 
-  Parameters() { RenewOutputs(); }
-  void RenewOutputs() {
-    Outputs.emplace(Asked.Input, Asked.Output, Asked.Layout, Asked.Limits, Asked.Units, Files, Screen);
-  }
   // What the transfers of the run share.
   RunStations Stations() { return {Screen, QMgrs[Asked.Input.QMgr], QMgrs[Asked.Output.QMgr], *Pause, *Status, Place}; }
 
   // Messages that were put on queues, and those in files.
   WrittenCounts Written() const {
-    WrittenCounts written = Outputs->written();
+    WrittenCounts written = Outputs.written();
     written.Msgs += Done.Put.Msgs;
     written.Bytes += Done.Put.Bytes;
     return written;

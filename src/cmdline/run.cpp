@@ -19,6 +19,7 @@
 #include "engine/file_sources.h"
 #include "engine/put.h"
 #include "engine/transfer.h"
+#include "generic/generic.h"
 #include "logmode/log_source.h"
 #include "platform/interrupt.h"
 #include "platform/system.h"
@@ -117,7 +118,7 @@ bool LooksAtData(Parameters& run) {
 }
 
 void DecideDescriptorOnly(Parameters& run) {
-  const bool dataGoesNowhere = run.Outputs->IsNull() || run.Asked.Display.Summary;
+  const bool dataGoesNowhere = run.Outputs.IsNull() || run.Asked.Display.Summary;
   if (dataGoesNowhere && !run.Asked.Input.AlwaysData && !LooksAtData(run)) run.Gets.DescriptorOnly = true;
 }
 
@@ -135,7 +136,7 @@ std::unique_ptr<Target> MakeTarget(Parameters& run) {
   if (run.TargetQueues) {
     return std::make_unique<QueuesTarget>(run.Asked, *run.TargetQueues, OutputConn(run), *run.Async);
   }
-  return MakeFileTarget(run.Asked, *run.Outputs, *run.Summary, run.StartTime, run.Screen.StdinIsTerminal);
+  return MakeFileTarget(run.Asked, run.Outputs, *run.Summary, run.StartTime, run.Screen.StdinIsTerminal);
 }
 
 // Moves the messages of the run. Returns the reason of a failure with MessageText.
@@ -177,7 +178,8 @@ MQLONG Perform(Parameters& run, RunEnd& end) {
 
   if (run.Asked.Input.Generic || run.Asked.Output.Generic) {
     end.SkipReport = true;
-    return run.Asked.Output.Generic ? GenericUnload(run) : GenericLoad(run);
+    if (!run.Asked.Output.Generic) return GenericLoad(run.Asked, run.Stations(), run.Files, run.Progress).Run();
+    return GenericUnload(run.Asked, run.Stations(), run.Files, run.Progress, run.StartTime).Run();
   }
   return PerformTransfer(run, end);
 }

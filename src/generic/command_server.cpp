@@ -1,13 +1,16 @@
 #include "generic/command_server.h"
 
 #include <algorithm>
-#include <cstring>
+#include <functional>
 #include <new>
+#include <string>
 #include <vector>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
+#include "common/cs.h"
+#include "common/text.h"
 #include "engine/wait_clock.h"
-#include "generic/pcf.h"
+#include "generic/opened_queue.h"
 #include "mq/reasons.h"
 #include "platform/interrupt.h"
 
@@ -21,33 +24,45 @@ constexpr MQLONG kReplyWait = 10000;      // milliseconds
 constexpr std::size_t kReplyRoom = 4596;  // bytes; grows for a longer reply
 constexpr MQLONG kStatusLevel = 915;      // first command level that tells queue file sizes
 
+MQOD ModelQueue() {
+  MQOD object = QueueObject(kModelQueue);
+  FillField(object.DynamicQName, sizeof object.DynamicQName, "AMQ.*");
+  return object;
+}
+
 // One question to the command server: a request, and its replies on a temporary dynamic queue. That queue, with
 // whatever is left on it, goes with the question.
 class Question {
  public:
-  explicit Question(QMgrConn& conn) : conn_(conn), buffer_(kReplyRoom) {}
-  ~Question() {
-    if (replies_ == MQHO_UNUSABLE_HOBJ) return;
-    CallEnd result;
-    conn_.Api.MQCLOSE(conn_.Hconn, &replies_, MQCO_NONE, &result.CompCode, &result.Reason);
-  }
-  Question(const Question&) = delete;
-  Question& operator=(const Question&) = delete;
+  enum class Step { Open, Put, Get };
+  // Told how each step ended, with the name of its queue.
+  using Tell = std::function<void(Step step, std::string_view queue, const CallEnd& end)>;
+  // Takes a reply. False when no further one is wanted.
+  using Take = std::function<bool(PcfReply& reply)>;
 
-  CallEnd OpenReplyQueue() {
-    MQOD object;
-    FillField(object.ObjectName, sizeof object.ObjectName, kModelQueue);
-    FillField(object.DynamicQName, sizeof object.DynamicQName, "AMQ.*");
-    CallEnd result;
-    conn_.Api.MQOPEN(conn_.Hconn, &object, MQOO_INPUT_SHARED | MQOO_FAIL_IF_QUIESCING, &replies_, &result.CompCode,
-                     &result.Reason);
-    if (!result.failed()) replyQueue_.Assign(NameInField(object.ObjectName, sizeof object.ObjectName));
-    return result;
-  }
-  std::string_view replyQueue() const { return replyQueue_.view(); }
+  explicit Question(QMgrConn& conn) : conn_(conn), replies_(conn, model_, MQOO_INPUT_SHARED), buffer_(kReplyRoom) {}
 
-  // Puts the request on the command queue, by MQPUT1 when no handle of that queue is given.
-  CallEnd Ask(const PcfRequest& request, MQHOBJ commandQueue = MQHO_UNUSABLE_HOBJ) {
+  // Puts the request, by MQPUT1 when no handle of the command queue is given, and takes its replies up to the last one.
+  // False when a step failed.
+  bool Ask(const PcfRequest& request, const Tell& tell, const Take& take, MQHOBJ commandQueue = MQHO_UNUSABLE_HOBJ) {
+    tell(Step::Open, kModelQueue, replies_.end());
+    if (replies_.end().failed()) return false;
+    const CallEnd put = Put(request, commandQueue);
+    tell(Step::Put, kCommandQueue, put);
+    if (put.failed()) return false;
+    for (;;) {
+      const CallEnd got = GetReply();
+      tell(Step::Get, replyQueue(), got);
+      if (got.failed()) return false;
+      PcfReply reply(buffer_.data(), length_);
+      if (!take(reply) || reply.header().Control == MQCFC_LAST) return true;
+    }
+  }
+
+ private:
+  std::string_view replyQueue() const { return NameInField(model_.ObjectName, sizeof model_.ObjectName); }
+
+  CallEnd Put(const PcfRequest& request, MQHOBJ commandQueue) {
     MQMD descriptor;
     descriptor.MsgType = MQMT_REQUEST;
     descriptor.Encoding = MQENC_NATIVE;
@@ -56,8 +71,7 @@ class Question {
     FillField(descriptor.ReplyToQ, sizeof descriptor.ReplyToQ, replyQueue());
     MQPMO options;
     options.Options = MQPMO_NO_SYNCPOINT | MQPMO_FAIL_IF_QUIESCING;
-    MQOD object;
-    FillField(object.ObjectName, sizeof object.ObjectName, kCommandQueue);
+    MQOD object = QueueObject(kCommandQueue);
     CallEnd result;
     if (commandQueue == MQHO_UNUSABLE_HOBJ) {
       conn_.Api.MQPUT1(conn_.Hconn, &object, &descriptor, &options, request.size(), request.data(), &result.CompCode,
@@ -79,8 +93,8 @@ class Question {
       options.Options = MQGMO_WAIT | MQGMO_NO_SYNCPOINT | MQGMO_FAIL_IF_QUIESCING | MQGMO_CONVERT;
       options.WaitInterval = kLongestWait;
       MQLONG bytes = 0;
-      conn_.Api.MQGET(conn_.Hconn, replies_, &descriptor, &options, static_cast<MQLONG>(buffer_.size()), buffer_.data(),
-                      &bytes, &result.CompCode, &result.Reason);
+      conn_.Api.MQGET(conn_.Hconn, replies_.hobj(), &descriptor, &options, static_cast<MQLONG>(buffer_.size()),
+                      buffer_.data(), &bytes, &result.CompCode, &result.Reason);
       const auto wanted = static_cast<std::size_t>(std::max(bytes, 0));
       if (result.Reason == MQRC_TRUNCATED_MSG_FAILED && wanted > buffer_.size()) {
         buffer_.resize(wanted);
@@ -94,25 +108,21 @@ class Question {
       return result;
     }
   }
-  // The reply that was got last.
-  PcfReply reply() const { return PcfReply(buffer_.data(), length_); }
 
- private:
   QMgrConn& conn_;
-  MQHOBJ replies_ = MQHO_UNUSABLE_HOBJ;
-  Text<48> replyQueue_;
+  MQOD model_ = ModelQueue();
+  OpenedQueue replies_;
   std::vector<MQBYTE, CSAllocator<MQBYTE>> buffer_;
-  std::size_t length_ = 0;
+  std::size_t length_ = 0;  // of the reply that was got last
 };
 
 // The name that the command server is asked for: one '*' at the end stands for everything from the first wildcard on.
 // The server counts case, so a pattern in lower case, which also matches names in upper case, asks for all names.
-std::string GenericName(const Parameters& run) {
-  const auto& inputs = run.Asked.Input.Queues;
-  if (inputs.size() != 1) return "*";
-  std::string name = inputs[0].Queue;
+std::string GenericName(const QueuePatterns& wanted) {
+  if (wanted.Names.size() != 1) return "*";
+  std::string name = wanted.Names[0].Queue;
   const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
-  if (!run.Asked.CaseCounts && std::any_of(name.begin(), name.end(), isLower)) return "*";
+  if (!wanted.CaseCounts && std::any_of(name.begin(), name.end(), isLower)) return "*";
   for (const char wildcard : {'*', '?'}) {
     const std::size_t at = name.find(wildcard);
     if (at != std::string::npos) name = name.substr(0, at) + '*';
@@ -120,27 +130,41 @@ std::string GenericName(const Parameters& run) {
   return name;
 }
 
-PcfRequest QueryRequest(const Parameters& run, const QMgrConn& conn) {
+PcfRequest QueryRequest(const QueuePatterns& wanted, MQLONG platform) {
   MQCFH header;
   header.Type = MQCFT_COMMAND;
   header.Version = MQCFH_VERSION_2;
   header.Command = MQCMD_INQUIRE_Q;
-  if (conn.Platform == MQPL_ZOS) {
+  if (platform == MQPL_ZOS) {
     header.Type = MQCFT_COMMAND_XR;
     header.Version = MQCFH_VERSION_3;
   }
   PcfRequest request(header);
-  request.AddString(MQCA_Q_NAME, GenericName(run));
+  request.AddString(MQCA_Q_NAME, GenericName(wanted));
   request.AddInteger(MQIA_Q_TYPE, MQQT_LOCAL);
   request.AddIntegerList(MQIACF_Q_ATTRS, {MQCA_Q_NAME, MQIA_Q_TYPE, MQIA_CURRENT_Q_DEPTH, MQIA_DEFINITION_TYPE});
   return request;
 }
 
-MQLONG ReportUnreadable(Parameters& run) {
-  run.Screen.Print("Failed to parse command server response. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
-                   ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
-  return MQRC_STORAGE_NOT_AVAILABLE;
+// Tells that something failed, and why. Returns the reason.
+MQLONG Fail(Console& screen, const char* what, MQLONG reason) {
+  screen.Print("%s RC(%d) %s\n", what, reason, ReasonText(reason));
+  return reason;
 }
+
+MQLONG Unreadable(Console& screen) {
+  return Fail(screen, "Failed to parse command server response.", MQRC_STORAGE_NOT_AVAILABLE);
+}
+
+MQLONG NoBuffer(Console& screen) {
+  return Fail(screen, "Failed to allocate command buffer.", MQRC_STORAGE_NOT_AVAILABLE);
+}
+
+MQLONG CanNotOpen(Console& screen, const std::string& queue, MQLONG reason) {
+  return Fail(screen, ("Can not open " + queue + ".").c_str(), reason);
+}
+
+void TellNoResponse(Console& screen) { screen.PrintText("No response from command server.\n"); }
 
 // A reply comes from outside, and file names are made of it.
 bool IsQueueName(std::string_view name) {
@@ -150,79 +174,28 @@ bool IsQueueName(std::string_view name) {
   });
 }
 
-// Adds the queue that a reply tells of, when it is one that the unload wants.
-MQLONG TakeQueueReply(Parameters& run, PcfReply& reply) {
-  std::string_view name;
-  MQLONG type = 0;
-  MQLONG depth = -1;
-  MQLONG definition = 0;
+// What a reply tells of a queue.
+struct ToldQueue {
+  std::string_view Name;
+  MQLONG Type = 0;
+  MQLONG Depth = -1;
+  MQLONG Definition = 0;
+
+  bool IsLocal() const { return !Name.empty() && Type == MQQT_LOCAL; }
+};
+
+ToldQueue ReadQueue(PcfReply& reply) {
+  ToldQueue told;
   for (PcfParameter parameter; reply.Next(parameter);) {
     if (parameter.Type == MQCFT_STRING && parameter.Parameter == MQCA_Q_NAME) {
-      name = NameInField(parameter.String.data(), std::min<std::size_t>(parameter.String.size(), kNameLength));
+      told.Name = NameInField(parameter.String.data(), std::min<std::size_t>(parameter.String.size(), kNameLength));
     }
     if (parameter.Type != MQCFT_INTEGER) continue;
-    if (parameter.Parameter == MQIA_Q_TYPE) type = parameter.Integer;
-    if (parameter.Parameter == MQIA_CURRENT_Q_DEPTH) depth = parameter.Integer;
-    if (parameter.Parameter == MQIA_DEFINITION_TYPE) definition = parameter.Integer;
+    if (parameter.Parameter == MQIA_Q_TYPE) told.Type = parameter.Integer;
+    if (parameter.Parameter == MQIA_CURRENT_Q_DEPTH) told.Depth = parameter.Integer;
+    if (parameter.Parameter == MQIA_DEFINITION_TYPE) told.Definition = parameter.Integer;
   }
-  const bool cut = !name.empty() && type == MQQT_LOCAL && depth < 0;
-  if (reply.malformed() || cut || !IsQueueName(name)) return ReportUnreadable(run);
-  if (name.empty() || type != MQQT_LOCAL || definition == MQQDT_TEMPORARY_DYNAMIC || depth == 0) return 0;
-  const auto& patterns = run.Asked.Input.Queues;
-  const bool wanted = std::any_of(patterns.begin(), patterns.end(),
-                                  [&](const QueueName& pattern) { return MatchesPattern(run, name, pattern.Queue); });
-  if (!wanted || name == kCommandQueue || name == kMainframeCommandQueue) return 0;
-  // A queue that is told of twice is unloaded once: a second file would double its messages in a later load.
-  if (run.Generic.Queues.HasQueue(name)) return 0;
-  GenericQueueEntry entry;
-  entry.QueueName = name;
-  entry.Depth = depth;
-  return run.Generic.Queues.Add(std::move(entry));
-}
-
-MQLONG TakeReply(Parameters& run, PcfReply& reply) {
-  if (!reply.usable()) return ReportUnreadable(run);
-  if (reply.header().Command != MQCMD_INQUIRE_Q) {
-    run.Screen.Print("Wrong command server response. CMD(%d)\n", reply.header().Command);
-    return MQRCCF_COMMAND_REPLY_ERROR;
-  }
-  if (reply.header().Reason != MQRC_NONE) {
-    run.Screen.Print("Command Server Response failure. RC(%d) %s\n", reply.header().Reason,
-                     ReasonText(reply.header().Reason));
-    return reply.header().Reason;
-  }
-  return TakeQueueReply(run, reply);
-}
-
-MQLONG CanNotOpen(Parameters& run, const char* queue, const CallEnd& result) {
-  run.Screen.Print("Can not open %s. RC(%d) %s\n", queue, result.Reason, ReasonText(result.Reason));
-  return result.Reason;
-}
-
-MQLONG NoReply(Parameters& run, const CallEnd& result) {
-  if (InterruptSignal() != 0) return 0;
-  if (result.Reason == MQRC_NO_MSG_AVAILABLE) {
-    run.Screen.PrintText("No response from command server.\n");
-  } else {
-    run.Screen.Print("MQGET failed for 'Query Queue' command. RC(%d) %s\n", result.Reason, ReasonText(result.Reason));
-  }
-  return result.Reason;
-}
-
-// A reply that failed, whichever it is, may stand for a queue: the question has no answer then.
-MQLONG AskForQueues(Parameters& run, QMgrConn& conn, MQHOBJ commandQueue) {
-  Question question(conn);
-  if (const CallEnd opened = question.OpenReplyQueue(); opened.failed()) return CanNotOpen(run, kModelQueue, opened);
-  if (const CallEnd put = question.Ask(QueryRequest(run, conn), commandQueue); put.failed()) {
-    run.Screen.Print("Failed to MQPUT 'Query Queue' command. RC(%d) %s\n", put.Reason, ReasonText(put.Reason));
-    return put.Reason;
-  }
-  for (;;) {
-    if (const CallEnd got = question.GetReply(); got.failed()) return NoReply(run, got);
-    PcfReply reply = question.reply();
-    const MQLONG reason = TakeReply(run, reply);
-    if (reason != 0 || reply.header().Control == MQCFC_LAST) return reason;
-  }
+  return told;
 }
 
 PcfRequest StatusRequest(const QueueElement& queue) {
@@ -237,71 +210,97 @@ PcfRequest StatusRequest(const QueueElement& queue) {
   return request;
 }
 
+}  // namespace
+
+// Adds the queue that a reply tells of, when it is one that is wanted.
+MQLONG CommandServer::TakeQueues(PcfReply& reply, const QueuePatterns& wanted, GenericQueueList& queues) {
+  Console& screen = conn_.screen();
+  if (!reply.usable()) return Unreadable(screen);
+  if (reply.header().Command != MQCMD_INQUIRE_Q) {
+    screen.Print("Wrong command server response. CMD(%d)\n", reply.header().Command);
+    return MQRCCF_COMMAND_REPLY_ERROR;
+  }
+  if (reply.header().Reason != MQRC_NONE) {
+    return Fail(screen, "Command Server Response failure.", reply.header().Reason);
+  }
+  const ToldQueue told = ReadQueue(reply);
+  const bool cut = told.IsLocal() && told.Depth < 0;
+  if (reply.malformed() || cut || !IsQueueName(told.Name)) return Unreadable(screen);
+  if (!told.IsLocal() || told.Definition == MQQDT_TEMPORARY_DYNAMIC || told.Depth == 0) return 0;
+  if (!wanted.Match(told.Name) || told.Name == kCommandQueue || told.Name == kMainframeCommandQueue) return 0;
+  // A queue that is told of twice is unloaded once: a second file would double its messages in a later load.
+  if (queues.HasQueue(told.Name)) return 0;
+  GenericQueueEntry entry;
+  entry.QueueName = told.Name;
+  entry.Depth = told.Depth;
+  return queues.Add(std::move(entry));
+}
+
+// A reply that failed, whichever it is, may stand for a queue: the question has no answer then.
+MQLONG CommandServer::AskForQueues(MQHOBJ commandQueue, const QueuePatterns& wanted, GenericQueueList& queues) {
+  Console& screen = conn_.screen();
+  MQLONG result = 0;
+  const auto tell = [&](Question::Step step, std::string_view queue, const CallEnd& end) {
+    if (!end.failed()) return;
+    const MQLONG reason = end.Failure();
+    if (step == Question::Step::Open) {
+      result = CanNotOpen(screen, std::string(queue), reason);
+    } else if (step == Question::Step::Put) {
+      result = Fail(screen, "Failed to MQPUT 'Query Queue' command.", reason);
+    } else if (InterruptSignal() == 0) {
+      result = reason;
+      if (reason == MQRC_NO_MSG_AVAILABLE) return TellNoResponse(screen);
+      Fail(screen, "MQGET failed for 'Query Queue' command.", reason);
+    }
+  };
+  const auto take = [&](PcfReply& reply) {
+    result = TakeQueues(reply, wanted, queues);
+    return result == 0;
+  };
+  Question(conn_).Ask(QueryRequest(wanted, conn_.Platform), tell, take, commandQueue);
+  return result;
+}
+
+MQLONG CommandServer::ListQueues(const QueuePatterns& wanted, GenericQueueList& queues) try {
+  const OpenedQueue commandQueue(conn_, QueueObject(kCommandQueue), MQOO_OUTPUT);
+  if (commandQueue.end().failed()) return CanNotOpen(conn_.screen(), kCommandQueue, commandQueue.reason());
+  return AskForQueues(commandQueue.hobj(), wanted, queues);
+} catch (const std::bad_alloc&) {
+  return NoBuffer(conn_.screen());
+}
+
 // Takes the sizes of a reply. False when the reply failed.
-bool TakeSizes(Parameters& run, QMgrConn& conn, PcfReply& reply, QueueElement& queue) {
-  if (!reply.usable()) return ReportUnreadable(run) == 0;
+bool CommandServer::TakeSizes(PcfReply& reply, QueueElement& queue) {
+  if (!reply.usable()) return Unreadable(conn_.screen()) == 0;
   const MQLONG reason = reply.header().Reason;
-  conn.Trace("Inquire Queue Status", queue.QueueName, reason, reason != MQRC_NONE);
+  conn_.Trace("Inquire Queue Status", queue.QueueName, reason, reason != MQRC_NONE);
   if (reason != MQRC_NONE) return false;
   for (PcfParameter parameter; reply.Next(parameter);) {
     if (parameter.Type != MQCFT_INTEGER) continue;
     if (parameter.Parameter == MQIACF_CUR_Q_FILE_SIZE) queue.FileSize = parameter.Integer;
     if (parameter.Parameter == MQIACF_CUR_MAX_FILE_SIZE) queue.MaxFileSize = parameter.Integer;
   }
-  if (reply.malformed()) ReportUnreadable(run);
+  if (reply.malformed()) Unreadable(conn_.screen());
   return true;
 }
 
 // Asks for the sizes of one queue. False when a call failed or nothing was answered: it would be the same with the
 // next.
-bool AskForSizes(Parameters& run, QMgrConn& conn, QueueElement& queue) {
-  const auto failed = [&conn](const char* call, std::string_view object, const CallEnd& result) {
-    conn.Report(call, object, result);
-    return result.failed();
+bool CommandServer::AskForSizes(QueueElement& queue) {
+  const auto tell = [this](Question::Step step, std::string_view object, const CallEnd& end) {
+    constexpr const char* kCalls[] = {"MQOPEN", "MQPUT1", "MQGET"};
+    conn_.Report(kCalls[static_cast<int>(step)], object, end);
+    const bool silent = step == Question::Step::Get && end.failed() && end.Reason == MQRC_NO_MSG_AVAILABLE;
+    if (silent && InterruptSignal() == 0) TellNoResponse(conn_.screen());
   };
-  Question question(conn);
-  if (failed("MQOPEN", kModelQueue, question.OpenReplyQueue())) return false;
-  if (failed("MQPUT1", kCommandQueue, question.Ask(StatusRequest(queue)))) return false;
-  for (;;) {
-    const CallEnd got = question.GetReply();
-    if (failed("MQGET", question.replyQueue(), got)) {
-      if (got.Reason == MQRC_NO_MSG_AVAILABLE && InterruptSignal() == 0) {
-        run.Screen.PrintText("No response from command server.\n");
-      }
-      return false;
-    }
-    PcfReply reply = question.reply();
-    if (!TakeSizes(run, conn, reply, queue) || reply.header().Control == MQCFC_LAST) return true;
-  }
+  return Question(conn_).Ask(StatusRequest(queue), tell, [&](PcfReply& reply) { return TakeSizes(reply, queue); });
 }
 
-}  // namespace
-
-MQLONG QueryQueueNames(Parameters& run) try {
-  QMgrConn& conn = InputConn(run);
-  MQOD object;
-  FillField(object.ObjectName, sizeof object.ObjectName, kCommandQueue);
-  MQHOBJ commandQueue = MQHO_UNUSABLE_HOBJ;
-  CallEnd result;
-  conn.Api.MQOPEN(conn.Hconn, &object, MQOO_OUTPUT | MQOO_FAIL_IF_QUIESCING, &commandQueue, &result.CompCode,
-                  &result.Reason);
-  if (result.failed()) return CanNotOpen(run, kCommandQueue, result);
-  const MQLONG outcome = AskForQueues(run, conn, commandQueue);
-  conn.Api.MQCLOSE(conn.Hconn, &commandQueue, MQCO_NONE, &result.CompCode, &result.Reason);
-  return outcome;
-} catch (const std::bad_alloc&) {
-  run.Screen.Print("Failed to allocate command buffer. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
-                   ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
-  return MQRC_STORAGE_NOT_AVAILABLE;
-}
-
-void InquireQueueStatus(Parameters& run, std::span<QueueElement> queues) try {
-  QMgrConn& conn = InputConn(run);
-  if (conn.Platform == MQPL_ZOS || (conn.CommandLevel != 0 && conn.CommandLevel < kStatusLevel)) return;
+void CommandServer::InquireSizes(std::span<QueueElement> queues) try {
+  if (conn_.Platform == MQPL_ZOS || (conn_.CommandLevel != 0 && conn_.CommandLevel < kStatusLevel)) return;
   for (QueueElement& queue : queues) {
-    if (!AskForSizes(run, conn, queue)) return;
+    if (!AskForSizes(queue)) return;
   }
 } catch (const std::bad_alloc&) {
-  run.Screen.Print("Failed to allocate command buffer. RC(%d) %s\n", MQRC_STORAGE_NOT_AVAILABLE,
-                   ReasonText(MQRC_STORAGE_NOT_AVAILABLE));
+  NoBuffer(conn_.screen());
 }

@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
+#include "common/text.h"
 #include "generic/pcf.h"
 
 namespace {
@@ -82,34 +83,33 @@ class CommandServerTest : public testing::Test {
     FakeServer::FailingCall.clear();
     FakeServer::GetRooms.clear();
     FakeServer::Open = 0;
-    MqApiTable& api = run.QMgrs[0].Api;
+    MqApiTable& api = conn.Api;
     api.MQOPEN = FakeServer::MqOpen;
     api.MQPUT = FakeServer::MqPut;
     api.MQPUT1 = FakeServer::MqPut1;
     api.MQGET = FakeServer::MqGet;
     api.MQCLOSE = FakeServer::MqClose;
-    run.QMgrs[0].QMgrName.Assign("QM1");
-    run.QMgrs[0].CommandLevel = 940;
-    SetPatterns({"*"});
+    conn.QMgrName.Assign("QM1");
+    conn.CommandLevel = 940;
   }
   ~CommandServerTest() override { EXPECT_EQ(FakeServer::Open, 0) << "a handle is left open"; }
 
-  void SetPatterns(const std::vector<std::string>& patterns) {
-    run.Asked.Input.Queues.clear();
-    for (const auto& pattern : patterns) run.Asked.Input.Queues.push_back({"", pattern});
-  }
   // Asks for the queues; what is shown is kept, and the queues that are listed are returned.
   std::string Listed() {
-    run.Generic = {};
+    GenericQueueList queues;
     testing::internal::CaptureStderr();
-    result = QueryQueueNames(run);
+    result = CommandServer(conn).ListQueues({patterns, caseCounts}, queues);
     shown = testing::internal::GetCapturedStderr();
     std::string names;
-    for (const auto& [key, queue] : run.Generic.Queues) names += queue.QueueName + " ";
+    for (const auto& [key, queue] : queues) names += queue.QueueName + " ";
     return names;
   }
 
-  Parameters run;
+  Options asked;
+  Console screen;
+  QMgrConn conn{asked.QMgrs[0], asked.Display, screen};
+  std::vector<QueueName> patterns{{"", "*"}};
+  bool caseCounts = false;
   MQLONG result = 0;
   std::string shown;
 };
@@ -142,19 +142,19 @@ const char* const kUnreadable = "Failed to parse command server response. RC(207
 
 TEST_F(CommandServerTest, AsksForWhatThePatternsMayMatch) {
   const struct {
-    std::vector<std::string> Patterns;
+    std::vector<QueueName> Patterns;
     bool Quoted;
     const char* Asked;
     const char* Listed;
   } cases[] = {
-      {{"*"}, false, "*", "APP12X APP1X RA app1x "},  {{"Q*", "R*"}, false, "*", "RA "},
-      {{"APP?X"}, false, "APP*", "APP1X app1x "},     {{"APP.?.IN*"}, false, "APP.*", ""},
-      {{"app1*"}, false, "*", "APP12X APP1X app1x "}, {{"app1*"}, true, "app1*", "app1x "},
+      {{{"", "*"}}, false, "*", "APP12X APP1X RA app1x "},  {{{"", "Q*"}, {"", "R*"}}, false, "*", "RA "},
+      {{{"", "APP?X"}}, false, "APP*", "APP1X app1x "},     {{{"", "APP.?.IN*"}}, false, "APP.*", ""},
+      {{{"", "app1*"}}, false, "*", "APP12X APP1X app1x "}, {{{"", "app1*"}}, true, "app1*", "app1x "},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.Patterns.front());
-    run.Asked.CaseCounts = c.Quoted;
-    SetPatterns(c.Patterns);
+    SCOPED_TRACE(c.Patterns.front().Queue);
+    patterns = c.Patterns;
+    caseCounts = c.Quoted;
     FakeServer::Replies = {QueueReply("APP1X", 5, kNotLast),
                            QueueReply("app1x" + std::string(43, ' '), 5, kNotLast),
                            QueueReply("APP12X", 5, kNotLast),
@@ -272,12 +272,12 @@ TEST_F(CommandServerTest, TellsTheSizesOfAQueuesFile) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.Name);
-    run.QMgrs[0].CommandLevel = c.Level;
+    conn.CommandLevel = c.Level;
     FakeServer::Replies = {c.Given};
     QueueElement queue;
     queue.QueueName.Assign("Q1");
     testing::internal::CaptureStderr();
-    InquireQueueStatus(run, {&queue, 1});
+    CommandServer(conn).InquireSizes({&queue, 1});
     EXPECT_EQ(testing::internal::GetCapturedStderr(), c.Shown);
     EXPECT_EQ(queue.FileSize, c.Size);
     EXPECT_EQ(queue.MaxFileSize, c.MaxSize);
@@ -287,7 +287,7 @@ TEST_F(CommandServerTest, TellsTheSizesOfAQueuesFile) {
   FakeServer::GetRooms.clear();
   QueueElement several[3];
   testing::internal::CaptureStderr();
-  InquireQueueStatus(run, several);
+  CommandServer(conn).InquireSizes(several);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "MQGET on object 'QM1/AMQ.1234' returned 2033 No message available.\nNo response from command server.\n");
   EXPECT_EQ(FakeServer::GetRooms.size(), 20U);  // one wait of ten seconds, in halves of a second

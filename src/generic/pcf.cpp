@@ -1,10 +1,26 @@
 #include "generic/pcf.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
 constexpr std::size_t kFirstBlock = 4596;  // holds the usual request and reply without growing
+
+constexpr std::size_t kCommon = 3 * sizeof(MQLONG);  // type, length, parameter
+
+// The structures that a reply may hold, with the bytes that each has at least. Of those whose least size is the common
+// part nothing is read: nothing asked for has these types.
+constexpr struct {
+  MQLONG Type;
+  std::size_t LeastSize;
+} kStructures[] = {
+    {MQCFT_INTEGER, sizeof(MQCFIN)}, {MQCFT_STRING, MQCFST_STRUC_LENGTH_FIXED},
+    {MQCFT_GROUP, sizeof(MQCFGR)},   {MQCFT_INTEGER_LIST, kCommon},
+    {MQCFT_STRING_LIST, kCommon},    {MQCFT_BYTE_STRING, kCommon},
+    {MQCFT_INTEGER64, kCommon},
+};
 
 std::size_t RoundUp4(std::size_t n) { return (n + 3) / 4 * 4; }
 
@@ -71,48 +87,48 @@ bool PcfReply::EndMalformed() {
   return false;
 }
 
+std::size_t PcfReply::NextSize() const {
+  const std::size_t rest = bytes_ - at_;
+  if (left_ < 0 || rest < kCommon) return 0;
+  const MQLONG length = LongAt(data_ + at_ + 4);
+  if (length < static_cast<MQLONG>(kCommon) || static_cast<std::size_t>(length) > rest) return 0;
+  return static_cast<std::size_t>(length);
+}
+
+bool PcfReply::Read(const MQBYTE* structure, std::size_t size, PcfParameter& parameter) {
+  if (parameter.Type == MQCFT_INTEGER) parameter.Integer = LongAt(structure + kCommon);
+  if (parameter.Type == MQCFT_GROUP) {
+    const MQLONG inner = LongAt(structure + kCommon);
+    left_ += inner;
+    return inner >= 0;
+  }
+  if (parameter.Type == MQCFT_STRING) {
+    constexpr std::size_t kFixed = MQCFST_STRUC_LENGTH_FIXED;
+    const MQLONG text = LongAt(structure + 16);
+    if (text < 0 || static_cast<std::size_t>(text) > size - kFixed) return false;
+    parameter.String = {reinterpret_cast<const char*>(structure) + kFixed, static_cast<std::size_t>(text)};
+  }
+  return true;
+}
+
 bool PcfReply::Next(PcfParameter& parameter) {
-  constexpr std::size_t kCommon = 3 * sizeof(MQLONG);  // type, length, parameter
   while (usable_ && !malformed_ && left_ != 0) {
-    if (left_ < 0 || bytes_ - at_ < kCommon) return EndMalformed();
-    const MQBYTE* structure = data_ + at_;
-    const MQLONG length = LongAt(structure + 4);
-    if (length < static_cast<MQLONG>(kCommon) || static_cast<std::size_t>(length) > bytes_ - at_) return EndMalformed();
-    const auto room = static_cast<std::size_t>(length);
+    const MQBYTE* const structure = data_ + at_;
+    const std::size_t size = NextSize();
+    if (size == 0) return EndMalformed();
     --left_;
-    at_ += room;
+    at_ += size;
     parameter = PcfParameter{};
     parameter.Type = LongAt(structure);
     parameter.Parameter = LongAt(structure + 8);
-    switch (parameter.Type) {
-      case MQCFT_INTEGER:
-        if (room < sizeof(MQCFIN)) return EndMalformed();
-        parameter.Integer = LongAt(structure + 12);
-        return true;
-      case MQCFT_STRING: {
-        constexpr std::size_t kFixed = MQCFST_STRUC_LENGTH_FIXED;
-        if (room < kFixed) return EndMalformed();
-        const MQLONG text = LongAt(structure + 16);
-        if (text < 0 || static_cast<std::size_t>(text) > room - kFixed) return EndMalformed();
-        parameter.String = {reinterpret_cast<const char*>(structure) + kFixed, static_cast<std::size_t>(text)};
-        return true;
-      }
-      case MQCFT_GROUP: {
-        if (room < sizeof(MQCFGR)) return EndMalformed();
-        const MQLONG inner = LongAt(structure + 12);
-        if (inner < 0) return EndMalformed();
-        left_ += inner;
-        continue;
-      }
-      case MQCFT_INTEGER_LIST:
-      case MQCFT_STRING_LIST:
-      case MQCFT_BYTE_STRING:
-      case MQCFT_INTEGER64:
-        return true;  // nothing asked for has these types
-      default:
-        left_ = 0;
-        return false;
+    const auto* const known = std::find_if(std::begin(kStructures), std::end(kStructures),
+                                           [&](const auto& entry) { return entry.Type == parameter.Type; });
+    if (known == std::end(kStructures)) {
+      left_ = 0;
+      return false;
     }
+    if (size < known->LeastSize || !Read(structure, size, parameter)) return EndMalformed();
+    if (parameter.Type != MQCFT_GROUP) return true;
   }
   return false;
 }

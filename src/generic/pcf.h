@@ -46,6 +46,11 @@ class PcfReply {
 
  private:
   bool EndMalformed();
+  // The bytes of the next structure; 0 when it does not fit.
+  std::size_t NextSize() const;
+  // Takes what a structure of a known type tells. False when it does not fit.
+  bool Read(const MQBYTE* structure, std::size_t size, PcfParameter& parameter);
+
   const MQBYTE* data_;
   std::size_t bytes_;
   std::size_t at_ = 0;

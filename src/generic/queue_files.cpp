@@ -5,7 +5,7 @@
 #include <charconv>
 #include <new>
 
-#include "cmdline/parameters.h"
+#include "common/console.h"
 #include "common/wildcard.h"
 
 namespace {
@@ -62,8 +62,8 @@ bool ReadIndex(std::string_view text, int& index) {
   return error == std::errc() && stop == end && text.front() != '-';
 }
 
-MQLONG Refuse(Parameters& run, const char* text) {
-  run.Screen.PrintText(text);
+MQLONG Refuse(Console& screen, const char* text) {
+  screen.PrintText(text);
   return MQRC_OPTIONS_ERROR;
 }
 
@@ -114,31 +114,33 @@ bool GenericQueueList::HasQueue(std::string_view queueName) const {
   return at != entries_.end() && at->second.QueueName == queueName;
 }
 
-MQLONG ParseGenericFileSpec(Parameters& run, std::string_view text, PathStyle style) {
+MQLONG ParseGenericFileSpec(Console& screen, std::string_view text, QueueFileNames& names, PathStyle style) {
   std::size_t directoryEnd = text.size();
   while (directoryEnd > 0 && !IsSeparator(text[directoryEnd - 1], style)) --directoryEnd;
-  run.Generic.FileNames.Directory = directoryEnd > 0 ? std::string(text.substr(0, directoryEnd)) : std::string(1, '.');
-  if (directoryEnd == 0) run.Generic.FileNames.Directory += Separator(style);
+  names.Directory = directoryEnd > 0 ? std::string(text.substr(0, directoryEnd)) : std::string(1, '.');
+  if (directoryEnd == 0) names.Directory += Separator(style);
   const std::string_view rest = text.substr(directoryEnd);
   if (rest == "*") {
-    run.Generic.FileNames.FileType = ".tvo";
+    names.FileType = ".tvo";
     return 0;
   }
   if (rest.size() < 3 || rest.substr(0, 2) != "*.") {
-    return Refuse(run, "Expected a generic output file specification.\n");
+    return Refuse(screen, "Expected a generic output file specification.\n");
   }
   const std::string_view type = rest.substr(1);
-  if (type.size() >= kFileTypeLimit) return Refuse(run, "Generic file type too long.\n");
-  if (!std::all_of(type.begin() + 1, type.end(), IsLetterOrDigit)) return Refuse(run, "Invalid generic file type.\n");
-  run.Generic.FileNames.FileType = type;
+  if (type.size() >= kFileTypeLimit) return Refuse(screen, "Generic file type too long.\n");
+  if (!std::all_of(type.begin() + 1, type.end(), IsLetterOrDigit)) {
+    return Refuse(screen, "Invalid generic file type.\n");
+  }
+  names.FileType = type;
   return 0;
 }
 
-bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQueueEntry& entry) {
-  const std::string& type = run.Generic.FileNames.FileType;
-  if (!name.ends_with(type)) return false;
-  entry = GenericQueueEntry{};
-  entry.FilePath = run.Generic.FileNames.Directory + std::string(name);
+std::optional<GenericQueueEntry> ParseQueueFileName(const QueueFileNames& names, std::string_view name) {
+  const std::string& type = names.FileType;
+  if (!name.ends_with(type)) return std::nullopt;
+  GenericQueueEntry entry;
+  entry.FilePath = names.Directory + std::string(name);
   name.remove_suffix(type.size());
   const std::size_t mark = name.find(kIndexMark);
   if (mark != std::string_view::npos) {
@@ -156,11 +158,18 @@ bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQue
   if (entry.QueueName.empty()) entry.Fault = "it names no queue";
   if (entry.QueueName.size() > kQueueNameLimit) entry.Fault = "its queue name is longer than 48 characters";
   if (entry.FilePath.size() > kPathLimit) entry.Fault = "its path is longer than 255 characters";
-  return true;
+  return entry;
 }
 
-bool MatchesPattern(const Parameters& run, std::string_view queueName, std::string_view pattern) {
-  return run.Asked.CaseCounts ? WildcardMatch(queueName, pattern) : WildcardMatchNoCase(queueName, pattern);
+QueueFileNames NamesOf(QueueFileNames names, const GenericQueueEntry& queue) {
+  names.BaseName = queue.BaseName;
+  return names;
+}
+
+bool QueuePatterns::Match(std::string_view queueName) const {
+  const auto matches = CaseCounts ? WildcardMatch : WildcardMatchNoCase;
+  return std::any_of(Names.begin(), Names.end(),
+                     [&](const QueueName& pattern) { return matches(queueName, pattern.Queue); });
 }
 
 bool IsSystemQueue(std::string_view queueName) {

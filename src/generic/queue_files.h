@@ -4,14 +4,18 @@
 // names of queue files ("Q1.tvo", "Q1$2.tvo", "a!b#1.tvo", "NUL~.tvo"; docs/file-format.md tells what the marks mean).
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <vector>
 
 #include "common/paths.h"
+#include "files/naming.h"
 #include "mq/mqi.h"
+#include "options/options.h"
 
-struct Parameters;
+class Console;
 
 inline constexpr std::size_t kPathLimit = 255;  // characters of a queue file's path
 
@@ -44,23 +48,31 @@ class GenericQueueList {
   bool HasQueue(std::string_view queueName) const;
 
   bool empty() const { return entries_.empty(); }
-  auto begin() { return entries_.begin(); }
-  auto end() { return entries_.end(); }
+  auto begin() const { return entries_.begin(); }
+  auto end() const { return entries_.end(); }
 
  private:
   std::multimap<Key, GenericQueueEntry> entries_;
 };
 
-// Splits "<directory>*[.<type>]" of `text` into the run's directory and file type. Returns 0, or MQRC_OPTIONS_ERROR
-// after printing why.
-MQLONG ParseGenericFileSpec(Parameters& run, std::string_view text, PathStyle style = NativePathStyle());
+// Splits "<directory>*[.<type>]" into directory and file type. Returns 0, or MQRC_OPTIONS_ERROR after printing why.
+MQLONG ParseGenericFileSpec(Console& screen, std::string_view text, QueueFileNames& names,
+                            PathStyle style = NativePathStyle());
 
-// Reads a file name found in the run's directory. False when it has another file type. What cannot belong to a queue
-// has a fault, and the other fields hold what could be read.
-bool ParseQueueFileName(const Parameters& run, std::string_view name, GenericQueueEntry& entry);
+// Reads the name of a file in the directory of `names`. None when it has another file type. What cannot belong to a
+// queue has a fault, and the other fields hold what could be read.
+std::optional<GenericQueueEntry> ParseQueueFileName(const QueueFileNames& names, std::string_view name);
 
-// Whether a queue name matches a pattern given as a queue argument; case counts when any was given in single quotes.
-bool MatchesPattern(const Parameters& run, std::string_view queueName, std::string_view pattern);
+// The names of one queue's files, where all have the directory and the type of `names`.
+QueueFileNames NamesOf(QueueFileNames names, const GenericQueueEntry& queue);
+
+// The queues that a generic run is for: the queue arguments, taken as patterns.
+struct QueuePatterns {
+  const std::vector<QueueName>& Names;
+  bool CaseCounts;  // any was given in single quotes
+
+  bool Match(std::string_view queueName) const;
+};
 
 // SYSTEM queues, except the cluster transmission queue and the dead-letter queue, which hold users' messages.
 bool IsSystemQueue(std::string_view queueName);
