@@ -1,11 +1,9 @@
 // Command lines: an argument a line, and behind an empty line the content of a file "list" that they may name.
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "cmdline/options.h"
-#include "cmdline/parameters.h"
 #include "cmdline/validate.h"
 #include "fuzz.h"
 
@@ -29,11 +27,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const std::size_t start : starts) argv.push_back(words.data() + start);
   argv.push_back(nullptr);
 
-  const auto run = std::make_unique<Parameters>();
-  run->Screen.PageLength = 1000;
-  run->StartTime = 1'600'000'000;
-  const ParseOutcome outcome = ParseOptions(*run, static_cast<int>(starts.size()), argv.data());
+  Console screen;
+  screen.PageLength = 1000;
+  CommandLine line{screen, 1'600'000'000};
+  const ParseOutcome outcome = ParseOptions(line, static_cast<int>(starts.size()), argv.data());
   Require(outcome.GoOn || outcome.ExitCode == 0 || outcome.ExitCode == MQRC_OPTIONS_ERROR);
-  if (outcome.GoOn) ValidateOptions(*run);
+  if (outcome.GoOn) ValidateOptions(line);
   return 0;
 }

@@ -6,7 +6,7 @@ set -euo pipefail
 . "$(dirname "$0")/progress.sh"
 
 build="g++ cmake ninja-build libsqlite3-dev sqlite3"
-test="$build libgtest-dev clang-format python3 libfaketime tzdata"
+test="$build libgtest-dev clang-format clang-tidy python3 libfaketime tzdata"
 bench="$test xxd"
 fuzz="$build clang libclang-rt-dev"
 windows="$build googletest g++-mingw-w64-x86-64-posix wine64"

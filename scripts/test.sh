@@ -10,7 +10,7 @@ cd "$(dirname "$0")/.."
 # What takes too long for every day is in the nightly list only.
 declare -A about=(
   [release]="10 minutes: the programs as they are shipped, all tests, the quick ones in two more time zones"
-  [style]="10 seconds: the sources against .clang-format, the includes against the order of the rooms"
+  [style]="2 minutes: the sources against .clang-format and .clang-tidy, the includes against the order of the rooms"
   [asan]="10 minutes: all tests with the address and undefined-behaviour sanitizers"
   [windows]="15 minutes: the Windows programs and their tests under Wine"
   [fuzz]="7 minutes: every fuzz target for a minute"
@@ -34,6 +34,9 @@ part_style() {
     echo "Declare pointers to members as Member<Record, Value> (common/member.h)."
     return 1
   fi
+  configure release -DTARVO_TESTS=ON
+  git ls-files 'src/*.cpp' | grep -vE '_test\.cpp$|/win32/' |
+    xargs -P"$(nproc)" -n4 clang-tidy -p build/release --quiet 2>build/tidy.log || { tail -n 20 build/tidy.log; return 1; }
 }
 
 part_release() {
@@ -61,13 +64,14 @@ part_windows() { scripts/windows.sh; }
 
 part_fuzz() { scripts/fuzz.sh 60; }
 
-# Only what has threads: the consumer of several queues, the common lock.
+# Only what has threads: the consumer of several queues, transfers side by side, the common lock.
 part_tsan() {
   step "Building, about 4 minutes"
   configure tsan -DTARVO_TESTS=ON
-  build tsan --target tarvo localmq mqm_r faultmq test_common whole_program_tests
+  build tsan --target tarvo localmq mqm_r faultmq test_common test_engine whole_program_tests
   step "Testing, about a minute"
   build/tsan/bin/test_common --gtest_filter='*Lock*' --gtest_brief=1
+  build/tsan/bin/test_engine --gtest_filter='Transfers*' --gtest_brief=1
   build/tsan/bin/whole_program_tests --gtest_filter='SeveralInputs*' --gtest_brief=1
 }
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "cmdline/command_line.h"
 #include "cmdline/options.h"
-#include "cmdline/parameters.h"
 
 // The start of every run here: Wednesday, 1 January 2025, 12:00:00 UTC.
 inline constexpr std::int64_t kStart = 1735732800;
@@ -28,24 +28,26 @@ Written CaptureOf(Function function) {
   return {testing::internal::GetCapturedStderr(), testing::internal::GetCapturedStdout()};
 }
 
-inline std::unique_ptr<Parameters> FreshRun() {
-  auto run = std::make_unique<Parameters>();
-  run->StartTime = kStart;
-  run->NowCentis = kStart * 100;
-  run->Screen.PageLength = 500;
-  run->Screen.BannerShown = true;
-  return run;
-}
+// A command line that has not been read yet, with the console of its run.
+struct FreshLine {
+  Console Screen;
+  CommandLine Line{Screen, kStart, kStart * 100};
+
+  FreshLine() {
+    Screen.PageLength = 500;
+    Screen.BannerShown = true;
+  }
+};
 
 struct Parsed {
-  std::unique_ptr<Parameters> Run = FreshRun();
-  std::vector<char> Arguments;  // one behind the other, as the system lays them out; Run points into these
+  std::unique_ptr<FreshLine> Fresh = std::make_unique<FreshLine>();
+  std::vector<char> Arguments;  // one behind the other, as the system lays them out
   std::vector<char*> Argv;
   ParseOutcome Outcome{};
   std::string Errors;
   std::string Output;
 
-  Parameters* operator->() { return Run.get(); }
+  CommandLine* operator->() { return &Fresh->Line; }
 };
 
 inline Parsed Parse(const std::vector<std::string>& arguments, PathStyle style = NativePathStyle()) {
@@ -60,7 +62,7 @@ inline Parsed Parse(const std::vector<std::string>& arguments, PathStyle style =
   for (const std::size_t start : starts) parsed.Argv.push_back(parsed.Arguments.data() + start);
   const int argc = static_cast<int>(starts.size());
   const Written written =
-      CaptureOf([&] { parsed.Outcome = ParseOptions(*parsed.Run, argc, parsed.Argv.data(), style); });
+      CaptureOf([&] { parsed.Outcome = ParseOptions(parsed.Fresh->Line, argc, parsed.Argv.data(), style); });
   parsed.Errors = written.Errors;
   parsed.Output = written.Output;
   return parsed;

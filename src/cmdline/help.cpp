@@ -4,7 +4,7 @@
 #include <cctype>
 #include <string>
 
-#include "cmdline/parameters.h"
+#include "cmdline/command_line.h"
 #include "common/version.h"
 
 namespace {
@@ -16,29 +16,29 @@ constexpr std::size_t kTopicAnswer = 199;  // characters of a topic
 enum class Pause { None, GoOn, HelpAsked };
 
 // Waits for the user when a page is full; the last rows of a page stay free for the prompt and the answer.
-Pause PauseAtPageEnd(Parameters& run) {
-  if (run.Screen.LinesShown < run.Screen.PageLength - 3) return Pause::None;
-  run.Screen.Print("More <Press Enter>...\n");
+Pause PauseAtPageEnd(Console& screen) {
+  if (screen.LinesShown < screen.PageLength - 3) return Pause::None;
+  screen.Print("More <Press Enter>...\n");
   std::string answer;
-  run.Screen.ReadAnswer(answer, kPauseAnswer);
-  run.Screen.LinesShown = 0;
+  screen.ReadAnswer(answer, kPauseAnswer);
+  screen.LinesShown = 0;
   return answer.find('?') == std::string::npos ? Pause::GoOn : Pause::HelpAsked;
 }
 
 // Returns false when the user asked for help instead of the next line, or has enough.
-bool ShowHelpLine(Parameters& run, const HelpLine& line) {
-  if (PauseAtPageEnd(run) == Pause::HelpAsked || run.Screen.AnswerInterrupted) return false;
-  run.Screen.PrintText(line.Text);
-  ++run.Screen.LinesShown;
+bool ShowHelpLine(Console& screen, const HelpLine& line) {
+  if (PauseAtPageEnd(screen) == Pause::HelpAsked || screen.AnswerInterrupted) return false;
+  screen.PrintText(line.Text);
+  ++screen.LinesShown;
   return true;
 }
 
 // Shows the lines that `wanted` picks by their index, after the banner.
 template <typename Wanted>
-void ShowHelpLines(Parameters& run, Wanted wanted) {
-  ShowBanner(run);
+void ShowHelpLines(Console& screen, Wanted wanted) {
+  ShowBanner(screen);
   for (std::size_t i = 0; i < kHelpLineCount; ++i) {
-    if (wanted(i) && !ShowHelpLine(run, HelpLines[i])) return HelpPrompt(run);
+    if (wanted(i) && !ShowHelpLine(screen, HelpLines[i])) return HelpPrompt(screen);
   }
 }
 
@@ -53,27 +53,27 @@ bool SameOption(std::size_t a, std::size_t b) { return HelpLines[a].Key != 0 && 
 
 }  // namespace
 
-void ShowBanner(Parameters& run) {
-  if (run.Screen.BannerShown || run.Screen.Quiet) return;
-  run.Screen.Print("Queue Load/Unload Utility for IBM MQ\n  Version V%s Build date:%s\n\n", kVersion, __DATE__);
-  run.Screen.LinesShown += 3;
-  run.Screen.BannerShown = true;
+void ShowBanner(Console& screen) {
+  if (screen.BannerShown || screen.Quiet) return;
+  screen.Print("Queue Load/Unload Utility for IBM MQ\n  Version V%s Build date:%s\n\n", kVersion, __DATE__);
+  screen.LinesShown += 3;
+  screen.BannerShown = true;
 }
 
-void ShowShortUsage(Parameters& run) {
-  ShowHelpLines(run, [](std::size_t i) { return i == 0 || !SameOption(i, i - 1); });
+void ShowShortUsage(Console& screen) {
+  ShowHelpLines(screen, [](std::size_t i) { return i == 0 || !SameOption(i, i - 1); });
 }
 
-void ShowFullUsage(Parameters& run) {
-  ShowHelpLines(run, [](std::size_t) { return true; });
+void ShowFullUsage(Console& screen) {
+  ShowHelpLines(screen, [](std::size_t) { return true; });
 }
 
-void ShowOptionHelp(Parameters& run, char letter) {
-  ShowHelpLines(run, [letter](std::size_t i) { return HelpLines[i].Key == letter; });
+void ShowOptionHelp(Console& screen, char letter) {
+  ShowHelpLines(screen, [letter](std::size_t i) { return HelpLines[i].Key == letter; });
 }
 
-void ShowHelpTopic(Parameters& run, std::string_view topic) {
-  ShowBanner(run);
+void ShowHelpTopic(Console& screen, std::string_view topic) {
+  ShowBanner(screen);
   bool found = false;
   for (std::size_t i = 0; i < kHelpLineCount;) {
     if (!ContainsIgnoringCase(HelpLines[i].Text, topic)) {
@@ -84,29 +84,29 @@ void ShowHelpTopic(Parameters& run, std::string_view topic) {
     std::size_t row = i;
     while (row > 0 && SameOption(row - 1, i)) --row;
     do {
-      if (!ShowHelpLine(run, HelpLines[row])) return;
+      if (!ShowHelpLine(screen, HelpLines[row])) return;
       ++row;
     } while (row < kHelpLineCount && SameOption(row, i));
     i = row;
   }
   if (!found) {
-    run.Screen.Print("Options relating to '%.*s' not found\n", static_cast<int>(topic.size()), topic.data());
-    ++run.Screen.LinesShown;
+    screen.Print("Options relating to '%.*s' not found\n", static_cast<int>(topic.size()), topic.data());
+    ++screen.LinesShown;
   }
 }
 
-void HelpPrompt(Parameters& run) {
-  ShowBanner(run);
+void HelpPrompt(Console& screen) {
+  ShowBanner(screen);
   std::string topic;
   for (;;) {
-    const Pause pause = PauseAtPageEnd(run);
-    if (run.Screen.AnswerInterrupted) return;
+    const Pause pause = PauseAtPageEnd(screen);
+    if (screen.AnswerInterrupted) return;
     if (pause != Pause::HelpAsked) {
-      run.Screen.Print("Help - Enter topic:\n");
-      ++run.Screen.LinesShown;
+      screen.Print("Help - Enter topic:\n");
+      ++screen.LinesShown;
     }
-    if (!run.Screen.ReadAnswer(topic, kTopicAnswer) || topic.empty()) return;
-    run.Screen.LinesShown = 0;
-    ShowHelpTopic(run, topic);
+    if (!screen.ReadAnswer(topic, kTopicAnswer) || topic.empty()) return;
+    screen.LinesShown = 0;
+    ShowHelpTopic(screen, topic);
   }
 }

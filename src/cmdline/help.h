@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string_view>
 
-struct Parameters;
+class Console;
 
 struct HelpLine {
   char Key;  // the option letter; 0 for a line that belongs to no option
@@ -17,14 +17,14 @@ inline constexpr std::size_t kHelpLineCount = 135;
 extern const HelpLine HelpLines[kHelpLineCount];
 
 // Program, version and build date; once per run, and not when quiet.
-void ShowBanner(Parameters& run);
+void ShowBanner(Console& screen);
 
 // Each of these shows the banner first. A '?' at a pause ends the listing and leads to the topic prompt.
-void ShowShortUsage(Parameters& run);  // the head line of every option, and the examples
-void ShowFullUsage(Parameters& run);
-void ShowOptionHelp(Parameters& run, char letter);  // every line of one option
+void ShowShortUsage(Console& screen);  // the head line of every option, and the examples
+void ShowFullUsage(Console& screen);
+void ShowOptionHelp(Console& screen, char letter);  // every line of one option
 
 // Shows every option of which some line contains `topic`, whatever its case. A '?' at a pause only ends the listing.
-void ShowHelpTopic(Parameters& run, std::string_view topic);
+void ShowHelpTopic(Console& screen, std::string_view topic);
 // Asks for topics until an empty line or the end of input.
-void HelpPrompt(Parameters& run);
+void HelpPrompt(Console& screen);

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "cmdline/parameters.h"
-#include "cmdline/validate.h"
 #include "generic/command_server.h"
 #include "mq/option_behind.h"
 
@@ -56,7 +55,7 @@ MQLONG OpenInputQueue(Parameters& run, QueueElement& queue, MQLONG& options) {
   QMgrConn& conn = InputConn(run);
   MQOD descriptor;
   FillField(descriptor.ObjectName, sizeof descriptor.ObjectName, queue.QueueName, '\0');
-  if (MayFeedItself(run)) descriptor.Version = MQOD_VERSION_3;
+  if (MayFeedItself(run.Asked, NamesOf(run))) descriptor.Version = MQOD_VERSION_3;
   if (run.Asked.Selection.Selector) {
     descriptor.Version = MQOD_VERSION_4;
     descriptor.SelectionString.VSPtr = const_cast<char*>(run.Asked.Selection.Selector->data());

@@ -1,10 +1,10 @@
 #include "cmdline/option_handlers.h"
 
-#include "cmdline/parameters.h"
+#include "cmdline/command_line.h"
 
 bool RefuseArgument(OptionScan& scan, std::string_view argument) {
-  scan.run.Screen.Print("Invalid -%c parameter '%.*s'\n", scan.Letter, static_cast<int>(argument.size()),
-                        argument.data());
+  scan.Line.Screen.Print("Invalid -%c parameter '%.*s'\n", scan.Letter, static_cast<int>(argument.size()),
+                         argument.data());
   return false;
 }
 
@@ -27,7 +27,7 @@ bool ApplyLetter(Options& asked, std::span<const LetterSetting> table, char lett
 
 bool CheckColon(OptionScan& scan, std::string_view argument) {
   if (argument.size() >= 2 && argument[1] == ':') return true;
-  scan.run.Screen.Print("':' missing as second character in parameter '-%c %.*s'\n", scan.Letter,
-                        static_cast<int>(argument.size()), argument.data());
+  scan.Line.Screen.Print("':' missing as second character in parameter '-%c %.*s'\n", scan.Letter,
+                         static_cast<int>(argument.size()), argument.data());
   return false;
 }

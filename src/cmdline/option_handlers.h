@@ -1,7 +1,7 @@
 #pragma once
 
-// One handler an option: it stores the argument in Parameters. A handler returns false when scanning must stop, after
-// telling the user why. Handlers live in option_handlers_<theme>.cpp.
+// One handler an option: it stores the argument in the command line. A handler returns false when scanning must stop,
+// after telling the user why. Handlers live in option_handlers_<theme>.cpp.
 
 #include <cstdint>
 #include <span>
@@ -14,11 +14,11 @@
 #include "mq/mqi.h"
 #include "options/options.h"
 
-struct Parameters;
+struct CommandLine;
 
 // The scan in progress.
 struct OptionScan {
-  Parameters& run;
+  CommandLine& Line;
   QueueArguments Queues;
   std::vector<Secret> Passwords{};  // those of the command line that are not stored yet, in its order
   char Letter = 0;                  // the option in hand

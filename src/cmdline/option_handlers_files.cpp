@@ -3,9 +3,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "cmdline/command_line.h"
 #include "cmdline/help.h"
 #include "cmdline/option_handlers.h"
-#include "cmdline/parameters.h"
 #include "cmdline/plain_options.h"
 #include "cmdline/value_parsers.h"
 #include "files/naming.h"
@@ -37,85 +37,92 @@ bool StoreWidth(OptionScan& scan, const char* argument, const char*& at) {
   const std::size_t digits = std::strspn(at, "0123456789");
   const std::string_view text(at, digits);
   at += digits;
-  return StoreNumber(scan, argument, text, scan.run.Asked.Layout.DataWidth, 0, kWidestLine);
+  return StoreNumber(scan, argument, text, scan.Line.Asked.Layout.DataWidth, 0, kWidestLine);
+}
+
+// One letter of -d other than w; `at` stands behind it.
+bool TakeDisplayLetter(OptionScan& scan, char letter, const char*& at) {
+  CommandLine& line = scan.Line;
+  if (letter == 'x' && std::strncmp(at, "test", 4) == 0) {
+    at += 4;
+    scan.SelfTest = true;
+    return true;
+  }
+  if (letter == 'x' || !ApplyLetter(line.Asked, kDisplayLetters, letter)) {
+    if (letter == 'x') {
+      line.Screen.PrintText("I did not understand display parameter\n\n");
+    } else {
+      line.Screen.Print("I did not understand your display parameter '%c'\n\n", letter);
+    }
+    ShowOptionHelp(line.Screen, scan.Letter);
+    return false;
+  }
+  if (letter == 's' && *at == '-') {
+    line.Asked.Display.NoQueueStatus = true;
+    ++at;
+  }
+  return true;
 }
 
 }  // namespace
 
 bool HandleFile(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
-  if (!run.Asked.Output.FileName.empty()) {
-    run.Screen.Print("Sorry, you can only specify one input and one output file\n");
+  CommandLine& line = scan.Line;
+  if (!line.Asked.Output.FileName.empty()) {
+    line.Screen.Print("Sorry, you can only specify one input and one output file\n");
     return false;
   }
   if (argument[0] == '\0') {
-    run.Screen.Print("No file was named in parameter '-%c %s'\n", scan.Letter, argument);
+    line.Screen.Print("No file was named in parameter '-%c %s'\n", scan.Letter, argument);
     return false;
   }
   // Cut, two long names would be those of one file.
   if (std::strlen(argument) > kFileNameLimit) {
-    run.Screen.Print("Sorry the file name of parameter '-%c' is limited to %d characters\n", scan.Letter,
-                     static_cast<int>(kFileNameLimit));
+    line.Screen.Print("Sorry the file name of parameter '-%c' is limited to %d characters\n", scan.Letter,
+                      static_cast<int>(kFileNameLimit));
     return false;
   }
-  (run.Asked.Input.HasFile() ? run.Asked.Output.FileName : run.Asked.Input.FileName) = argument;
+  (line.Asked.Input.HasFile() ? line.Asked.Output.FileName : line.Asked.Input.FileName) = argument;
   return true;
 }
 
 bool HandleForcedFile(OptionScan& scan, const char* argument) {
-  scan.run.Asked.Output.Overwrite = true;
+  scan.Line.Asked.Output.Overwrite = true;
   return HandleFile(scan, argument);
 }
 
 bool HandleAccessMode(OptionScan& scan, const char* argument) {
-  scan.run.Asked.Output.AccessMode = argument;
+  scan.Line.Asked.Output.AccessMode = argument;
   return true;
 }
 
-bool HandleFileLimit(OptionScan& scan, const char* argument) { return ParseFileLimit(scan.run, argument); }
+bool HandleFileLimit(OptionScan& scan, const char* argument) { return ParseFileLimit(scan.Line, argument); }
 
 bool HandleNonTarvo(OptionScan& scan, const char* argument) {
-  const PlainOptionResult result = ParsePlainOptions(scan.run.Asked.Plain, scan.run.Screen, scan.Letter, argument);
-  if (result == PlainOptionResult::RefusedWithHelp) ShowOptionHelp(scan.run, scan.Letter);
+  const PlainOptionResult result = ParsePlainOptions(scan.Line.Asked.Plain, scan.Line.Screen, scan.Letter, argument);
+  if (result == PlainOptionResult::RefusedWithHelp) ShowOptionHelp(scan.Line.Screen, scan.Letter);
   return result == PlainOptionResult::Ok;
 }
 
 bool HandleLog(OptionScan& scan, const char* argument) {
-  Options& asked = scan.run.Asked;
+  Options& asked = scan.Line.Asked;
   asked.Log.Given = true;
-  return ParseLogParameter(asked.Log, asked.QMgrs[asked.Input.QMgr].Name, scan.run.Screen, argument);
+  return ParseLogParameter(asked.Log, asked.QMgrs[asked.Input.QMgr].Name, scan.Line.Screen, argument);
 }
 
 bool HandleDisplay(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   const std::string_view letters = argument;
   const auto has = [letters](char letter) { return letters.find(letter) != std::string_view::npos ? 1 : 0; };
   if (has('A') + has('p') + has('t') > 1) {
-    run.Screen.Print("Please enter only one display option, 'A', 'p' or 't'\n");
+    line.Screen.Print("Please enter only one display option, 'A', 'p' or 't'\n");
     return false;
   }
   for (const char* at = argument; *at != '\0';) {
     const char letter = *at++;
-    if (letter == 'w') {
-      if (!StoreWidth(scan, argument, at)) return false;
-    } else if (letter == 'x') {
-      if (std::strncmp(at, "test", 4) != 0) {
-        run.Screen.Print("I did not understand display parameter\n\n");
-        ShowOptionHelp(run, scan.Letter);
-        return false;
-      }
-      at += 4;
-      scan.SelfTest = true;
-    } else if (!ApplyLetter(run.Asked, kDisplayLetters, letter)) {
-      run.Screen.Print("I did not understand your display parameter '%c'\n\n", letter);
-      ShowOptionHelp(run, scan.Letter);
-      return false;
-    } else if (letter == 's' && *at == '-') {
-      run.Asked.Display.NoQueueStatus = true;
-      ++at;
-    }
-    if (letter == 'K') run.Asked.Display.Quiet = true;
-    run.Screen.Quiet = run.Asked.Display.Quiet;
+    if (letter == 'w' ? !StoreWidth(scan, argument, at) : !TakeDisplayLetter(scan, letter, at)) return false;
+    if (letter == 'K') line.Asked.Display.Quiet = true;
+    line.Screen.Quiet = line.Asked.Display.Quiet;
   }
   return true;
 }

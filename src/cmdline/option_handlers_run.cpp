@@ -4,9 +4,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "cmdline/command_line.h"
 #include "cmdline/help.h"
 #include "cmdline/option_handlers.h"
-#include "cmdline/parameters.h"
 #include "cmdline/selection_report.h"
 #include "common/units.h"
 
@@ -19,29 +19,29 @@ constexpr LetterSetting kGeneralLetters[] = {
     {'r', TARVO_SETS(Input.ReadAhead)},
 };
 
-void ShowMachineInformation(Parameters& run) {
-  ShowBanner(run);
+void ShowMachineInformation(CommandLine& line) {
+  ShowBanner(line.Screen);
   PrintOutput("  User Identifier:%s\n  Machine Name   :%s\n\n", UserName(), ComputerName());
 }
 
 // What follows an 'S': one character, or "(...)" with the name of a feature; of one that is never closed, the first
 // letter. Returns where the letters go on.
-const char* ApplyFeature(Parameters& run, const char* at) {
-  run.Asked.Input.AlwaysData = true;
+const char* ApplyFeature(CommandLine& line, const char* at) {
+  line.Asked.Input.AlwaysData = true;
   if (*at == '\0') return at;
   if (*at++ != '(') return at;
   const std::size_t length = std::strcspn(at, ")");
   if (at[length] == '\0') return length == 0 ? at : at + 1;
   if (std::string_view(at, length) == "CFH3") {
     PrintOutput("CFH3 Processing Active\n");
-    run.Asked.Output.RaiseCfhVersion = true;
+    line.Asked.Output.RaiseCfhVersion = true;
   }
   return at + length + 1;
 }
 
 // An interval directly behind a verbose letter; without digits the field keeps its value.
 bool StoreInterval(OptionScan& scan, const char* argument, const char*& at, int& field) {
-  scan.run.Asked.Display.Status = true;
+  scan.Line.Asked.Display.Status = true;
   const std::size_t digits = std::strspn(at, "0123456789");
   if (digits == 0) return true;
   const std::string_view text(at, digits);
@@ -52,17 +52,17 @@ bool StoreInterval(OptionScan& scan, const char* argument, const char*& at, int&
 }  // namespace
 
 bool HandleGeneral(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   for (const char* at = argument; *at != '\0';) {
     const char letter = *at++;
     if (letter == 'S') {
-      at = ApplyFeature(run, at);
+      at = ApplyFeature(line, at);
     } else if (letter == 'i') {
-      ShowMachineInformation(run);
+      ShowMachineInformation(line);
       return false;
-    } else if (!ApplyLetter(run.Asked, kGeneralLetters, letter)) {
-      run.Screen.Print("I did not understand your options parameter '%c'\n\n", letter);
-      ShowOptionHelp(run, scan.Letter);
+    } else if (!ApplyLetter(line.Asked, kGeneralLetters, letter)) {
+      line.Screen.Print("I did not understand your options parameter '%c'\n\n", letter);
+      ShowOptionHelp(line.Screen, scan.Letter);
       return false;
     }
   }
@@ -70,38 +70,38 @@ bool HandleGeneral(OptionScan& scan, const char* argument) {
 }
 
 bool HandleQuiet(OptionScan& scan, const char*) {
-  scan.run.Asked.Display.Quiet = true;
-  scan.run.Screen.Quiet = true;
+  scan.Line.Asked.Display.Quiet = true;
+  scan.Line.Screen.Quiet = true;
   return true;
 }
 
 bool HandleVerbose(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   for (const char* at = argument; *at != '\0';) {
     const char letter = *at++;
     switch (letter) {
       case 'a':
-        run.Asked.Display.TraceCalls = true;
+        line.Asked.Display.TraceCalls = true;
         break;
       case 'd':
-        run.Asked.Display.ShowDestinations = true;
+        line.Asked.Display.ShowDestinations = true;
         break;
       case 'r':
-        run.Asked.Display.RateDetails = true;
+        line.Asked.Display.RateDetails = true;
         break;
       case 's':
-        if (!StoreInterval(scan, argument, at, run.Asked.Display.StatusEveryMsgs)) return false;
+        if (!StoreInterval(scan, argument, at, line.Asked.Display.StatusEveryMsgs)) return false;
         break;
       case 't':
-        if (!StoreInterval(scan, argument, at, run.Asked.Display.StatusEverySecs)) return false;
+        if (!StoreInterval(scan, argument, at, line.Asked.Display.StatusEverySecs)) return false;
         break;
       case '!':
-        run.Screen.Print("sizeof(MQLONG) '%d'\nsizeof(char *) '%d'\n", static_cast<int>(sizeof(MQLONG)),
-                         static_cast<int>(sizeof(char*)));
+        line.Screen.Print("sizeof(MQLONG) '%d'\nsizeof(char *) '%d'\n", static_cast<int>(sizeof(MQLONG)),
+                          static_cast<int>(sizeof(char*)));
         break;
       default:
-        run.Screen.Print("Unrecognised verbose option '%c'\n", letter);
-        ShowOptionHelp(run, scan.Letter);
+        line.Screen.Print("Unrecognised verbose option '%c'\n", letter);
+        ShowOptionHelp(line.Screen, scan.Letter);
         return false;
     }
   }
@@ -109,17 +109,17 @@ bool HandleVerbose(OptionScan& scan, const char* argument) {
 }
 
 bool HandleDebug(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   const auto has = [argument](char letter) { return std::strchr(argument, letter) != nullptr; };
-  if (has('m')) run.Asked.Display.TraceMemory = true;
-  if (has('t')) run.Asked.Display.TraceTimes = true;
-  if (has('v')) run.Asked.Display.WordSize = true;
+  if (has('m')) line.Asked.Display.TraceMemory = true;
+  if (has('t')) line.Asked.Display.TraceTimes = true;
+  if (has('v')) line.Asked.Display.WordSize = true;
   if (has('T')) {
-    const std::int64_t now = run.StartTime;
-    run.Screen.Print("Current Time:%" PRId64 "\n", now);
-    run.Screen.Print("Local Time  :%s\n", LocalTimeText(now).c_str());
-    ShowExampleDates(run, "20141225");
-    ShowExampleDates(run, "20150625");
+    const std::int64_t now = line.StartTime;
+    line.Screen.Print("Current Time:%" PRId64 "\n", now);
+    line.Screen.Print("Local Time  :%s\n", LocalTimeText(now).c_str());
+    ShowExampleDates(line.Screen, "20141225");
+    ShowExampleDates(line.Screen, "20150625");
   }
   return true;
 }

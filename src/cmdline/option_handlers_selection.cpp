@@ -4,10 +4,11 @@
 #include <string>
 #include <string_view>
 
+#include "cmdline/command_line.h"
 #include "cmdline/option_handlers.h"
-#include "cmdline/parameters.h"
 #include "cmdline/value_parsers.h"
 #include "common/member.h"
+#include "common/text.h"
 #include "engine/code_pages.h"
 #include "mq/reasons.h"
 
@@ -46,30 +47,30 @@ struct SearchKind {
 bool AddSearchString(OptionScan& scan, const SearchKind& kind, const char* argument) {
   constexpr std::size_t kMostStrings = 3;
   constexpr std::size_t kMostBytes = 99;
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   const std::string_view text = argument;
   const bool isHex = kind.Form == SearchKind::Hex;
-  run.Asked.Selection.Active = true;
+  line.Asked.Selection.Active = true;
 
-  std::vector<std::string>& strings = run.Asked.Selection.*kind.Strings;
+  std::vector<std::string>& strings = line.Asked.Selection.*kind.Strings;
   if (strings.size() == kMostStrings) {
-    run.Screen.Print("Sorry, you can only specify %d %s search strings\n", static_cast<int>(kMostStrings), kind.Name);
+    line.Screen.Print("Sorry, you can only specify %d %s search strings\n", static_cast<int>(kMostStrings), kind.Name);
     return false;
   }
   const std::size_t longest = isHex ? kMostBytes * 2 : kMostBytes;
   if (text.size() > longest) {
-    run.Screen.Print("Sorry the %ssearch string is limited to %d characters\n", kind.LimitedName,
-                     static_cast<int>(longest));
+    line.Screen.Print("Sorry the %ssearch string is limited to %d characters\n", kind.LimitedName,
+                      static_cast<int>(longest));
     return false;
   }
   if (isHex && !IsHex(text)) {
-    run.Screen.Print("Sorry the %shex search string does not appear to be hex\n", kind.NoHexName);
+    line.Screen.Print("Sorry the %shex search string does not appear to be hex\n", kind.NoHexName);
     return false;
   }
   // A criterion without a byte would be met by every message.
   const std::size_t bytes = isHex ? text.size() / 2 : text.size();
   if (bytes == 0) {
-    run.Screen.Print("Sorry the search string must not be empty\n");
+    line.Screen.Print("Sorry the search string must not be empty\n");
     return false;
   }
   std::string& string = strings.emplace_back();
@@ -106,9 +107,9 @@ const IdentifierKind* FindIdentifier(char letter) {
 
 // Reads hex digit pairs into an identifier, zeros behind them. An identifier of zeros is none: it would match every
 // message, so it is refused like a text that is no hex.
-bool ReadHexIdentifier(Parameters& run, std::string_view text, Identifier& identifier) {
+bool ReadHexIdentifier(CommandLine& line, std::string_view text, Identifier& identifier) {
   if (text.size() < 2 || !IsHex(text)) {
-    run.Screen.Print("Sorry the hex identifier does not appear to be hex\n");
+    line.Screen.Print("Sorry the hex identifier does not appear to be hex\n");
     return false;
   }
   bool isNone = true;
@@ -117,7 +118,7 @@ bool ReadHexIdentifier(Parameters& run, std::string_view text, Identifier& ident
     identifier[i] = HexByte(text, i);
     isNone = isNone && identifier[i] == 0;
   }
-  if (isNone) run.Screen.Print("Sorry the hex identifier must not be all zeros\n");
+  if (isNone) line.Screen.Print("Sorry the hex identifier must not be all zeros\n");
   return !isNone;
 }
 
@@ -130,21 +131,25 @@ bool TakePosition(std::string_view& text, int& position) {
   return number.has_value();
 }
 
+// What stands behind the first position of a range: "..", "..y" or "#n". False when it is something else.
+bool ReadRangeEnd(std::string_view text, int start, std::int64_t& last) {
+  const bool counted = text.front() == '#';
+  if (!counted && !text.starts_with("..")) return false;
+  text.remove_prefix(counted ? 1 : 2);
+  int number = 0;
+  if (!TakePosition(text, number) || !text.empty() || (counted && number == 0)) return false;
+  last = counted && start != 0 ? std::int64_t{start} + number - 1 : number;
+  return last <= kMostInteger;
+}
+
 // "x", "x..", "x..y", "..y", "x#n" or "#n" into bounds, 0 for an open one. A range that is open on both sides is none.
 bool ReadRange(std::string_view text, int& start, int& end) {
   start = end = 0;
   if (!TakePosition(text, start)) return false;
   std::int64_t last = start;
-  if (!text.empty()) {
-    const bool counted = text.front() == '#';
-    if (!counted && !text.starts_with("..")) return false;
-    text.remove_prefix(counted ? 1 : 2);
-    int number = 0;
-    if (!TakePosition(text, number) || !text.empty() || (counted && number == 0)) return false;
-    last = counted && start != 0 ? std::int64_t{start} + number - 1 : number;
-  }
+  if (!text.empty() && !ReadRangeEnd(text, start, last)) return false;
   end = static_cast<int>(last);
-  return last <= kMostInteger && (start != 0 || end != 0);
+  return start != 0 || end != 0;
 }
 
 }  // namespace
@@ -159,42 +164,42 @@ bool HandleHexSearch(OptionScan& scan, const char* argument) { return AddSearchS
 bool HandleHexNotSearch(OptionScan& scan, const char* argument) { return AddSearchString(scan, kHexNot, argument); }
 
 bool HandleIdentifier(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   const bool isHex = argument[0] == 'x';
   const char letter = isHex ? argument[1] : argument[0];
   const IdentifierKind* kind = FindIdentifier(letter);
   if (kind == nullptr) {
     if (isHex) {
-      run.Screen.Print("Unrecognised 'g' flag '%c', please specify 'm','c' or 'g'\n", letter);
+      line.Screen.Print("Unrecognised 'g' flag '%c', please specify 'm','c' or 'g'\n", letter);
     } else {
-      run.Screen.Print("Unrecognised 'g' flag '%c', please specify 'm',c','g' or 'x'\n", letter);
+      line.Screen.Print("Unrecognised 'g' flag '%c', please specify 'm',c','g' or 'x'\n", letter);
     }
     return false;
   }
   const std::string_view value = argument + (isHex ? 2 : 1);
-  Identifier& identifier = (run.Asked.Selection.*kind->Field).emplace();
+  Identifier& identifier = (line.Asked.Selection.*kind->Field).emplace();
   const std::size_t longest = isHex ? 2 * sizeof identifier : sizeof identifier;
   if (value.size() > longest) {
-    run.Screen.Print("Sorry the identifier is limited to %d characters\n", static_cast<int>(longest));
+    line.Screen.Print("Sorry the identifier is limited to %d characters\n", static_cast<int>(longest));
     return false;
   }
-  if (isHex) return ReadHexIdentifier(run, value, identifier);
+  if (isHex) return ReadHexIdentifier(line, value, identifier);
   FillField(reinterpret_cast<char*>(identifier.data()), sizeof identifier, value);
   return true;
 }
 
 bool HandleGetFilter(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   if (!CheckColon(scan, argument)) return false;
   const std::string_view value = argument + 2;
   switch (argument[0]) {
     case 'i':
       if (!value.empty()) return RefuseArgument(scan, argument);
-      run.Asked.Selection.Invert = true;
+      line.Asked.Selection.Invert = true;
       return true;
     case 'r': {
-      std::int32_t& wanted = run.Asked.Selection.DlqReason.emplace();
-      run.Asked.Selection.Active = true;
+      std::int32_t& wanted = line.Asked.Selection.DlqReason.emplace();
+      line.Asked.Selection.Active = true;
       if (const auto reason = ReasonNamed(value)) {
         wanted = *reason;
         return true;
@@ -205,49 +210,49 @@ bool HandleGetFilter(OptionScan& scan, const char* argument) {
       const std::optional<QueueName> masks = SplitNames(scan.Queues, value, "destination");
       if (!masks) return false;
       if (masks->Queue.empty()) return RefuseArgument(scan, argument);
-      run.Asked.Selection.Target = *masks;
-      run.Asked.Selection.Active = true;
+      line.Asked.Selection.Target = *masks;
+      line.Asked.Selection.Active = true;
       return true;
     }
     default:
-      run.Screen.Print("Unrecognised 'G' flag '%c'\n", argument[0]);
+      line.Screen.Print("Unrecognised 'G' flag '%c'\n", argument[0]);
       return false;
   }
 }
 
 bool HandleSelector(OptionScan& scan, const char* argument) {
   if (argument[0] == '\0') return RefuseArgument(scan, argument);
-  scan.run.Asked.Selection.Active = true;
-  scan.run.Asked.Selection.Selector = argument;
+  scan.Line.Asked.Selection.Active = true;
+  scan.Line.Asked.Selection.Selector = argument;
   return true;
 }
 
 bool HandlePriority(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   const std::string_view text = argument;
   const std::size_t comma = text.find(',');
   const std::string_view least = text.substr(0, comma);
   const std::string_view most = comma == std::string_view::npos ? std::string_view() : text.substr(comma + 1);
   if (least.empty() && most.empty()) return RefuseArgument(scan, argument);
-  run.Asked.Selection.Active = true;
-  return (least.empty() || StoreNumber(scan, argument, least, run.Asked.Selection.PriorityAtLeast)) &&
-         (most.empty() || StoreNumber(scan, argument, most, run.Asked.Selection.PriorityAtMost));
+  line.Asked.Selection.Active = true;
+  return (least.empty() || StoreNumber(scan, argument, least, line.Asked.Selection.PriorityAtLeast)) &&
+         (most.empty() || StoreNumber(scan, argument, most, line.Asked.Selection.PriorityAtMost));
 }
 
 bool HandleRange(OptionScan& scan, const char* argument) {
-  Parameters& run = scan.run;
-  run.Asked.Selection.Active = true;
-  if (ReadRange(argument, run.Asked.Selection.RangeStart, run.Asked.Selection.RangeEnd)) return true;
-  run.Screen.Print("Invalid message range parameter '%s'\n", argument);
+  CommandLine& line = scan.Line;
+  line.Asked.Selection.Active = true;
+  if (ReadRange(argument, line.Asked.Selection.RangeStart, line.Asked.Selection.RangeEnd)) return true;
+  line.Screen.Print("Invalid message range parameter '%s'\n", argument);
   return false;
 }
 
 bool HandleTime(OptionScan& scan, const char* argument) {
-  scan.run.Asked.Selection.Active = true;
-  return ParseTimeSelection(scan.run, argument);
+  scan.Line.Asked.Selection.Active = true;
+  return ParseTimeSelection(scan.Line, argument);
 }
 
 bool HandleSize(OptionScan& scan, const char* argument) {
-  scan.run.Asked.Selection.Active = true;
-  return ParseSizeSelection(scan.run, argument);
+  scan.Line.Asked.Selection.Active = true;
+  return ParseSizeSelection(scan.Line, argument);
 }

@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
+#include "cmdline/command_line.h"
 #include "cmdline/help.h"
 #include "cmdline/option_handlers.h"
-#include "cmdline/parameters.h"
 #include "files/format_check.h"
 #include "platform/system.h"
 
@@ -150,20 +150,24 @@ Secret TakePassword(char* argument) {
   return password;
 }
 
+// Takes the passwords out of the options up to the next argument that is none.
+void TakePasswordsOfOptions(Cursor& cursor, std::vector<Secret>& passwords) {
+  char letter = 0;
+  while (cursor.Next(letter)) {
+    char* argument = TakesArgument(letter) ? cursor.Argument() : nullptr;
+    if (letter != kPasswordLetter || argument == nullptr) continue;
+    if (!IsQuestion(argument) && !NamesPasswordFile(argument)) passwords.push_back(TakePassword(argument));
+  }
+}
+
 // Takes the passwords out of the arguments, in their order. Every argument is looked at, also behind one that will be
 // refused: the refusal may stand on the screen for long.
 std::vector<Secret> TakePasswords(int argc, char** argv, PathStyle style) {
   std::vector<Secret> passwords;
   Cursor cursor(argc, argv, style);
-  for (;;) {
-    char letter = 0;
-    while (cursor.Next(letter)) {
-      char* argument = TakesArgument(letter) ? cursor.Argument() : nullptr;
-      if (letter != kPasswordLetter || argument == nullptr) continue;
-      if (!IsQuestion(argument) && !NamesPasswordFile(argument)) passwords.push_back(TakePassword(argument));
-    }
+  for (;; cursor.PassLeftOver()) {
+    TakePasswordsOfOptions(cursor, passwords);
     if (cursor.LeftOver() == nullptr) return passwords;
-    cursor.PassLeftOver();
   }
 }
 
@@ -172,34 +176,34 @@ void EchoArguments(int argc, char** argv) {
   for (int i = 0; i < argc; ++i) PrintOutput("argv[%d] = '%s'\n", i, argv[i]);
 }
 
-bool RefuseLetter(Parameters& run, char letter) {
-  if (letter != kHelpLetter) run.Screen.Print("-%c is not a valid parameter.\n\n", letter);
-  ShowFullUsage(run);
+bool RefuseLetter(CommandLine& line, char letter) {
+  if (letter != kHelpLetter) line.Screen.Print("-%c is not a valid parameter.\n\n", letter);
+  ShowFullUsage(line.Screen);
   return false;
 }
 
 // The interactive help, beginning with `topic` unless it is a question mark.
-bool ShowInteractiveHelp(Parameters& run, const char* topic) {
-  if (!IsQuestion(topic)) ShowHelpTopic(run, topic);
-  HelpPrompt(run);
+bool ShowInteractiveHelp(CommandLine& line, const char* topic) {
+  if (!IsQuestion(topic)) ShowHelpTopic(line.Screen, topic);
+  HelpPrompt(line.Screen);
   return false;
 }
 
 // One option. Returns false when scanning must stop.
 bool ScanOption(OptionScan& scan, Cursor& cursor, char letter) {
-  Parameters& run = scan.run;
+  CommandLine& line = scan.Line;
   const Option* option = FindOption(letter);
   const bool isHelp = letter == kHelpLetter;
-  if (option == nullptr && !isHelp) return RefuseLetter(run, letter);
+  if (option == nullptr && !isHelp) return RefuseLetter(line, letter);
 
   const char* argument = nullptr;
   if (TakesArgument(letter)) {
     argument = cursor.Argument();
-    if (argument == nullptr) return RefuseLetter(run, letter);
-    if (isHelp) return ShowInteractiveHelp(run, argument);
+    if (argument == nullptr) return RefuseLetter(line, letter);
+    if (isHelp) return ShowInteractiveHelp(line, argument);
   }
   if (argument != nullptr ? IsQuestion(argument) : cursor.IsQuestionAboutLetter()) {
-    ShowOptionHelp(run, letter);
+    ShowOptionHelp(line.Screen, letter);
     return false;
   }
   scan.Letter = letter;
@@ -208,21 +212,20 @@ bool ScanOption(OptionScan& scan, Cursor& cursor, char letter) {
 }
 
 void FinishScan(OptionScan& scan) {
-  Parameters& run = scan.run;
-  for (int i = 0; i < 2; ++i) run.QMgrs[i].QMgrName.Assign(run.Asked.QMgrs[i].Name);
-  ShowBanner(run);
-  if (run.Asked.Display.WordSize) run.Screen.Print("%dBit %s\n", 64, "LittleEndian");
+  CommandLine& line = scan.Line;
+  ShowBanner(line.Screen);
+  if (line.Asked.Display.WordSize) line.Screen.Print("%dBit %s\n", 64, "LittleEndian");
   if (scan.SelfTest) RunFileFormatTest();
 }
 
 }  // namespace
 
-ParseOutcome ParseOptions(Parameters& run, int argc, char** argv, PathStyle style) {
-  OptionScan scan{run, {run.Asked, run.Screen}, TakePasswords(argc, argv, style)};
+ParseOutcome ParseOptions(CommandLine& line, int argc, char** argv, PathStyle style) {
+  OptionScan scan{line, {line.Asked, line.Screen}, TakePasswords(argc, argv, style)};
   if (!scan.Passwords.empty()) ShowArguments(argc, argv);
   EchoArguments(argc, argv);
   if (argc <= 1) {
-    ShowShortUsage(run);
+    ShowShortUsage(line.Screen);
     return {false, 0};
   }
   Cursor cursor(argc, argv, style);
@@ -231,8 +234,8 @@ ParseOutcome ParseOptions(Parameters& run, int argc, char** argv, PathStyle styl
     if (!ScanOption(scan, cursor, letter)) return {false, MQRC_OPTIONS_ERROR};
   }
   if (const char* leftOver = cursor.LeftOver()) {
-    run.Screen.Print("Unexpected argument '%s'\n\n", leftOver);
-    ShowShortUsage(run);
+    line.Screen.Print("Unexpected argument '%s'\n\n", leftOver);
+    ShowShortUsage(line.Screen);
     return {false, MQRC_OPTIONS_ERROR};
   }
   FinishScan(scan);

@@ -7,7 +7,7 @@
 #include "common/paths.h"
 #include "mq/mqi.h"
 
-struct Parameters;
+struct CommandLine;
 
 struct ParseOutcome {
   bool GoOn;        // to the validation
@@ -19,4 +19,4 @@ struct ParseOutcome {
 // console are set up already. What is refused has been explained to the user. When scanning completes, the banner has
 // been shown and the format self-test has run if it was asked for. Pointers into `argv` are kept; its strings stand one
 // behind the other in memory, as the system lays them out.
-ParseOutcome ParseOptions(Parameters& run, int argc, char** argv, PathStyle style = NativePathStyle());
+ParseOutcome ParseOptions(CommandLine& line, int argc, char** argv, PathStyle style = NativePathStyle());

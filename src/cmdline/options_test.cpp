@@ -8,7 +8,7 @@ namespace {
 
 struct Accepted {
   std::vector<std::string> Arguments;
-  bool (*Expected)(const Parameters& run);
+  bool (*Expected)(const CommandLine& line);
 };
 
 void ExpectAccepted(const std::vector<Accepted>& cases) {
@@ -17,7 +17,7 @@ void ExpectAccepted(const std::vector<Accepted>& cases) {
     const Parsed parsed = Parse(one.Arguments);
     EXPECT_TRUE(parsed.Outcome.GoOn);
     EXPECT_EQ(parsed.Errors, "");
-    EXPECT_TRUE(one.Expected(*parsed.Run));
+    EXPECT_TRUE(one.Expected(parsed.Fresh->Line));
   }
 }
 
@@ -27,22 +27,23 @@ std::string Bytes(const Identifier& identifier) { return {identifier.begin(), id
 
 TEST(Scanner, FindsLettersAndTheirArguments) {
   ExpectAccepted({
-      {{"-iQ1"}, [](const Parameters& run) { return run.Asked.Input.Queues[0].Queue == "Q1"; }},
-      {{"-i", "Q1"}, [](const Parameters& run) { return run.Asked.Input.Queues[0].Queue == "Q1"; }},
-      {{"-iQ1", "--"}, [](const Parameters& run) { return run.Asked.Input.Queues[0].Queue == "Q1"; }},
-      {{"-m:QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == "QM1"; }},
-      {{"-m", ":QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == "QM1"; }},
-      {{"-m::QM1"}, [](const Parameters& run) { return run.QMgrs[0].QMgrName == ":QM1"; }},
+      {{"-iQ1"}, [](const CommandLine& line) { return line.Asked.Input.Queues[0].Queue == "Q1"; }},
+      {{"-i", "Q1"}, [](const CommandLine& line) { return line.Asked.Input.Queues[0].Queue == "Q1"; }},
+      {{"-iQ1", "--"}, [](const CommandLine& line) { return line.Asked.Input.Queues[0].Queue == "Q1"; }},
+      {{"-m:QM1"}, [](const CommandLine& line) { return line.Asked.QMgrs[0].Name == "QM1"; }},
+      {{"-m", ":QM1"}, [](const CommandLine& line) { return line.Asked.QMgrs[0].Name == "QM1"; }},
+      {{"-m::QM1"}, [](const CommandLine& line) { return line.Asked.QMgrs[0].Name == ":QM1"; }},
       {{"-qp"},
-       [](const Parameters& run) { return run.Asked.Display.Quiet && run.Asked.Input.Purge && run.Screen.Quiet; }},
-      {{"-pq"}, [](const Parameters& run) { return run.Asked.Display.Quiet && run.Asked.Input.Purge; }},
-      {{"-hpiQ1"}, [](const Parameters& run) { return run.Asked.Output.StripHeaders && run.Asked.Input.HasQueues(); }},
-      {{"-t", "-1"}, [](const Parameters& run) { return run.Asked.Units.MessageLimit == -1; }},
+       [](const CommandLine& line) { return line.Asked.Display.Quiet && line.Asked.Input.Purge && line.Screen.Quiet; }},
+      {{"-pq"}, [](const CommandLine& line) { return line.Asked.Display.Quiet && line.Asked.Input.Purge; }},
+      {{"-hpiQ1"},
+       [](const CommandLine& line) { return line.Asked.Output.StripHeaders && line.Asked.Input.HasQueues(); }},
+      {{"-t", "-1"}, [](const CommandLine& line) { return line.Asked.Units.MessageLimit == -1; }},
       {{"-$+", "-oQM+A/B"},
-       [](const Parameters& run) {
-         return run.Asked.Output.Queues[0].QMgr == "QM" && run.Asked.Output.Queues[0].Queue == "A/B";
+       [](const CommandLine& line) {
+         return line.Asked.Output.Queues[0].QMgr == "QM" && line.Asked.Output.Queues[0].Queue == "A/B";
        }},
-      {{"-A:c:1208"}, [](const Parameters& run) { return *run.Asked.Output.Override.CodedCharSetId == 1208; }},
+      {{"-A:c:1208"}, [](const CommandLine& line) { return *line.Asked.Output.Override.CodedCharSetId == 1208; }},
   });
 }
 
@@ -88,9 +89,9 @@ TEST(Scanner, CredentialsBelongToTheLastQueueManager) {
   Parsed parsed = Parse({"-mQM1", "-oQ2", "-uusr", "-U", ":@@first", "-mQM2", "-qUsecond", "-lmqm", "-iQ1"});
   EXPECT_EQ(parsed->Asked.QMgrs[0].UserId, "usr");
   EXPECT_EQ(parsed->Asked.QMgrs[1].Library, "mqm");
-  EXPECT_EQ(parsed->QMgrs[0].Password->view(), "@first");
-  EXPECT_EQ(parsed->QMgrs[1].Password->view(), "second");
-  EXPECT_FALSE(Parse({"-iQ1"})->QMgrs[0].Password.has_value());
+  EXPECT_EQ(parsed->Passwords[0]->view(), "@first");
+  EXPECT_EQ(parsed->Passwords[1]->view(), "second");
+  EXPECT_FALSE(Parse({"-iQ1"})->Passwords[0].has_value());
 }
 
 TEST(Scanner, TakesThePasswordsOutOfTheArguments) {
@@ -118,58 +119,60 @@ TEST(Scanner, TakesThePasswordsOutOfTheArguments) {
 TEST(Options, AreStored) {
   ExpectAccepted({
       {{"-f" + std::string(255, 'x')},
-       [](const Parameters& run) { return run.Asked.Input.FileName == std::string(255, 'x'); }},
+       [](const CommandLine& line) { return line.Asked.Input.FileName == std::string(255, 'x'); }},
       {{"-dAC", "-dMw40T"},
-       [](const Parameters& run) {
-         return run.Asked.Layout.DataWidth == 40 && run.Asked.Layout.AsciiLines && run.Asked.Display.CorrelIds &&
-                run.Asked.Display.MsgIds && run.Asked.Layout.TimeOnQueue;
+       [](const CommandLine& line) {
+         return line.Asked.Layout.DataWidth == 40 && line.Asked.Layout.AsciiLines && line.Asked.Display.CorrelIds &&
+                line.Asked.Display.MsgIds && line.Asked.Layout.TimeOnQueue;
        }},
-      {{"-s" + std::string(99, 'x')}, [](const Parameters& run) { return run.Asked.Selection.Ascii[0].size() == 99; }},
+      {{"-s" + std::string(99, 'x')},
+       [](const CommandLine& line) { return line.Asked.Selection.Ascii[0].size() == 99; }},
       {{"-ea~", "-e\x80"},
-       [](const Parameters& run) {
-         return run.Asked.Selection.Ebcdic[0] == "\x81\xA1" && run.Asked.Selection.Ebcdic[1] == "\x4B";
+       [](const CommandLine& line) {
+         return line.Asked.Selection.Ebcdic[0] == "\x81\xA1" && line.Asked.Selection.Ebcdic[1] == "\x4B";
        }},
       {{"-gg" + std::string(24, 'g')},
-       [](const Parameters& run) { return Bytes(*run.Asked.Selection.GroupId) == std::string(24, 'g'); }},
+       [](const CommandLine& line) { return Bytes(*line.Asked.Selection.GroupId) == std::string(24, 'g'); }},
       {{"-gxg" + std::string(48, '4')},
-       [](const Parameters& run) { return Bytes(*run.Asked.Selection.GroupId) == std::string(24, 'D'); }},
+       [](const CommandLine& line) { return Bytes(*line.Asked.Selection.GroupId) == std::string(24, 'D'); }},
       {{"-gxm4142434445", "-gxm46"},
-       [](const Parameters& run) { return Bytes(*run.Asked.Selection.MsgId) == "F" + std::string(23, '\0'); }},
-      {{"-At:reply"}, [](const Parameters& run) { return *run.Asked.Output.Override.MsgType == MQMT_REPLY; }},
+       [](const CommandLine& line) { return Bytes(*line.Asked.Selection.MsgId) == "F" + std::string(23, '\0'); }},
+      {{"-At:reply"}, [](const CommandLine& line) { return *line.Asked.Output.Override.MsgType == MQMT_REPLY; }},
       {{"-c1208:111"},
-       [](const Parameters& run) {
-         return run.Asked.Input.ConvertCcsid == 1208 && run.Asked.Input.ConvertEncoding == 0x111 &&
-                run.Asked.Input.Convert;
+       [](const CommandLine& line) {
+         return line.Asked.Input.ConvertCcsid == 1208 && line.Asked.Input.ConvertEncoding == 0x111 &&
+                line.Asked.Input.Convert;
        }},
       {{"-c437"},
-       [](const Parameters& run) {
-         return run.Asked.Input.ConvertCcsid == 437 && run.Asked.Input.ConvertEncoding == 546;
+       [](const CommandLine& line) {
+         return line.Asked.Input.ConvertCcsid == 437 && line.Asked.Input.ConvertEncoding == 546;
        }},
-      {{"-Ca", "-Ct"}, [](const Parameters& run) { return run.Asked.Output.Context == PutContext::SetAllTimes; }},
-      {{"-Dr"}, [](const Parameters& run) { return run.Asked.Pace.Delay == 100 && run.Asked.Pace.DelayRelative; }},
-      {{"-Dr50%"}, [](const Parameters& run) { return run.Asked.Pace.Delay == 50; }},
+      {{"-Ca", "-Ct"}, [](const CommandLine& line) { return line.Asked.Output.Context == PutContext::SetAllTimes; }},
+      {{"-Dr"}, [](const CommandLine& line) { return line.Asked.Pace.Delay == 100 && line.Asked.Pace.DelayRelative; }},
+      {{"-Dr50%"}, [](const CommandLine& line) { return line.Asked.Pace.Delay == 50; }},
       {{"-R*:60"},
-       [](const Parameters& run) { return run.Asked.Pace.Rate == -1 && run.Asked.Pace.RateDuration == 60; }},
-      {{"-w-7"}, [](const Parameters& run) { return run.Asked.Input.WaitInterval == -1; }},
-      {{"-b4"}, [](const Parameters& run) { return run.Asked.Input.InitialBufferSize == 4096; }},
+       [](const CommandLine& line) { return line.Asked.Pace.Rate == -1 && line.Asked.Pace.RateDuration == 60; }},
+      {{"-w-7"}, [](const CommandLine& line) { return line.Asked.Input.WaitInterval == -1; }},
+      {{"-b4"}, [](const CommandLine& line) { return line.Asked.Input.InitialBufferSize == 4096; }},
       {{"-OBFIaerT"},
-       [](const Parameters& run) {
-         const InputOptions& in = run.Asked.Input;
-         const OutputOptions& out = run.Asked.Output;
+       [](const CommandLine& line) {
+         const InputOptions& in = line.Asked.Input;
+         const OutputOptions& out = line.Asked.Output;
          return in.NoBackoutQueue && in.NoForcedRfh2 && in.Exclusive && in.ReadAhead && in.AlwaysData &&
                 out.Individually && out.AsyncPut;
        }},
       {{"-OS(cfh3)a"},
-       [](const Parameters& run) { return !run.Asked.Output.RaiseCfhVersion && run.Asked.Output.AsyncPut; }},
-      {{"-OS(ea"}, [](const Parameters& run) { return !run.Asked.Input.Exclusive && run.Asked.Output.AsyncPut; }},
-      {{"-OSae"}, [](const Parameters& run) { return !run.Asked.Output.AsyncPut && run.Asked.Input.Exclusive; }},
-      {{"-OS(CFH3)"}, [](const Parameters& run) { return run.Asked.Output.RaiseCfhVersion; }},
+       [](const CommandLine& line) { return !line.Asked.Output.RaiseCfhVersion && line.Asked.Output.AsyncPut; }},
+      {{"-OS(ea"}, [](const CommandLine& line) { return !line.Asked.Input.Exclusive && line.Asked.Output.AsyncPut; }},
+      {{"-OSae"}, [](const CommandLine& line) { return !line.Asked.Output.AsyncPut && line.Asked.Input.Exclusive; }},
+      {{"-OS(CFH3)"}, [](const CommandLine& line) { return line.Asked.Output.RaiseCfhVersion; }},
       {{"-vs10t"},
-       [](const Parameters& run) {
-         return run.Asked.Display.Status && run.Asked.Display.StatusEveryMsgs == 10 &&
-                run.Asked.Display.StatusEverySecs == 300;
+       [](const CommandLine& line) {
+         return line.Asked.Display.Status && line.Asked.Display.StatusEveryMsgs == 10 &&
+                line.Asked.Display.StatusEverySecs == 300;
        }},
-      {{"-Vmt"}, [](const Parameters& run) { return run.Asked.Display.TraceMemory && run.Asked.Display.TraceTimes; }},
+      {{"-Vmt"},
+       [](const CommandLine& line) { return line.Asked.Display.TraceMemory && line.Asked.Display.TraceTimes; }},
   });
   EXPECT_EQ(Parse({"-Vv"}).Errors, "64Bit LittleEndian\n");
 }

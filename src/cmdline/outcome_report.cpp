@@ -28,7 +28,7 @@ void ShowTotals(Parameters& run) {
   const Totals totals = {run.Done.Read, run.Written()};
   const ReportLine read = ReadLine(run, totals);
   if (run.Asked.Display.Summary) {
-    return ShowSummary(run.Screen, run.Asked.Display, {read, *run.Summary, run.Inputs.Elements});
+    return ShowSummary(run.Screen, run.Asked.Display, {read, run.Summary, run.Inputs.Elements});
   }
   PrintReportLine(run.Screen, read);
   if (run.Asked.Display.Count) {

@@ -1,15 +1,15 @@
 #pragma once
 
-// The one record of a run. It only gathers: the options, and one small struct per station of the road, declared in that
-// station's header. A station changes its own state; what others need of it goes through its functions.
+// The one record of a run, which only the run driver and its neighbours in this room know. It gathers the options and the
+// stations of the road, each of which has its own state and its own header.
 
-#include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "cmdline/command_line.h"
+#include "cmdline/queue_checks.h"
 #include "common/console.h"
 #include "common/result.h"
 #include "common/text.h"
@@ -39,33 +39,39 @@ struct PreliminaryCount {
 };
 
 struct Parameters {
-  Options Asked;
-  Console Screen;
+  // The options are complete and do not change any more.
+  explicit Parameters(CommandLine line)
+      : Asked(std::move(line.Asked)), Screen(line.Screen), StartTime(line.StartTime), StartCentis(line.StartCentis) {
+    for (int i = 0; i < 2; ++i) QMgrs[i].Password = std::move(line.Passwords[i]);
+  }
+
+  const Options Asked;
+  Console& Screen;
+  std::int64_t StartTime;    // seconds since 1970: the instant from which ages are counted
+  std::int64_t StartCentis;  // the same instant in hundredths of a second
   // Index 0 is the first named, index 1 the second.
   QMgrConn QMgrs[2] = {{Asked.QMgrs[0], Asked.Display, Screen}, {Asked.QMgrs[1], Asked.Display, Screen}};
 
   GetMode Gets;        // how messages are taken
   MessagePlace Place;  // of the message in hand
-  std::optional<StatusLines> Status;
-  std::optional<Delay> Pause;
+  StatusLines Status{Asked.Display, Screen, StartTime};
+  Delay Pause{Asked.Pace};
   InputQueues Inputs;
   std::optional<OutputQueues> TargetQueues;
-  std::optional<AsyncPuts> Async;
+  AsyncPuts Async{Asked, QMgrs[Asked.Output.QMgr]};
   RunFiles Files;
   std::unique_ptr<InputFiles> In = std::make_unique<InputFiles>();
-  std::int64_t StartTime = 0;  // seconds since 1970: the instant from which ages are counted
-  std::int64_t NowCentis = 0;  // the same instant in hundredths of a second
   PreliminaryCount Count;
   FailureText MessageText;       // printed once at the end
   std::unique_ptr<Source> From;  // of the messages
   std::unique_ptr<Target> To;
   Outcome Done;  // of the transfer that was made last
   ProgressLine Progress{Screen};
-  std::optional<Statistics> Summary;
+  Statistics Summary{StartCentis};
   OutputFiles Outputs{Asked.Input, Asked.Output, Asked.Layout, Asked.Limits, Asked.Units, Files, Screen};
 
   // What the transfers of the run share.
-  RunStations Stations() { return {Screen, QMgrs[Asked.Input.QMgr], QMgrs[Asked.Output.QMgr], *Pause, *Status, Place}; }
+  RunStations Stations() { return {Screen, QMgrs[Asked.Input.QMgr], QMgrs[Asked.Output.QMgr], Pause, Status, Place}; }
 
   // Messages that were put on queues, and those in files.
   WrittenCounts Written() const {
@@ -86,3 +92,4 @@ struct Parameters {
 // The queue manager of the input queues and the one of the output queues (the same for most runs).
 inline QMgrConn& InputConn(Parameters& run) { return run.QMgrs[run.Asked.Input.QMgr]; }
 inline QMgrConn& OutputConn(Parameters& run) { return run.QMgrs[run.Asked.Output.QMgr]; }
+inline QMgrNames NamesOf(Parameters& run) { return {InputConn(run).QMgrName, OutputConn(run).QMgrName}; }

@@ -37,13 +37,12 @@ void SetUpConsole(Console& screen) {
   screen.StderrIsTerminal = StderrIsTerminal();
 }
 
-void TakeStartTime(Parameters& run) {
+void TakeStartTime(CommandLine& line) {
   using std::chrono::milliseconds;
   const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
   const std::int64_t now = std::chrono::duration_cast<milliseconds>(sinceEpoch).count();
-  run.StartTime = now / 1000;
-  run.NowCentis = now / 10;
-  run.Status.emplace(run.Asked.Display, run.Screen, run.StartTime);
+  line.StartTime = now / 1000;
+  line.StartCentis = now / 10;
 }
 
 MQLONG ConnectQMgrs(Parameters& run) {
@@ -71,8 +70,10 @@ void ShowFileLimits(Parameters& run) {
 
 void ShowWhatWillBeDone(Parameters& run) {
   if (run.Asked.Display.Quiet) return;
-  ShowBanner(run);
-  if (run.Asked.Selection.Active || run.Asked.Selection.HasIdentifier()) ShowSelection(run);
+  ShowBanner(run.Screen);
+  if (run.Asked.Selection.Active || run.Asked.Selection.HasIdentifier()) {
+    ShowSelection(run.Screen, run.Asked, run.StartTime);
+  }
   if (run.Asked.Limits.Active) ShowFileLimits(run);
 }
 
@@ -99,8 +100,7 @@ MQLONG OpenInput(Parameters& run) {
 MQLONG OpenOutput(Parameters& run) {
   const OutputOptions& asked = run.Asked.Output;
   if (run.Asked.Display.ShowDestinations) ShowDestinations(run.Screen, asked.Queues);
-  run.Async.emplace(run.Asked, OutputConn(run));
-  run.TargetQueues.emplace(asked, OutputConn(run), MayFeedItself(run) ? &run.Inputs : nullptr);
+  run.TargetQueues.emplace(asked, OutputConn(run), MayFeedItself(run.Asked, NamesOf(run)) ? &run.Inputs : nullptr);
   const bool adaptiveRate = run.Asked.Pace.Rate == -1;
   return run.TargetQueues->Open(adaptiveRate);
 }
@@ -134,9 +134,9 @@ std::unique_ptr<Source> MakeSource(Parameters& run) {
 
 std::unique_ptr<Target> MakeTarget(Parameters& run) {
   if (run.TargetQueues) {
-    return std::make_unique<QueuesTarget>(run.Asked, *run.TargetQueues, OutputConn(run), *run.Async);
+    return std::make_unique<QueuesTarget>(run.Asked, *run.TargetQueues, OutputConn(run), run.Async);
   }
-  return MakeFileTarget(run.Asked, run.Outputs, *run.Summary, run.StartTime, run.Screen.StdinIsTerminal);
+  return MakeFileTarget(run.Asked, run.Outputs, run.Summary, run.StartTime, run.Screen.StdinIsTerminal);
 }
 
 // Moves the messages of the run. Returns the reason of a failure with MessageText.
@@ -170,11 +170,11 @@ MQLONG PerformTransfer(Parameters& run, RunEnd& end) {
 // The steps from the connection to the transfer. Returns the reason of the first one that fails.
 MQLONG Perform(Parameters& run, RunEnd& end) {
   if (const MQLONG reason = ConnectQMgrs(run); reason != 0) return reason;
-  if (!CheckInputQMgr(run) || !CheckNotOntoItself(run)) return MQRC_OPTIONS_ERROR;
+  const QMgrNames names = NamesOf(run);
+  if (!CheckInputQMgr(run.Asked, names, run.Screen)) return MQRC_OPTIONS_ERROR;
+  if (!CheckNotOntoItself(run.Asked, names, run.Screen)) return MQRC_OPTIONS_ERROR;
   if (InterruptSignal() != 0) return 0;
   ShowWhatWillBeDone(run);
-  run.Summary.emplace(run.NowCentis);
-  run.Pause.emplace(run.Asked.Pace);
 
   if (run.Asked.Input.Generic || run.Asked.Output.Generic) {
     end.SkipReport = true;
@@ -185,30 +185,30 @@ MQLONG Perform(Parameters& run, RunEnd& end) {
 }
 
 // Results that went to standard output have arrived only when their last byte has.
-MQLONG CheckStandardOutput(Parameters& run, MQLONG result) {
+MQLONG CheckStandardOutput(Console& screen, MQLONG result) {
   errno = 0;
   const bool arrived = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
   if (arrived || result != 0) return result;
-  run.Screen.PrintText(WithCause("Error writing to standard output\n", errno));
+  screen.PrintText(WithCause("Error writing to standard output\n", errno));
   return MQRC_FILE_SYSTEM_ERROR;
 }
 
 // What the process ends with; tells that the run was interrupted.
-int EndStatus(Parameters& run, MQLONG reason) {
+int EndStatus(Console& screen, MQLONG reason) {
   if (InterruptSignal() == 0) return ExitStatus(reason);
-  run.Screen.PrintText("Interrupted\n");
+  screen.PrintText("Interrupted\n");
   // A question that an interrupt has answered with no fails whatever depends on it.
-  return reason == 0 || run.Screen.AnswerInterrupted ? InterruptExitStatus() : ExitStatus(reason);
+  return reason == 0 || screen.AnswerInterrupted ? InterruptExitStatus() : ExitStatus(reason);
 }
 
-MQLONG Run(Parameters& run, int argc, char** argv) {
-  SetUpConsole(run.Screen);
-  TakeStartTime(run);
-
-  const ParseOutcome parsed = ParseOptions(run, argc, argv);
+MQLONG Run(Console& screen, int argc, char** argv) {
+  CommandLine line{screen};
+  TakeStartTime(line);
+  const ParseOutcome parsed = ParseOptions(line, argc, argv);
   if (!parsed.GoOn) return parsed.ExitCode;
-  if (!ValidateOptions(run)) return MQRC_OPTIONS_ERROR;
+  if (!ValidateOptions(line)) return MQRC_OPTIONS_ERROR;
 
+  Parameters run(std::move(line));
   RunEnd end;
   end.ExitCode = Perform(run, end);
   ShowOutcome(run, end);
@@ -222,6 +222,7 @@ MQLONG Run(Parameters& run, int argc, char** argv) {
 int RunTarvo(int argc, char** argv) {
   PrepareProcess();
   WatchForInterrupts();
-  const auto run = std::make_unique<Parameters>();
-  return EndStatus(*run, CheckStandardOutput(*run, Run(*run, argc, argv)));
+  Console screen;
+  SetUpConsole(screen);
+  return EndStatus(screen, CheckStandardOutput(screen, Run(screen, argc, argv)));
 }

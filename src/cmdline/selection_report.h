@@ -6,13 +6,15 @@
 #include <cstdint>
 #include <string>
 
-struct Parameters;
+#include "common/console.h"
+#include "options/options.h"
 
 // Prints the criteria on standard error, unless the run is quiet. The message range is shown as it was given.
-void ShowSelection(Parameters& run);
+// `startTime`: the instant from which ages are counted, seconds since 1970.
+void ShowSelection(Console& screen, const Options& asked, std::int64_t startTime);
 
 // Prints noon of a day (YYYYMMDD) as seconds since 1970, taken as local time and as UTC.
-void ShowExampleDates(Parameters& run, const char* date);
+void ShowExampleDates(Console& screen, const char* date);
 
 // Seconds since 1970 as local date and time, 24 characters and a line end: "Wed Jan 02 02:03:55 1980\n".
 std::string LocalTimeText(std::int64_t seconds);

@@ -8,8 +8,8 @@
 #include <limits>
 #include <optional>
 
+#include "cmdline/command_line.h"
 #include "cmdline/numbers.h"
-#include "cmdline/parameters.h"
 
 namespace {
 
@@ -30,8 +30,8 @@ std::int64_t UnitSize(const Unit* table, char letter) {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-bool RefuseValue(Parameters& run, char option, std::string_view text) {
-  run.Screen.Print("Invalid -%c parameter '%.*s'\n", option, static_cast<int>(text.size()), text.data());
+bool RefuseValue(CommandLine& line, char option, std::string_view text) {
+  line.Screen.Print("Invalid -%c parameter '%.*s'\n", option, static_cast<int>(text.size()), text.data());
   return false;
 }
 
@@ -85,8 +85,8 @@ bool ParseDate(std::string_view text, std::tm& calendar) {
 }
 
 // The day on which the run started, in local time. False when the system cannot tell.
-bool TakeToday(const Parameters& run, std::tm& calendar) {
-  const std::time_t start = static_cast<std::time_t>(run.StartTime);
+bool TakeToday(const CommandLine& line, std::tm& calendar) {
+  const std::time_t start = static_cast<std::time_t>(line.StartTime);
   const std::tm* local = std::localtime(&start);
   if (local == nullptr) return false;
   calendar.tm_mday = local->tm_mday;
@@ -103,14 +103,14 @@ std::int64_t UtcSeconds(const std::tm& calendar) {
 }
 
 // A timestamp without its 'u' in seconds since 1970, negative when it is none.
-std::int64_t TimestampSeconds(const Parameters& run, std::string_view text, bool utc) {
+std::int64_t TimestampSeconds(const CommandLine& line, std::string_view text, bool utc) {
   std::tm calendar{};
   calendar.tm_isdst = -1;  // the calendar knows
   bool ok = false;
   if (const std::size_t underscore = text.find('_'); underscore != std::string_view::npos) {
     ok = ParseDate(text.substr(0, underscore), calendar) && ParseTimeOfDay(text.substr(underscore + 1), calendar);
   } else if (text.find(':') != std::string_view::npos) {
-    ok = TakeToday(run, calendar) && ParseTimeOfDay(text, calendar);
+    ok = TakeToday(line, calendar) && ParseTimeOfDay(text, calendar);
   } else {
     ok = ParseDate(text, calendar);
   }
@@ -126,27 +126,27 @@ struct LimitTexts {
 };
 
 // Reads "<number><unit>" and gives their product, at most `largest`. Returns false after printing why.
-bool ReadLimit(Parameters& run, const LimitTexts& texts, std::string_view text, std::int64_t largest,
+bool ReadLimit(CommandLine& line, const LimitTexts& texts, std::string_view text, std::int64_t largest,
                std::int64_t& limit) {
   const int length = static_cast<int>(text.size());
   std::string_view unitText = text;
   const std::string_view number = TakeDigits(unitText);
   if (!number.empty() && unitText.empty()) {
-    run.Screen.Print("Please specify the units for %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    line.Screen.Print("Please specify the units for %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
   if (number.empty() || unitText.size() != 1) {
-    run.Screen.Print("Unrecognised %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    line.Screen.Print("Unrecognised %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
   const std::int64_t unit = UnitSize(texts.Units, unitText.front());
   if (unit == 0) {
-    run.Screen.Print("Unrecognised %s %s unit '%c'\n", texts.Kind, texts.UnitName, unitText.front());
+    line.Screen.Print("Unrecognised %s %s unit '%c'\n", texts.Kind, texts.UnitName, unitText.front());
     return false;
   }
   const auto value = WholeNumber(number, 1, largest / unit);
   if (!value) {
-    run.Screen.Print("Invalid %s parameter '%.*s'\n", texts.Kind, length, text.data());
+    line.Screen.Print("Invalid %s parameter '%.*s'\n", texts.Kind, length, text.data());
     return false;
   }
   limit = *value * unit;
@@ -174,117 +174,127 @@ std::optional<std::int64_t> AgeSeconds(std::string_view text) {
   return std::nullopt;
 }
 
-// The sum of numbers with units in bytes; the last one may do without a unit.
+// Takes one number with its unit, in bytes, from the front of `text`; blanks may stand between them ("10 MB"). The last
+// one may do without a unit.
+std::optional<double> TakeSize(std::string_view& text) {
+  if (!IsDigit(text.front())) return std::nullopt;
+  double number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
+  if (error != std::errc()) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  const bool bare = text.empty();
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  const std::int64_t unit = bare ? 1 : text.empty() ? 0 : UnitSize(kSizeUnits, text.front());
+  if (unit == 0 || (unit == 1 && number != std::floor(number))) return std::nullopt;
+  if (!bare) text.remove_prefix(1);
+  const bool spelledOut = unit != 1 && !text.empty() && UnitSize(kSizeUnits, text.front()) == 1;  // "MB"
+  if (spelledOut) text.remove_prefix(1);
+  return number * static_cast<double>(unit);
+}
+
+// The sum of sizes.
 std::optional<double> SizeBytes(std::string_view text) {
   double total = 0;
   while (!text.empty()) {
-    if (!IsDigit(text.front())) return std::nullopt;
-    double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-    if (error != std::errc()) return std::nullopt;
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    const std::int64_t unit = text.empty() ? 1 : UnitSize(kSizeUnits, text.front());
-    if (unit == 0 || (unit == 1 && number != std::floor(number))) return std::nullopt;
-    total += number * static_cast<double>(unit);
-    if (!text.empty()) text.remove_prefix(1);
-    const bool spelledOut = unit != 1 && !text.empty() && UnitSize(kSizeUnits, text.front()) == 1;  // "MB"
-    if (spelledOut) text.remove_prefix(1);
+    const auto size = TakeSize(text);
+    if (!size) return std::nullopt;
+    total += *size;
   }
   return total;
 }
 
 }  // namespace
 
-bool ParseTimeSelection(Parameters& run, std::string_view text) {
+bool ParseTimeSelection(CommandLine& line, std::string_view text) {
   const char form = text.empty() ? '\0' : text.front();
-  if (form == 'f') return ParseTimestamp(run, text.substr(1), "younger than", run.Asked.Selection.PutAfter);
-  if (form == 't') return ParseTimestamp(run, text.substr(1), "older than", run.Asked.Selection.PutBefore);
+  if (form == 'f') return ParseTimestamp(line, text.substr(1), "younger than", line.Asked.Selection.PutAfter);
+  if (form == 't') return ParseTimestamp(line, text.substr(1), "older than", line.Asked.Selection.PutBefore);
 
   const Bounds ages = SplitAtComma(text);
-  if (ages.First.empty() && ages.Second.empty()) return RefuseValue(run, 'T', text);
-  if (ages.HasComma && run.Asked.Selection.YoungerThan != 0) {
-    run.Screen.Print("You can only specify the '%s' age once\n", "younger than");
+  if (ages.First.empty() && ages.Second.empty()) return RefuseValue(line, 'T', text);
+  if (ages.HasComma && line.Asked.Selection.YoungerThan != 0) {
+    line.Screen.Print("You can only specify the '%s' age once\n", "younger than");
     return false;
   }
-  return ParseAge(run, ages.Second, "younger than", run.Asked.Selection.YoungerThan) &&
-         ParseAge(run, ages.First, "older than", run.Asked.Selection.OlderThan);
+  return ParseAge(line, ages.Second, "younger than", line.Asked.Selection.YoungerThan) &&
+         ParseAge(line, ages.First, "older than", line.Asked.Selection.OlderThan);
 }
 
-bool ParseAge(Parameters& run, std::string_view text, const char* label, int& field) {
+bool ParseAge(CommandLine& line, std::string_view text, const char* label, int& field) {
   if (text.empty()) return true;
   if (field != 0) {
-    run.Screen.Print("You can only specify the '%s' age once\n", label);
+    line.Screen.Print("You can only specify the '%s' age once\n", label);
     return false;
   }
   const auto seconds = AgeSeconds(text);
-  if (!seconds || *seconds > kMostInteger) return RefuseValue(run, 'T', text);
+  if (!seconds || *seconds > kMostInteger) return RefuseValue(line, 'T', text);
   field = static_cast<int>(*seconds);
   return true;
 }
 
-bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, std::int64_t& field) {
+bool ParseTimestamp(CommandLine& line, std::string_view text, const char* label, std::int64_t& field) {
   constexpr std::size_t kLongest = 19;  // DD/MM/YYYY_HH:MM:SS
   if (field != 0) {
-    run.Screen.Print("You can only specify the '%s' time once\n", label);
+    line.Screen.Print("You can only specify the '%s' time once\n", label);
     return false;
   }
   const bool utc = !text.empty() && text.front() == 'u';
   if (utc) text.remove_prefix(1);
-  const std::int64_t seconds = text.size() > kLongest ? -1 : TimestampSeconds(run, text, utc);
+  const std::int64_t seconds = text.size() > kLongest ? -1 : TimestampSeconds(line, text, utc);
   if (seconds <= 0) {  // the first second of 1970 would stand for no bound
-    run.Screen.Print("Unrecognised time format '%.*s'\n", static_cast<int>(text.size()), text.data());
+    line.Screen.Print("Unrecognised time format '%.*s'\n", static_cast<int>(text.size()), text.data());
     return false;
   }
   field = seconds;
   return true;
 }
 
-bool ParseSizeSelection(Parameters& run, std::string_view text) {
+bool ParseSizeSelection(CommandLine& line, std::string_view text) {
   const Bounds sizes = SplitAtComma(text);
-  if (sizes.First.empty() && sizes.Second.empty()) return RefuseValue(run, 'z', text);
-  return ParseSize(run, sizes.First, "larger than", run.Asked.Selection.SizeAtLeast) &&
-         ParseSize(run, sizes.Second, "less than", run.Asked.Selection.SizeBelow);
+  if (sizes.First.empty() && sizes.Second.empty()) return RefuseValue(line, 'z', text);
+  return ParseSize(line, sizes.First, "larger than", line.Asked.Selection.SizeAtLeast) &&
+         ParseSize(line, sizes.Second, "less than", line.Asked.Selection.SizeBelow);
 }
 
-bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG& field) {
+bool ParseSize(CommandLine& line, std::string_view text, const char* label, MQLONG& field) {
   if (text.empty()) return true;
   if (field != -1) {
-    run.Screen.Print("You can only specify the '%s' message size once\n", label);
+    line.Screen.Print("You can only specify the '%s' message size once\n", label);
     return false;
   }
   const auto total = SizeBytes(text);
-  if (!total || *total >= static_cast<double>(kMostInteger) + 1) return RefuseValue(run, 'z', text);
+  if (!total || *total >= static_cast<double>(kMostInteger) + 1) return RefuseValue(line, 'z', text);
   field = static_cast<MQLONG>(*total);
   return true;
 }
 
-bool ParseFileLimit(Parameters& run, std::string_view text) {
-  if (!run.Asked.Limits.Active) {
-    run.Asked.Limits.Active = true;
-    run.Asked.Limits.Msgs = 0;
-    run.Asked.Limits.Size = 0;
-    run.Asked.Limits.Age = 0;
+bool ParseFileLimit(CommandLine& line, std::string_view text) {
+  if (!line.Asked.Limits.Active) {
+    line.Asked.Limits.Active = true;
+    line.Asked.Limits.Msgs = 0;
+    line.Asked.Limits.Size = 0;
+    line.Asked.Limits.Age = 0;
   }
   const char kind = text.empty() ? '\0' : text.front();
   const std::string_view value = text.substr(text.empty() ? 0 : 1);
   std::int64_t limit = 0;
   switch (kind) {
     case 'a':
-      if (!ReadLimit(run, {"-La", "file age", kFileAgeUnits}, value, kMostInteger, limit)) return false;
-      run.Asked.Limits.Age = static_cast<int>(limit);
+      if (!ReadLimit(line, {"-La", "file age", kFileAgeUnits}, value, kMostInteger, limit)) return false;
+      line.Asked.Limits.Age = static_cast<int>(limit);
       return true;
     case 's':
-      return ReadLimit(run, {"-Ls", "file size", kSizeUnits}, value, std::numeric_limits<std::int64_t>::max(),
-                       run.Asked.Limits.Size);
+      return ReadLimit(line, {"-Ls", "file size", kSizeUnits}, value, std::numeric_limits<std::int64_t>::max(),
+                       line.Asked.Limits.Size);
     case 'm':
       if (const auto messages = WholeNumber(value, 1, kMostInteger)) {
-        run.Asked.Limits.Msgs = static_cast<int>(*messages);
+        line.Asked.Limits.Msgs = static_cast<int>(*messages);
         return true;
       }
-      run.Screen.Print("Invalid -Lm parameter '%.*s'\n", static_cast<int>(value.size()), value.data());
+      line.Screen.Print("Invalid -Lm parameter '%.*s'\n", static_cast<int>(value.size()), value.data());
       return false;
     default:
-      run.Screen.Print("Unrecognised -L parameter '%.*s'\n", static_cast<int>(text.size()), text.data());
+      line.Screen.Print("Unrecognised -L parameter '%.*s'\n", static_cast<int>(text.size()), text.data());
       return false;
   }
 }

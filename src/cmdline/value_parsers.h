@@ -8,20 +8,20 @@
 
 #include "mq/mqi.h"
 
-struct Parameters;
+struct CommandLine;
 
 // A whole -T, -z or -L argument. A message selection that is left without any bound is refused: a script that passes an
-// empty variable means to restrict the run.
-bool ParseTimeSelection(Parameters& run, std::string_view text);
-bool ParseSizeSelection(Parameters& run, std::string_view text);
-bool ParseFileLimit(Parameters& run, std::string_view text);
+// empty variable means to restrict the line.
+bool ParseTimeSelection(CommandLine& line, std::string_view text);
+bool ParseSizeSelection(CommandLine& line, std::string_view text);
+bool ParseFileLimit(CommandLine& line, std::string_view text);
 
 // "[[DD:]HH:]MM", "14d", "2h" or "90m" into seconds. `label` names the bound in the refusal of a second value; an empty
 // text sets nothing.
-bool ParseAge(Parameters& run, std::string_view text, const char* label, int& field);
+bool ParseAge(CommandLine& line, std::string_view text, const char* label, int& field);
 // "[u][DD/MM/YYYY][_][HH:MM[:SS]]" into seconds since 1970; local time unless it starts with 'u'. Without a date it is
 // the day on which the run started. What the calendar or the clock does not have is refused.
-bool ParseTimestamp(Parameters& run, std::string_view text, const char* label, std::int64_t& field);
+bool ParseTimestamp(CommandLine& line, std::string_view text, const char* label, std::int64_t& field);
 // Numbers with the units B, K, M and G, added up, into bytes; a number of them that is not bytes may have
 // decimals. An empty text sets nothing.
-bool ParseSize(Parameters& run, std::string_view text, const char* label, MQLONG& field);
+bool ParseSize(CommandLine& line, std::string_view text, const char* label, MQLONG& field);

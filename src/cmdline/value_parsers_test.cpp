@@ -11,10 +11,10 @@
 namespace {
 
 // One parser called with one text after another on the same run, and what it printed for the last of them.
-using Parser = bool(Parameters& run, std::string_view text);
+using Parser = bool(CommandLine& line, std::string_view text);
 
 struct Applied {
-  std::unique_ptr<Parameters> Run = FreshRun();
+  std::unique_ptr<FreshLine> Fresh = std::make_unique<FreshLine>();
   bool Ok = false;
   std::string Errors;
 };
@@ -22,7 +22,7 @@ struct Applied {
 Applied Apply(Parser* parse, const std::vector<std::string>& texts) {
   Applied result;
   for (const std::string& text : texts) {
-    result.Errors = CaptureOf([&] { result.Ok = parse(*result.Run, text); }).Errors;
+    result.Errors = CaptureOf([&] { result.Ok = parse(result.Fresh->Line, text); }).Errors;
   }
   return result;
 }
@@ -72,8 +72,8 @@ TEST(TimeSelection, ReadsAges) {
     SCOPED_TRACE(one.Text);
     const Applied result = Apply(ParseTimeSelection, {one.Text});
     EXPECT_TRUE(result.Ok);
-    EXPECT_EQ(result.Run->Asked.Selection.OlderThan, one.Older);
-    EXPECT_EQ(result.Run->Asked.Selection.YoungerThan, one.Younger);
+    EXPECT_EQ(result.Fresh->Line.Asked.Selection.OlderThan, one.Older);
+    EXPECT_EQ(result.Fresh->Line.Asked.Selection.YoungerThan, one.Younger);
   }
 }
 
@@ -84,7 +84,7 @@ TEST(SizeSelection, AddsUpUnits) {
   };
   for (const Case& one : {Case{"100", 100, -1},
                           {"1.5k", 1536, -1},
-                          {"10MB", 10485760, -1},
+                          {"10 MB", 10485760, -1},
                           {"1M512K", 1572864, -1},
                           {"1m512kb", 1572864, -1},
                           {"1k,1m", 1024, 1048576},
@@ -95,21 +95,21 @@ TEST(SizeSelection, AddsUpUnits) {
     SCOPED_TRACE(one.Text);
     const Applied result = Apply(ParseSizeSelection, {one.Text});
     EXPECT_TRUE(result.Ok);
-    EXPECT_EQ(result.Run->Asked.Selection.SizeAtLeast, one.AtLeast);
-    EXPECT_EQ(result.Run->Asked.Selection.SizeBelow, one.Below);
+    EXPECT_EQ(result.Fresh->Line.Asked.Selection.SizeAtLeast, one.AtLeast);
+    EXPECT_EQ(result.Fresh->Line.Asked.Selection.SizeBelow, one.Below);
   }
 }
 
 TEST(FileLimits, SetOneEach) {
   const Applied age = Apply(ParseFileLimit, {"a30m"});
-  EXPECT_EQ(age.Run->Asked.Limits.Age, 1800);
-  EXPECT_TRUE(age.Run->Asked.Limits.Active);
-  EXPECT_EQ(age.Run->Asked.Limits.Msgs, 0);
-  EXPECT_EQ(Apply(ParseFileLimit, {"s2g"}).Run->Asked.Limits.Size, 2147483648);
-  EXPECT_EQ(Apply(ParseFileLimit, {"s5000000000B"}).Run->Asked.Limits.Size, 5000000000);
+  EXPECT_EQ(age.Fresh->Line.Asked.Limits.Age, 1800);
+  EXPECT_TRUE(age.Fresh->Line.Asked.Limits.Active);
+  EXPECT_EQ(age.Fresh->Line.Asked.Limits.Msgs, 0);
+  EXPECT_EQ(Apply(ParseFileLimit, {"s2g"}).Fresh->Line.Asked.Limits.Size, 2147483648);
+  EXPECT_EQ(Apply(ParseFileLimit, {"s5000000000B"}).Fresh->Line.Asked.Limits.Size, 5000000000);
   const Applied both = Apply(ParseFileLimit, {"m10", "s1m"});
-  EXPECT_EQ(both.Run->Asked.Limits.Msgs, 10);
-  EXPECT_EQ(both.Run->Asked.Limits.Size, 1048576);
+  EXPECT_EQ(both.Fresh->Line.Asked.Limits.Msgs, 10);
+  EXPECT_EQ(both.Fresh->Line.Asked.Limits.Size, 1048576);
 }
 
 TEST(ValueParsers, RefuseWhatTheyCanNotRead) {

@@ -1,6 +1,7 @@
 #include "common/visible_text.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -10,20 +11,31 @@ unsigned ByteAt(std::string_view text, std::size_t at) {
 
 bool IsContinuation(unsigned byte) { return (byte & 0xC0) == 0x80; }
 
-// The bytes of the UTF-8 character with which `text` begins; 0 where it begins with none. Neither forms longer than
-// needed, nor surrogates, nor what lies beyond the last character are characters.
+// How UTF-8 characters begin, by their first byte and the bounds of the second. Neither forms longer than needed, nor
+// surrogates, nor what lies beyond the last character are characters.
+struct Beginning {
+  unsigned First, Last;
+  std::size_t Length;
+  unsigned Least, Most;
+};
+constexpr Beginning kBeginnings[] = {
+    {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF}, {0xE1, 0xEC, 3, 0x80, 0xBF}, {0xED, 0xED, 3, 0x80, 0x9F},
+    {0xEE, 0xEF, 3, 0x80, 0xBF}, {0xF0, 0xF0, 4, 0x90, 0xBF}, {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F},
+};
+
+// The bytes of the UTF-8 character with which `text` begins; 0 where it begins with none.
 std::size_t CharacterLength(std::string_view text) {
   const unsigned lead = ByteAt(text, 0);
   if (lead < 0x80) return 1;
-  if (lead < 0xC2 || lead > 0xF4) return 0;
-  const unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-  const unsigned most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-  if (ByteAt(text, 1) < least || ByteAt(text, 1) > most) return 0;
-  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  for (std::size_t i = 2; i < length; ++i) {
+  const unsigned second = ByteAt(text, 1);
+  const auto* const begins = std::find_if(std::begin(kBeginnings), std::end(kBeginnings), [&](const Beginning& b) {
+    return lead >= b.First && lead <= b.Last && second >= b.Least && second <= b.Most;
+  });
+  if (begins == std::end(kBeginnings)) return 0;
+  for (std::size_t i = 2; i < begins->Length; ++i) {
     if (!IsContinuation(ByteAt(text, i))) return 0;
   }
-  return length;
+  return begins->Length;
 }
 
 bool IsLineEnd(std::string_view text) { return text.starts_with('\n') || text.starts_with("\r\n"); }

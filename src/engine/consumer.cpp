@@ -61,6 +61,8 @@ class Consumption {
   bool AwaitStart();
   void StartAndWait();
   void AwaitDeadline();
+  Result StopOutside(Result failure);
+  Result AfterStop(bool& ended);
   Result Abandon(Result failure);
 
   const Options& asked_;
@@ -278,25 +280,40 @@ void Consumption::AwaitDeadline() {
   }
 }
 
+// Stops consumption, after a failure or without one. Where it cannot be stopped it is abandoned: returns the first
+// failure.
+Result Consumption::StopOutside(Result failure) {
+  const CallEnd stop = Control(MQOP_STOP, "MQCTL(STOP)");
+  const std::lock_guard<std::mutex> lock(busy_);
+  failed_.Add(std::move(failure));
+  if (!stop.failed() || state_ == State::Stopped) return {};
+  return Abandon(ControlFailure("MQCTL(STOP)", stop.Failure()));
+}
+
+// What follows when consumption was suspended. Sets `ended` when it does not go on.
+Result Consumption::AfterStop(bool& ended) {
+  const std::lock_guard<std::mutex> lock(busy_);
+  ended = true;
+  if (delivery_.Finished || delivery_.EndIfInterrupted()) return std::move(failed_);
+  if (delivery_.Goal.AgeLeft() <= 0) {
+    if (Result closed = delivery_.Goal.CloseAged(); closed.failed()) return closed;
+  }
+  ended = DeliveryLeft() <= 0;
+  return {};
+}
+
 Result Consumption::RunWithWait() {
-  for (;;) {
+  for (bool ended = false; !ended;) {
     if (const CallEnd start = Control(MQOP_START, "MQCTL(START)"); start.failed()) {
       // It may have started all the same.
-      const CallEnd stop = Control(MQOP_STOP, "MQCTL(STOP)");
-      const std::lock_guard<std::mutex> lock(busy_);
-      failed_.Add(ControlFailure("MQCTL(START)", start.Failure()));
-      return stop.failed() && state_ != State::Stopped ? Abandon({}) : std::move(failed_);
+      Result stopped = StopOutside(ControlFailure("MQCTL(START)", start.Failure()));
+      return stopped.failed() ? std::move(stopped) : std::move(failed_);
     }
     AwaitDeadline();
-    const CallEnd stop = Control(MQOP_STOP, "MQCTL(STOP)");
-    const std::lock_guard<std::mutex> lock(busy_);
-    if (stop.failed() && state_ != State::Stopped) return Abandon(ControlFailure("MQCTL(STOP)", stop.Failure()));
-    if (delivery_.Finished || delivery_.EndIfInterrupted()) return std::move(failed_);
-    if (delivery_.Goal.AgeLeft() <= 0) {
-      if (Result closed = delivery_.Goal.CloseAged(); closed.failed()) return closed;
-    }
-    if (DeliveryLeft() <= 0) return {};
+    if (Result stopped = StopOutside({}); stopped.failed()) return stopped;
+    if (Result after = AfterStop(ended); after.failed()) return after;
   }
+  return {};
 }
 
 }  // namespace

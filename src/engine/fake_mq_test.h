@@ -1,7 +1,7 @@
 #pragma once
 
 // A queue manager for the tests of this room: queues in memory by object handle, units of work by connection, a record
-// of every call, and a script that lets the next calls of a kind fail. One exists at a time.
+// of every call, and a script that lets the next calls of a kind fail. One exists at a time on a thread.
 
 #include <gtest/gtest.h>
 
@@ -146,7 +146,7 @@ class FakeMq {
     }
     self_->units_[conn] = {};
   }
-  static inline FakeMq* self_ = nullptr;
+  static inline thread_local FakeMq* self_ = nullptr;
   std::map<MQHOBJ, std::size_t> cursors_;
   std::map<MQHCONN, Unit> units_;
 };

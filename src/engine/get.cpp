@@ -51,26 +51,43 @@ HeaderNames QueueSource::names() const {
   return {conn_.QMgrName, queue_.QueueName};
 }
 
-QueueSource::GetEnd QueueSource::CallMqget(CurrentMessage& message, const QueueElement& queue, MQGMO& options,
-                                           MQLONG room) {
+QueueSource::GetEnd QueueSource::CallMqget(CurrentMessage& message, const QueueElement& queue, MQLONG getOptions,
+                                           std::int64_t wait) {
+  // Identifiers and code pages of the last message must not select or convert the next one.
+  message.Descriptor = DefaultDescriptor();
+  MQGMO options;
+  options.Options = getOptions;
+  if (wait > 0) {
+    options.Options |= MQGMO_WAIT;
+    options.WaitInterval = static_cast<MQLONG>(wait);
+  }
+  AddMatchAndConversion(asked_, message.Descriptor, options);
+  const std::size_t bufferSize = mode_.DescriptorOnly ? 0 : message.Buffer.size();
   GetEnd end;
+  end.Room = static_cast<MQLONG>(std::min<std::size_t>(bufferSize, std::numeric_limits<MQLONG>::max()));
   // A get whose outcome is not known (the connection broke) may have taken its message into the unit.
   const bool unitWasOpen = conn_.UnitOpen;
   if ((options.Options & MQGMO_SYNCPOINT) != 0) conn_.UnitOpen = true;
-  conn_.Api.MQGET(conn_.Hconn, queue.Hobj, &message.Descriptor, &options, room, message.Buffer.data(), &end.Length,
+  conn_.Api.MQGET(conn_.Hconn, queue.Hobj, &message.Descriptor, &options, end.Room, message.Buffer.data(), &end.Length,
                   &end.Call.CompCode, &end.Call.Reason);
   if (conn_.TracesCalls()) conn_.Trace("MQGET", queue.QueueName, end.Call.Reason);
   if (TookNothing(end.Call.Reason)) conn_.UnitOpen = unitWasOpen;
   return end;
 }
 
-QueueSource::Taken QueueSource::Judge(const GetEnd& end, MQLONG room, bool underCursor) const {
+QueueSource::Taken QueueSource::Judge(const GetEnd& end, bool underCursor) const {
   const MQLONG reason = end.Call.Reason;
   if (reason == (underCursor ? MQRC_NO_MSG_UNDER_CURSOR : MQRC_NO_MSG_AVAILABLE)) return Taken::Nothing;
-  if (reason == MQRC_TRUNCATED_MSG_FAILED) return end.Length > room ? Taken::TooLong : Taken::Failed;
+  if (reason == MQRC_TRUNCATED_MSG_FAILED) return end.Length > end.Room ? Taken::TooLong : Taken::Failed;
   // A warning (not converted, format errors) comes with the message as it is on the queue.
-  const bool whole = mode_.DescriptorOnly || end.Length <= room;
+  const bool whole = mode_.DescriptorOnly || end.Length <= end.Room;
   return end.Call.failed() || !whole ? Taken::Failed : Taken::Message;
+}
+
+Result QueueSource::Failure(const QueueElement& queue, MQLONG reason) const {
+  return {reason != 0 ? reason : MQRC_UNEXPECTED_ERROR,
+          FormatText("MQGET(%s) failed RC(%d) %s%s", queue.QueueName.c_str(), reason, ReasonText(reason),
+                     OptionLine(asked_, MqStep::Get, reason).c_str())};
 }
 
 Result QueueSource::Get(CurrentMessage& message, QueueElement& queue, bool underCursor, std::int64_t wait,
@@ -79,37 +96,20 @@ Result QueueSource::Get(CurrentMessage& message, QueueElement& queue, bool under
   if (mode_.DescriptorOnly) getOptions |= MQGMO_ACCEPT_TRUNCATED_MSG;
   if (fromFirst_ && !underCursor) getOptions = (getOptions & ~MQGMO_BROWSE_NEXT) | MQGMO_BROWSE_FIRST;
   for (;;) {
-    // Identifiers and code pages of the last message must not select or convert the next one.
-    message.Descriptor = DefaultDescriptor();
-    MQGMO options;
-    options.Options = getOptions;
-    if (wait > 0) {
-      options.Options |= MQGMO_WAIT;
-      options.WaitInterval = static_cast<MQLONG>(wait);
+    const GetEnd end = CallMqget(message, queue, getOptions, wait);
+    taken = Judge(end, underCursor);
+    if (taken == Taken::TooLong) {
+      if (Result grown = message.Buffer.Grow(static_cast<std::size_t>(end.Length)); grown.failed()) return grown;
+      continue;
     }
-    AddMatchAndConversion(asked_, message.Descriptor, options);
-    const std::size_t bufferSize = mode_.DescriptorOnly ? 0 : message.Buffer.size();
-    const auto room = static_cast<MQLONG>(std::min<std::size_t>(bufferSize, std::numeric_limits<MQLONG>::max()));
-    const GetEnd end = CallMqget(message, queue, options, room);
-    taken = Judge(end, room, underCursor);
-    switch (taken) {
-      case Taken::TooLong:
-        if (Result grown = message.Buffer.Grow(static_cast<std::size_t>(end.Length)); grown.failed()) return grown;
-        continue;
-      case Taken::Message:
-        message.From = &queue;
-        message.Data = message.Buffer.data();
-        message.Length = std::max<MQLONG>(end.Length, 0);
-        message.Delivered = std::min(message.Length, room);
-        return {};
-      case Taken::Nothing:
-        return {};
-      case Taken::Failed:
-        const MQLONG reason = end.Call.Reason;
-        return {reason != 0 ? reason : MQRC_UNEXPECTED_ERROR,
-                FormatText("MQGET(%s) failed RC(%d) %s%s", queue.QueueName.c_str(), reason, ReasonText(reason),
-                           OptionLine(asked_, MqStep::Get, reason).c_str())};
+    if (taken == Taken::Failed) return Failure(queue, end.Call.Reason);
+    if (taken == Taken::Message) {
+      message.From = &queue;
+      message.Data = message.Buffer.data();
+      message.Length = std::max<MQLONG>(end.Length, 0);
+      message.Delivered = std::min(message.Length, end.Room);
     }
+    return {};
   }
 }
 

@@ -45,12 +45,14 @@ class QueueSource : public Source {
   struct GetEnd {
     CallEnd Call;
     MQLONG Length = 0;  // of the message, bytes
+    MQLONG Room = 0;    // for it in the buffer
   };
 
   // One message, with a buffer that grows as it must. Nothing: there is none.
   Result Get(CurrentMessage& message, QueueElement& queue, bool underCursor, std::int64_t wait, Taken& taken);
-  GetEnd CallMqget(CurrentMessage& message, const QueueElement& queue, MQGMO& options, MQLONG room);
-  Taken Judge(const GetEnd& end, MQLONG room, bool underCursor) const;
+  GetEnd CallMqget(CurrentMessage& message, const QueueElement& queue, MQLONG getOptions, std::int64_t wait);
+  Taken Judge(const GetEnd& end, bool underCursor) const;
+  Result Failure(const QueueElement& queue, MQLONG reason) const;
 
   QueueElement& queue_;
   bool fromFirst_ = false;  // the next browse begins at the first message again

@@ -100,30 +100,37 @@ MQPMO QueuesTarget::PutOptions(const CurrentMessage& message) {
   return options;
 }
 
-CallEnd QueuesTarget::PutTo(const Destination& destination, MQPMO& options, CurrentMessage& message) {
+// Changes the message as the user asked for.
+void QueuesTarget::Finish(CurrentMessage& message) const {
   if (asked_.Output.RaiseCfhVersion) RepairCfh(message);
   if (asked_.Output.Context == PutContext::SetAllTimes) SetPutTime(message.Descriptor);
   OverrideFields(message.Descriptor, asked_.Output.Override);
+}
+
+// Whether a put that ended so is worth another try, which it then gets with other options or another descriptor.
+bool QueuesTarget::MayRepeat(const CallEnd& end, MQPMO& options, CurrentMessage& message) {
+  if (!end.failed()) return false;
+  if (end.Reason == MQRC_OPTIONS_ERROR && (options.Options & MQPMO_ASYNC_RESPONSE) != 0) {
+    async_.Refused();
+    options.Options &= ~MQPMO_ASYNC_RESPONSE;
+    return true;
+  }
+  return end.Reason == MQRC_CFH_ERROR && LowerDescriptorVersion(message);
+}
+
+CallEnd QueuesTarget::PutTo(const Destination& destination, MQPMO& options, CurrentMessage& message) {
+  Finish(message);
   // A put that fails may still have reached some destinations of a list, or its outcome may be unknown.
   if ((options.Options & MQPMO_SYNCPOINT) != 0) conn_.UnitOpen = true;
-  for (;;) {
-    CallEnd end;
+  CallEnd end;
+  do {
+    end = {};
     conn_.Api.MQPUT(conn_.Hconn, destination.Hobj, &message.Descriptor, &options, message.Length, message.Data,
                     &end.CompCode, &end.Reason);
     if (conn_.TracesCalls()) conn_.Trace("MQPUT", destination.Name(), end.Reason);
-    const bool async = (options.Options & MQPMO_ASYNC_RESPONSE) != 0;
-    if (!end.failed()) {
-      if (async) async_.Made();
-      return end;
-    }
-    if (end.Reason == MQRC_OPTIONS_ERROR && async) {
-      async_.Refused();
-      options.Options &= ~MQPMO_ASYNC_RESPONSE;
-      continue;
-    }
-    if (end.Reason == MQRC_CFH_ERROR && LowerDescriptorVersion(message)) continue;
-    return end;
-  }
+  } while (MayRepeat(end, options, message));
+  if (!end.failed() && (options.Options & MQPMO_ASYNC_RESPONSE) != 0) async_.Made();
+  return end;
 }
 
 Result QueuesTarget::Failure(const Destination& destination, MQLONG reason) const {

@@ -35,6 +35,8 @@ class QueuesTarget : public Target {
   bool InUnits() const { return asked_.Units.MessageLimit != 0; }
   static Destination ListDestination(const QueueList& list, std::size_t index);
   MQPMO PutOptions(const CurrentMessage& message);
+  void Finish(CurrentMessage& message) const;
+  bool MayRepeat(const CallEnd& end, MQPMO& options, CurrentMessage& message);
   CallEnd PutTo(const Destination& destination, MQPMO& options, CurrentMessage& message);
   Result Failure(const Destination& destination, MQLONG reason) const;
   Delivered PutToSingle(MQPMO& options, CurrentMessage& message);

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <thread>
+
 #include "engine/fake_mq_test.h"
 #include "engine/get.h"
 #include "platform/test_folder.h"
@@ -25,6 +30,27 @@ struct TransferTest : testing::Test, FakeRun {
     return Transfer(asked, stations, source, to, &queues, progress).Run();
   }
 };
+
+TEST(Transfers, RunSideBySideOnThreadsOfTheirOwn) {
+  static constexpr int kMessages = 10000;
+  const auto move = [](const char* data, std::string& moved) {
+    FakeRun run;
+    for (int i = 0; i < kMessages; ++i) run.mq.Add(kSource, data);
+    QueueSource source(run.asked, {}, run.conn, run.queue);
+    ProgressLine progress(run.screen);
+    const Outcome outcome = Transfer(run.asked, run.stations, source, run.target, &run.queues, progress).Run();
+    EXPECT_EQ(outcome.Put.Msgs, kMessages);
+    moved = run.mq.Content(kTarget);
+  };
+  std::string moved[2];
+  std::thread other(move, "b", std::ref(moved[1]));
+  move("a", moved[0]);
+  other.join();
+  for (const auto& [texts, data] : {std::pair{moved[0], 'a'}, std::pair{moved[1], 'b'}}) {
+    EXPECT_EQ(texts.size(), 2U * kMessages - 1);
+    EXPECT_EQ(std::count(texts.begin(), texts.end(), data), kMessages);
+  }
+}
 
 TEST_F(TransferTest, CommitsWhatIsPendingBeforeItWaits) {
   mq.Add(kSource, "x");

@@ -143,8 +143,19 @@ std::int64_t AnnouncedLength(std::string_view line) {
   }
 }
 
-// The data that is announced, or its announcement, is missing.
-Result RefuseShortData(LineReader& lines, std::int64_t announced, std::int64_t announcedAt, MQLONG length, bool& end) {
+// The data that a message is said to have.
+struct Announcement {
+  std::int64_t Bytes = -1;  // -1: nothing was said
+  std::int64_t Line = 0;
+
+  void Look(const LineReader& lines) {
+    const std::int64_t bytes = AnnouncedLength(lines.Line);
+    if (bytes >= 0) *this = {bytes, lines.number()};
+  }
+};
+
+// The data that is announced, or its announcement, is missing: a dump that ends there has been cut off.
+Result RefuseShortData(LineReader& lines, const Announcement& announced, MQLONG length, bool& end) {
   end = lines.ended();
   if (end) {
     lines.NoteCut();
@@ -152,27 +163,23 @@ Result RefuseShortData(LineReader& lines, std::int64_t announced, std::int64_t a
   }
   return {MQRC_FILE_SYSTEM_ERROR, FormatText("Line %" PRId64 " of file '%s' announces %" PRId64
                                              " bytes of message data, but only %d bytes follow",
-                                             announcedAt, lines.file_name(), announced, length)};
+                                             announced.Line, lines.file_name(), announced.Bytes, length)};
 }
 
 Result ReadDataSection(LineReader& lines, CurrentMessage& message, bool& end) {
-  std::int64_t announced = -1;
-  std::int64_t announcedAt = 0;
+  Announcement announced;
   for (;;) {
     if (Result result = lines.Next(); result.failed()) return result;
     end = lines.ended();
     if (end && !lines.cut_line().empty()) return {};
     if (end || lines.Line.starts_with(kDataEnd)) break;
-    if (const std::int64_t length = AnnouncedLength(lines.Line); length >= 0) {
-      announced = length;
-      announcedAt = lines.number();
-    }
+    announced.Look(lines);
     if (Result result = AppendDumpLine(lines, message); result.failed()) return result;
   }
-  const bool nothing = end && announced < 0 && message.Length == 0;
+  const bool nothing = end && announced.Bytes < 0 && message.Length == 0;
   end = false;
-  if (!nothing && announced <= message.Length) return {};
-  return RefuseShortData(lines, announced, announcedAt, message.Length, end);
+  if (!nothing && announced.Bytes <= message.Length) return {};
+  return RefuseShortData(lines, announced, message.Length, end);
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include "common/cs.h"
 #include "common/text.h"
 #include "engine/wait_clock.h"
-#include "generic/opened_queue.h"
+#include "mq/opened_queue.h"
 #include "mq/reasons.h"
 #include "platform/interrupt.h"
 

@@ -12,7 +12,7 @@
 #include "engine/put.h"
 #include "engine/transfer.h"
 #include "generic/generic.h"
-#include "generic/opened_queue.h"
+#include "mq/opened_queue.h"
 #include "generic/queue_run.h"
 #include "mq/reasons.h"
 #include "platform/interrupt.h"

@@ -13,7 +13,7 @@
 #include "engine/transfer.h"
 #include "generic/command_server.h"
 #include "generic/generic.h"
-#include "generic/opened_queue.h"
+#include "mq/opened_queue.h"
 #include "mq/reasons.h"
 #include "platform/interrupt.h"
 

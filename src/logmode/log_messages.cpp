@@ -229,6 +229,15 @@ Result ParsePutPart(LogReader& log, const WantedQueue& queue) {
   return {};
 }
 
+// The record behind the line of its type. Sets `ready` when it ends a message.
+Result ReadRecord(LogReader& log, LogRecordKind kind, const WantedQueue& queue, CurrentMessage& message, bool& ready) {
+  ++log.Records;
+  if (kind == LogRecordKind::Part) return ParsePutPart(log, queue);
+  if (kind != LogRecordKind::Put) return {};
+  ++log.PutRecords;
+  return ParsePutMessage(log, queue, message, ready);
+}
+
 // Parts of several messages may stand between each other, so only the end of the log shows which of them no message has
 // used.
 Result EndOfLog(LogReader& log, Result result) {
@@ -273,20 +282,10 @@ Result ReadLogMessage(LogReader& log, const WantedQueue& queue, CurrentMessage& 
   if (unused) log.Pieces.EndRound(log.PutRecords);
   std::string_view line;
   while (log.ReadLine(line)) {
-    if (IsLogRecordLine(line)) {
-      if (Result taken = log.TakeRecordLsn(line); taken.failed()) return taken;
-    }
-    if (!line.starts_with("LogRecdType")) continue;
-    ++log.Records;
-    const LogRecordKind kind = RecordKind(line);
     bool ready = false;
     Result result;
-    if (kind == LogRecordKind::Put) {
-      ++log.PutRecords;
-      result = ParsePutMessage(log, queue, message, ready);
-    } else if (kind == LogRecordKind::Part) {
-      result = ParsePutPart(log, queue);
-    }
+    if (IsLogRecordLine(line)) result = log.TakeRecordLsn(line);
+    if (line.starts_with("LogRecdType")) result = ReadRecord(log, RecordKind(line), queue, message, ready);
     if (result.failed() || ready) return result;
   }
   end = true;

@@ -72,6 +72,21 @@ MQLONG NumberIn(const MQBYTE* data, std::size_t place) {
   return value;
 }
 
+// One line in front of the data. `broken` is set when a colon is not where it must be.
+Result TakeHeaderLine(const LogReader& log, std::string_view line, LogRecordKind kind, RecordHeader& header,
+                      bool& broken) {
+  if (line.starts_with("QueueName") || (kind == LogRecordKind::Put && line.starts_with("ObjectName"))) {
+    const std::string_view value = ValueOf(line);
+    header.QueueName = NameInField(value.data(), std::min(value.size(), kNameWidth));
+  }
+  if (line.starts_with("PrevLSN")) {
+    header.HasPrevLsn = true;
+    return log.ParseLsn(ValueOf(line), header.PrevLsn);
+  }
+  broken = line.starts_with("Data.Locn") && !ReadLengths(line, kind, header);
+  return {};
+}
+
 }  // namespace
 
 LogRecordKind RecordKind(std::string_view line) {
@@ -81,32 +96,22 @@ LogRecordKind RecordKind(std::string_view line) {
 }
 
 Result ReadRecordHeader(LogReader& log, LogRecordKind kind, RecordHeader& header) {
-  bool prevLsnSeen = false;
-  bool cutOff = true;
+  bool ended = false;  // before its data, and not by the end of the dump
   std::string_view line;
-  while (log.ReadLine(line)) {
-    if (IsLogRecordLine(line)) {
-      log.UnreadLine();
-      cutOff = false;
-      break;
-    }
+  while (!ended && log.ReadLine(line)) {
     if (line.starts_with("Data  .")) {
       header.HasData = true;
       return {};
     }
-    if (line.starts_with("QueueName") || (kind == LogRecordKind::Put && line.starts_with("ObjectName"))) {
-      const std::string_view value = ValueOf(line);
-      header.QueueName = NameInField(value.data(), std::min(value.size(), kNameWidth));
-    } else if (line.starts_with("PrevLSN")) {
-      prevLsnSeen = true;
-      if (Result parsed = log.ParseLsn(ValueOf(line), header.PrevLsn); parsed.failed()) return parsed;
-    } else if (line.starts_with("Data.Locn") && !ReadLengths(line, kind, header)) {
-      cutOff = false;
-      break;
+    if (IsLogRecordLine(line)) {
+      log.UnreadLine();
+      ended = true;
+    } else if (Result taken = TakeHeaderLine(log, line, kind, header, ended); taken.failed()) {
+      return taken;
     }
   }
-  if (!prevLsnSeen) return log.Broken(MQRC_FORMAT_ERROR);
-  if (cutOff && !log.CutShort) log.Screen.Print("The dump ends inside a log record.\n");
+  if (!header.HasPrevLsn) return log.Broken(MQRC_FORMAT_ERROR);
+  if (!ended && !log.CutShort) log.Screen.Print("The dump ends inside a log record.\n");
   return {};
 }
 

@@ -17,7 +17,8 @@ LogRecordKind RecordKind(std::string_view line);
 // What the lines in front of the data tell.
 struct RecordHeader {
   std::string QueueName;
-  std::string PrevLsn;  // of the record before it; empty: none
+  bool HasPrevLsn = false;  // there is a PrevLSN line
+  std::string PrevLsn;      // of the record before it; empty: none
   std::int64_t DataLocn = 0;
   std::int64_t DataLength = 0;  // bytes
   bool HasData = false;         // the hex dump follows

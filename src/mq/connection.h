@@ -29,7 +29,9 @@ struct CallEnd {
 class QMgrConn {
  public:
   QMgrConn(const QMgrOptions& asked, const DisplayOptions& display, Console& screen)
-      : asked_(asked), display_(display), screen_(screen) {}
+      : asked_(asked), display_(display), screen_(screen) {
+    QMgrName.Assign(asked.Name);
+  }
   QMgrConn(const QMgrConn&) = delete;
   QMgrConn& operator=(const QMgrConn&) = delete;
 

@@ -14,6 +14,8 @@
 
 namespace {
 
+using SignalAction = struct sigaction;
+
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 // A sender may signal the process and its process group (timeout, the end of a session): that is one interrupt.
@@ -54,13 +56,13 @@ void WatchForInterrupts() {
     wakeRead = ends[0];
     wakeWrite = ends[1];
   }
-  struct sigaction action {};
+  SignalAction action{};
   action.sa_handler = OnInterrupt;
   // No call of a library fails because of an interrupt.
   action.sa_flags = SA_RESTART;
   for (const int signal : kSignals) sigaddset(&action.sa_mask, signal);
   for (const int signal : kSignals) {
-    struct sigaction before {};
+    SignalAction before{};
     if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
   }
 }

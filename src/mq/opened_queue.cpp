@@ -1,4 +1,4 @@
-#include "generic/opened_queue.h"
+#include "mq/opened_queue.h"
 
 #include "common/text.h"
 
