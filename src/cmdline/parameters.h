@@ -1,7 +1,7 @@
 #pragma once
 
-// The one record of a run, which only the run driver and its neighbours in this room know. It gathers the options and the
-// stations of the road, each of which has its own state and its own header.
+// The one record of a run, which only the run driver and its neighbours in this room know. It gathers the options and
+// the stations of the road, each of which has its own state and its own header.
 
 #include <cstdint>
 #include <memory>

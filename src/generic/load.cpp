@@ -12,8 +12,8 @@
 #include "engine/put.h"
 #include "engine/transfer.h"
 #include "generic/generic.h"
-#include "mq/opened_queue.h"
 #include "generic/queue_run.h"
+#include "mq/opened_queue.h"
 #include "mq/reasons.h"
 #include "platform/interrupt.h"
 
