@@ -15,13 +15,14 @@ declare -A about=(
   [windows]="15 minutes: the Windows programs and their tests under Wine"
   [fuzz]="7 minutes: every fuzz target for a minute"
   [tsan]="5 minutes: what has threads with the thread sanitizer"
+  [kills]="30 minutes: 300 runs of each kind that are killed, and 300 that are interrupted, at random instants"
   [repeat]="40 minutes: every suite 20 times beside a busy loop on each core"
   [bare]="4 hours: quickstart.sh and test.sh in minimal roots of Debian 12 and 13"
 )
-declare -A packages=([release]=test [style]=test [asan]=test [windows]="test windows" [fuzz]=fuzz [tsan]=test [repeat]=test
+declare -A packages=([release]=test [style]=test [asan]=test [windows]="test windows" [fuzz]=fuzz [tsan]=test [kills]=test [repeat]=test
   [bare]=bare)
 usual=(release style asan windows fuzz)
-nightly=("${usual[@]}" tsan repeat bare)
+nightly=("${usual[@]}" tsan kills repeat bare)
 
 # run_tests <preset> [more arguments of ctest]
 run_tests() { ctest --test-dir "build/$1" --output-on-failure --no-tests=error -j"$(nproc)" "${@:2}"; }
@@ -73,6 +74,14 @@ part_tsan() {
   build/tsan/bin/test_common --gtest_filter='*Lock*' --gtest_brief=1
   build/tsan/bin/test_engine --gtest_filter='Transfers*' --gtest_brief=1
   build/tsan/bin/whole_program_tests --gtest_filter='SeveralInputs*' --gtest_brief=1
+}
+
+part_kills() {
+  step "Building, about 5 minutes"
+  configure release -DTARVO_TESTS=ON
+  build release
+  step "Killing and interrupting, about 25 minutes"
+  TARVO_KILLS=300 run_tests release -R KilledRun
 }
 
 # Nothing may depend on how fast the machine is. The loops end with this part and with this script, however that ends.
