@@ -90,7 +90,8 @@ Process::Process(const Command& command) : state_(std::make_unique<State>()) {
     dup2(out, 1);
     dup2(err, 2);
     if (!command.Folder.empty() && chdir(command.Folder.c_str()) != 0) _exit(126);
-    signal(SIGPIPE, SIG_DFL);
+    // Whoever runs the tests may ignore what a user would not: a background job ignores an interrupt.
+    for (const int number : {SIGPIPE, SIGINT, SIGTERM}) signal(number, SIG_DFL);
     execve(argv[0], argv.data(), envp.data());
     _exit(127);
   }

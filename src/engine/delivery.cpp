@@ -8,23 +8,18 @@
 #include "files/hex.h"
 #include "platform/interrupt.h"
 
-namespace {
-
-// Whether there is something that a unit of work can hold.
-bool WorksInUnits(const Options& asked, const Source& source) {
-  const bool possible = (source.ReadsQueue() && asked.Input.Remove) || asked.Output.HasQueues();
-  return possible && asked.Units.MessageLimit != 0;
-}
-
-}  // namespace
-
 Delivery::Delivery(const Options& asked, const RunStations& run, Source& source, Target& target)
     : Asked(asked),
       Goal(target),
-      Unit(asked, WorksInUnits(asked, source), run.Input, run.Output, target, Read),
+      Unit(asked, run.Input, run.Output, target, Read),
       run_(run),
       source_(source),
       selection_(asked.Selection, asked.Display.TraceTimes ? &run.Screen : nullptr) {}
+
+void Delivery::Begin() {
+  const bool possible = (source_.ReadsQueue() && Asked.Input.Remove) || Asked.Output.HasQueues();
+  if (possible && Asked.Units.MessageLimit != 0) Unit.Begin();
+}
 
 void Delivery::NextPosition() { run_.Place = {++position_, selected_ + 1}; }
 

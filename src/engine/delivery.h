@@ -31,6 +31,8 @@ class Delivery {
  public:
   Delivery(const Options& asked, const RunStations& run, Source& source, Target& target);
 
+  // Before the first message: what follows is done in units of work, where there is something that they can hold.
+  void Begin();
   // The message that comes next is at the next position of its source.
   void NextPosition();
   // Selects and delivers the message in hand. Returns the first failure; Finished is set when no further message is

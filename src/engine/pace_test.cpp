@@ -39,6 +39,7 @@ struct PaceTest : testing::Test, FakeRun {
     depth = 0;
     sleeps.clear();
     conn.Api.MQINQ = InquireDepth;
+    unit.Begin();
   }
   void Start(int rate) {
     asked.Pace.Rate = rate;
@@ -60,7 +61,7 @@ struct PaceTest : testing::Test, FakeRun {
     return messages;
   }
   Tally read;
-  UnitOfWork unit{asked, true, conn, conn, target, read};
+  UnitOfWork unit{asked, conn, conn, target, read};
   std::optional<Pace> pace;
   bool ended = false;
   std::string printed;

@@ -69,6 +69,7 @@ Result Transfer::Move() {
   if (Result ready = source_.Start(empty); ready.failed() || empty) return ready;
   if (Result begun = target_.Begin(source_.names()); begun.failed()) return begun;
   began_ = true;
+  delivery_.Begin();
   wait_.Restart();
   if (asked_.Pace.Rate != 0) pace_.emplace(asked_.Pace, asked_.Display.RateDetails, *queues_);
   return source_.DeliversItself() ? source_.DeliverAll(delivery_) : Loop();

@@ -87,6 +87,18 @@ TEST_F(TransferTest, AFileThatReachesItsAgeIsClosedOnceItWaits) {
   EXPECT_EQ(files.written().Files, 1);
 }
 
+struct BrokenSource : Source {
+  Result Start(bool&) override { return MQRC_FILE_SYSTEM_ERROR; }
+  Result Next(CurrentMessage&, std::int64_t, Arrival&) override { return {}; }
+};
+
+TEST_F(TransferTest, NothingIsBackedOutBeforeTheSourceIsReady) {
+  BrokenSource source;
+  const Outcome outcome = Transfer(asked, stations, source, target, &queues, progress).Run();
+  EXPECT_EQ(outcome.reason(), MQRC_FILE_SYSTEM_ERROR);
+  EXPECT_FALSE(outcome.RolledBack || outcome.Began);
+}
+
 TEST_F(TransferTest, BytesThatWereNotFetchedAreNeverPut) {
   mq.Add(kSource, "data");
   const Outcome outcome = Run(target, {.DescriptorOnly = true});

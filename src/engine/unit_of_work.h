@@ -12,10 +12,12 @@
 
 class UnitOfWork {
  public:
-  // `active`: the transfer works in units of work. `input` and `output` may be the same. `read`: what the transfer has
-  // read so far.
-  UnitOfWork(const Options& asked, bool active, QMgrConn& input, QMgrConn& output, Target& target, const Tally& read)
-      : asked_(asked), active_(active), input_(input), output_(output), target_(target), read_(read) {}
+  // `input` and `output` may be the same. `read`: what the transfer has read so far.
+  UnitOfWork(const Options& asked, QMgrConn& input, QMgrConn& output, Target& target, const Tally& read)
+      : asked_(asked), input_(input), output_(output), target_(target), read_(read) {}
+
+  // From here on the transfer works in units of work. Before, there is nothing to commit or to back out.
+  void Begin() { active_ = true; }
 
   // Counts a message, and commits the unit when it is full.
   Result Add();
@@ -44,7 +46,7 @@ class UnitOfWork {
   Result CommitOn(QMgrConn& conn);
 
   const Options& asked_;
-  bool active_;
+  bool active_ = false;
   QMgrConn& input_;
   QMgrConn& output_;
   Target& target_;
