@@ -58,7 +58,7 @@ TEST_F(OutputFiles, HoldWhatIsCommittedAndNothingElse) {
       // And until the good end of a copy.
       {{{"o", "old\n"}}, "MQGET:6=2016", {"-i", "-Fd/o"}, "o(old)", 6},
       {{{"o", "old\n"}}, "", {"-i", "-Fd/o"}, "o(m1 m2 m3 m4 m5 m6)", 6},
-      {{{"o1", "old\n"}, {"o3", "old\n"}}, "MQGET:6=2016", {"-i", "-Fd/o%n", "-Lm2"}, "o1(old) o2(m3 m4) o3(old)", 6},
+      {{{"o1", "old\n"}, {"o3", "old\n"}}, "MQGET:6=2016", {"-i", "-Fd/o%n", "-Lm2"}, "o1(old) o3(old)", 6},
       // New files, and a set of them.
       {{}, "MQGET:6=2016", {"-I", "-fd/o"}, "", 6},
       {{}, "MQGET:6=2016", {"-I", "-fd/o", "-t3"}, "o(m1 m2 m3)", 3},

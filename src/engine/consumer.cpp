@@ -38,7 +38,8 @@ class Consumption {
   // callback is given stays in a unit of work that nobody commits.
   bool abandoned() const { return state_ == State::Abandoned; }
 
-  void Callback(QueueElement& queue, const MQMD& descriptor, void* buffer, const MQCBC& context);
+  // `descriptor` is null at an event.
+  void Callback(QueueElement& queue, const MQMD* descriptor, void* buffer, const MQCBC& context);
 
  private:
   // Stopped: by the callback itself. Returned: a start that waits has, as start_ tells.
@@ -188,14 +189,14 @@ void Consumption::StopInside(QueueElement& queue) {
   ended_.notify_one();
 }
 
-void Consumption::Callback(QueueElement& queue, const MQMD& descriptor, void* buffer, const MQCBC& context) {
+void Consumption::Callback(QueueElement& queue, const MQMD* descriptor, void* buffer, const MQCBC& context) {
   const std::lock_guard<std::mutex> lock(busy_);
   if (abandoned()) return;
   Result result;
   switch (context.CallType) {
     case MQCBCT_MSG_REMOVED:
     case MQCBCT_MSG_NOT_REMOVED:
-      result = TakeMessage(queue, descriptor, buffer, context);
+      result = TakeMessage(queue, *descriptor, buffer, context);
       break;
     case MQCBCT_EVENT_CALL:
       result = TakeEvent(queue, context);
@@ -216,7 +217,7 @@ extern "C" {
 // Called by the queue manager for every message and event of a queue, one call at a time.
 static void ConsumerCallback(MQHCONN, MQMD* descriptor, MQGMO*, void* buffer, MQCBC* context) {
   static_cast<Consumption*>(context->ConnectionArea)
-      ->Callback(*static_cast<QueueElement*>(context->CallbackArea), *descriptor, buffer, *context);
+      ->Callback(*static_cast<QueueElement*>(context->CallbackArea), descriptor, buffer, *context);
 }
 }
 

@@ -124,6 +124,10 @@ bool OutputChanges::CutClosedFile(const ChangedFile& file) {
 }
 
 // A run that fails without a unit of work leaves what it has copied, but not beside an old file.
+bool OutputChanges::ReplacesAny() const {
+  return std::any_of(changed_.begin(), changed_.end(), [](const ChangedFile& file) { return !file.Temporary.empty(); });
+}
+
 void OutputChanges::DropUnplaced() {
   Uncounting counts(out_.Written);
   for (auto file = changed_.rbegin(); file != changed_.rend(); ++file) {
@@ -270,7 +274,7 @@ Result OutputChanges::Finish(Result result) {
   if (!result.failed()) result = Place();
   if (!result.failed()) {
     Keep();
-  } else if (inUnits) {
+  } else if (inUnits || (!input_.Remove && ReplacesAny())) {
     TakeBack();
   } else {
     DropUnplaced();

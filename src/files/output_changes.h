@@ -66,7 +66,8 @@ class OutputChanges {
   std::string Leave();
   // The end of a run, or of a queue in a generic one: closes the output file and lets what was written take its place.
   // Of a run that has failed everything since the last Keep is undone when it works in units of work; what it has
-  // copied stays, but for files that were to replace old ones. Returns `result`, or what failed here when that is 0.
+  // copied stays, unless some of it was to replace old files, which no part of a new set may stand beside. Returns
+  // `result`, or what failed here when that is 0.
   Result Finish(Result result);
 
  private:
@@ -77,6 +78,7 @@ class OutputChanges {
   class Uncounting;
 
   void Add(ChangedFile file);
+  bool ReplacesAny() const;  // by a file that has not taken its place yet
   bool Replaces() const { return lastIsOpen_ && !changed_.back().Temporary.empty(); }
   int TakePlace(const ChangedFile& file);
   void RestoreOldFiles();
